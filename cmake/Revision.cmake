@@ -1,0 +1,9 @@
+# The build revision is the number of commits; a log from a factory names it, so it is taken anew at
+# every build and not only when CMake configures.
+set(MARAVEL_REVISION_HEADER ${CMAKE_BINARY_DIR}/generated/Revision.h)
+find_package(Git QUIET)
+add_custom_target(maravel_revision
+  BYPRODUCTS ${MARAVEL_REVISION_HEADER}
+  COMMAND ${CMAKE_COMMAND} -DGIT=${GIT_EXECUTABLE} -DSOURCE=${CMAKE_SOURCE_DIR}
+    -DHEADER=${MARAVEL_REVISION_HEADER} -P ${CMAKE_SOURCE_DIR}/cmake/WriteRevision.cmake
+  COMMENT "Looking up the build revision")

@@ -1,0 +1,45 @@
+// What differs between compilers, so that no other file needs a compiler's own extension.
+#pragma once
+
+// A printf-style function whose format is parameter number `format` and whose first value is number
+// `first` (both count from 1, and a member function's object is number 1). gnu_printf also on Windows:
+// the formats keep %lld and %llu.
+#if defined(__clang__)
+#define MARAVEL_PRINTF(format, first) __attribute__((format(printf, format, first)))
+#elif defined(__GNUC__)
+#define MARAVEL_PRINTF(format, first) __attribute__((format(gnu_printf, format, first)))
+#else
+#define MARAVEL_PRINTF(format, first)
+#endif
+
+// Clang's thread-safety analysis: what a mutex guards and who must hold it.
+#if defined(__clang__)
+#define MARAVEL_CAPABILITY(name) __attribute__((capability(name)))
+#define MARAVEL_SCOPED_CAPABILITY __attribute__((scoped_lockable))
+#define MARAVEL_GUARDED_BY(mutex) __attribute__((guarded_by(mutex)))
+#define MARAVEL_REQUIRES(...) __attribute__((requires_capability(__VA_ARGS__)))
+#define MARAVEL_EXCLUDES(...) __attribute__((locks_excluded(__VA_ARGS__)))
+#define MARAVEL_ACQUIRE(...) __attribute__((acquire_capability(__VA_ARGS__)))
+#define MARAVEL_TRY_ACQUIRE(...) __attribute__((try_acquire_capability(__VA_ARGS__)))
+#define MARAVEL_RELEASE(...) __attribute__((release_capability(__VA_ARGS__)))
+#define MARAVEL_ACQUIRED_BEFORE(mutex) __attribute__((acquired_before(mutex)))
+#define MARAVEL_NO_THREAD_SAFETY_ANALYSIS __attribute__((no_thread_safety_analysis))
+#else
+#define MARAVEL_CAPABILITY(name)
+#define MARAVEL_SCOPED_CAPABILITY
+#define MARAVEL_GUARDED_BY(mutex)
+#define MARAVEL_REQUIRES(...)
+#define MARAVEL_EXCLUDES(...)
+#define MARAVEL_ACQUIRE(...)
+#define MARAVEL_TRY_ACQUIRE(...)
+#define MARAVEL_RELEASE(...)
+#define MARAVEL_ACQUIRED_BEFORE(mutex)
+#define MARAVEL_NO_THREAD_SAFETY_ANALYSIS
+#endif
+
+// A function that a shared library hands out by name.
+#if defined(_WIN32)
+#define MARAVEL_EXPORT __declspec(dllexport)
+#else
+#define MARAVEL_EXPORT __attribute__((visibility("default")))
+#endif
