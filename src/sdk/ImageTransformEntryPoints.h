@@ -1,5 +1,5 @@
-// The entry points of the SDK's image-transform library, written once: ENTRY(result, name, parameters), in the
-// order of the table that the adapter keeps. See RuntimeEntryPoints.h for those marked with a dash.
+// The entry points of the SDK's image-transform library, written once: ENTRY(result, name, parameters), in
+// the order of the table that the adapter keeps. See RuntimeEntryPoints.h for those marked with a dash.
 #pragma once
 
 #include "sdk/ZvkTypes.h"

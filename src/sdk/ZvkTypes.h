@@ -8,9 +8,9 @@
 
 extern "C" {
 
-using ZvkHandle_t = void*;             // camera, stream or transport layer; opaque
-using ZvkError_t = std::int32_t;       // 0 is success, errors are negative
-using ZvkBool_t = std::uint8_t;        // non-zero is true
+using ZvkHandle_t = void*;              // camera, stream or transport layer; opaque
+using ZvkError_t = std::int32_t;        // 0 is success, errors are negative
+using ZvkBool_t = std::uint8_t;         // non-zero is true
 using ZvkPixelFormat_t = std::uint32_t; // PFNC pixel-format code
 
 struct ZvkVersionInfo_t
@@ -39,21 +39,21 @@ struct ZvkCameraInfo_t
 // One feature of a module. The texts belong to the SDK and live until ZvkShutdown.
 struct ZvkFeatureInfo_t
 {
-    const char* name;               // 0: the feature's GenICam name
-    const char* category;           // 8: not read by the adapter
-    const char* displayName;        // 16: not read by the adapter
-    const char* sfncNamespace;      // 24: not read by the adapter
-    const char* description;        // 32: may be null
-    const char* tooltip;            // 40: not read by the adapter
-    const char* unit;               // 48: not read by the adapter
-    const char* representation;     // 56: not read by the adapter
-    std::uint32_t featureDataType;  // 64: ZvkFeatureData...
-    std::uint32_t featureFlags;     // 68: not read by the adapter
-    std::uint32_t pollingTime;      // 72: milliseconds; not read by the adapter
-    std::uint32_t visibility;       // 76: not read by the adapter
-    ZvkBool_t isStreamable;         // 80: not read by the adapter
-    ZvkBool_t hasSelectedFeatures;  // 81: not read by the adapter
-    std::uint8_t padding[6];        // 82
+    const char* name;              // 0: the feature's GenICam name
+    const char* category;          // 8: not read by the adapter
+    const char* displayName;       // 16: not read by the adapter
+    const char* sfncNamespace;     // 24: not read by the adapter
+    const char* description;       // 32: may be null
+    const char* tooltip;           // 40: not read by the adapter
+    const char* unit;              // 48: not read by the adapter
+    const char* representation;    // 56: not read by the adapter
+    std::uint32_t featureDataType; // 64: ZvkFeatureData...
+    std::uint32_t featureFlags;    // 68: not read by the adapter
+    std::uint32_t pollingTime;     // 72: milliseconds; not read by the adapter
+    std::uint32_t visibility;      // 76: not read by the adapter
+    ZvkBool_t isStreamable;        // 80: not read by the adapter
+    ZvkBool_t hasSelectedFeatures; // 81: not read by the adapter
+    std::uint8_t padding[6];       // 82
 };
 
 // ZvkFeatureInfo_t::featureDataType. Any other value is a type whose values the adapter does not carry.

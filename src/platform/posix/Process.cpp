@@ -1,0 +1,100 @@
+#include "platform/posix/LastError.h"
+
+#include <cerrno>
+#include <ctime>
+#include <unistd.h>
+
+using maravel::posix::SetLastError;
+using maravel::posix::SetLastErrorFromErrno;
+
+namespace {
+
+// Pseudo handles: nothing is opened for them, and CloseHandle accepts them.
+const HANDLE kCurrentProcess = reinterpret_cast<HANDLE>(std::intptr_t{-1});
+const HANDLE kProcessToken = reinterpret_cast<HANDLE>(std::intptr_t{-4});
+
+} // namespace
+
+void GetLocalTime(SYSTEMTIME* time)
+{
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    std::tm local = {};
+    localtime_r(&now.tv_sec, &local);
+    time->wYear = static_cast<WORD>(local.tm_year + 1900);
+    time->wMonth = static_cast<WORD>(local.tm_mon + 1);
+    time->wDayOfWeek = static_cast<WORD>(local.tm_wday);
+    time->wDay = static_cast<WORD>(local.tm_mday);
+    time->wHour = static_cast<WORD>(local.tm_hour);
+    time->wMinute = static_cast<WORD>(local.tm_min);
+    time->wSecond = static_cast<WORD>(local.tm_sec);
+    time->wMilliseconds = static_cast<WORD>(now.tv_nsec / 1000000);
+}
+
+void Sleep(DWORD milliseconds)
+{
+    timespec left = {static_cast<time_t>(milliseconds / 1000),
+                     static_cast<long>(milliseconds % 1000) * 1000000};
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+HANDLE GetCurrentProcess()
+{
+    return kCurrentProcess;
+}
+
+BOOL OpenProcessToken(HANDLE, DWORD, HANDLE* token)
+{
+    *token = kProcessToken;
+    return TRUE;
+}
+
+BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS informationClass, void* information,
+                         DWORD size, DWORD* sizeNeeded)
+{
+    *sizeNeeded = sizeof(TOKEN_ELEVATION);
+    if (token != kProcessToken || informationClass != TokenElevation || size < sizeof(TOKEN_ELEVATION)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    static_cast<TOKEN_ELEVATION*>(information)->TokenIsElevated = geteuid() == 0 ? 1 : 0;
+    return TRUE;
+}
+
+BOOL QueryFullProcessImageNameA(HANDLE, DWORD, char* path, DWORD* size)
+{
+    if (*size == 0) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return FALSE;
+    }
+    const ssize_t length = readlink("/proc/self/exe", path, *size);
+    if (length < 0) {
+        SetLastErrorFromErrno(errno);
+        return FALSE;
+    }
+    if (static_cast<DWORD>(length) >= *size) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return FALSE;
+    }
+    path[length] = '\0';
+    *size = static_cast<DWORD>(length);
+    return TRUE;
+}
+
+DWORD GetFileVersionInfoSizeA(const char*, DWORD* handle)
+{
+    *handle = 0;
+    SetLastError(ERROR_FILE_NOT_FOUND);
+    return 0;
+}
+
+BOOL GetFileVersionInfoA(const char*, DWORD, DWORD, void*)
+{
+    return FALSE;
+}
+
+BOOL VerQueryValueA(const void*, const char*, void**, UINT*)
+{
+    return FALSE;
+}
