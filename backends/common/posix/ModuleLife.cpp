@@ -1,0 +1,10 @@
+#include "ModuleLife.h"
+
+namespace maravel::backend {
+
+bool ProcessIsEnding()
+{
+    return false;
+}
+
+} // namespace maravel::backend

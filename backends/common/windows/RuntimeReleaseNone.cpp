@@ -1,0 +1,7 @@
+#include "RuntimeRelease.h"
+
+namespace maravel::backend {
+
+void ReleaseRuntimeMemory() {}
+
+} // namespace maravel::backend
