@@ -1,0 +1,65 @@
+// What ZvkImageTransform.dll exports: the SDK's entry points, and the control of them.
+#include "imagetransform/ImageTransform.h"
+#include "imagetransform/TransformControl.h"
+
+#include "common/Dispatch.h"
+
+namespace maravel::imagetransform {
+
+MARAVEL_SERVE_ENTRY_POINTS(ZVK_IMAGE_TRANSFORM_ENTRY_POINTS, ImageTransform)
+
+} // namespace maravel::imagetransform
+
+using maravel::imagetransform::EntryPointCalls;
+using maravel::imagetransform::OriginalEntry;
+
+extern "C" {
+
+#define MARAVEL_EXPORT_CONTROL(result, name, parameters) MARAVEL_EXPORT result name parameters;
+SIM_TRANSFORM_FUNCTIONS(MARAVEL_EXPORT_CONTROL)
+#undef MARAVEL_EXPORT_CONTROL
+
+void SimTransformReset()
+{
+    EntryPointCalls().Reset();
+}
+
+int32_t SimTransformFailCall(const char* entry, uint32_t nth, int32_t code, uint32_t forever)
+{
+    return EntryPointCalls().FailCall(entry, nth, code, forever != 0) ? ZvkErrorSuccess
+                                                                      : ZvkErrorBadParameter;
+}
+
+uint32_t SimTransformFaultsFired()
+{
+    return EntryPointCalls().FaultsFired();
+}
+
+int32_t SimTransformReplaceEntry(const char* entry, void* function)
+{
+    if (entry == nullptr)
+        return ZvkErrorBadParameter;
+    return EntryPointCalls().ReplaceEntry(entry, function) ? ZvkErrorSuccess : ZvkErrorBadParameter;
+}
+
+void* SimTransformOriginalEntry(const char* entry)
+{
+    return entry == nullptr ? nullptr : OriginalEntry(EntryPointCalls().IndexOf(entry));
+}
+
+uint64_t SimTransformCallCount(const char* entry)
+{
+    return EntryPointCalls().CallCount(entry);
+}
+
+uint32_t SimTransformCalls(char* buffer, uint32_t size)
+{
+    return EntryPointCalls().WriteCalls(buffer, size);
+}
+
+void SimTransformClearCalls()
+{
+    EntryPointCalls().ClearCalls();
+}
+
+} // extern "C"

@@ -1,0 +1,192 @@
+#include "imagetransform/ImageTransform.h"
+
+#include "imagetransform/Conversions.h"
+#include "imagetransform/PixelFormats.h"
+
+#include <cstring>
+#include <string_view>
+
+namespace maravel::imagetransform {
+namespace {
+
+// One byte each of major, minor, patch and build.
+constexpr std::uint32_t kPackedVersion = 0x01000000;
+constexpr std::string_view kVersionText = "1.0.0.0";
+
+constexpr ZvkPixelFormat_t kBgr8 = 0x02180015;
+
+ZvkError_t CopyText(std::string_view from, char* text, std::uint32_t textSize)
+{
+    if (text == nullptr)
+        return ZvkErrorBadParameter;
+    if (from.size() + 1 > textSize)
+        return ZvkErrorMoreData;
+    std::memcpy(text, from.data(), from.size());
+    text[from.size()] = '\0';
+    return ZvkErrorSuccess;
+}
+
+ZvkError_t Describe(const PixelFormat* format, std::uint32_t width, std::uint32_t height, ZvkImage* image)
+{
+    if (image == nullptr)
+        return ZvkErrorBadParameter;
+    if (image->size != sizeof(ZvkImage))
+        return ZvkErrorStructSize;
+    if (format == nullptr)
+        return ZvkErrorNotSupported;
+    const auto stride = LineBytes(format->code, width);
+    if (width == 0 || height == 0 || !stride)
+        return ZvkErrorBadParameter;
+    image->imageInfo = {.width = width,
+                        .height = height,
+                        .stride = *stride,
+                        .pixelFormat = format->code,
+                        .bitsPerPixel = BitsPerPixel(format->code),
+                        .reserved = {}};
+    return ZvkErrorSuccess;
+}
+
+ZvkError_t CheckImage(const ZvkImage* image)
+{
+    if (image == nullptr)
+        return ZvkErrorBadParameter;
+    if (image->size != sizeof(ZvkImage))
+        return ZvkErrorStructSize;
+    if (image->data == nullptr || image->imageInfo.width == 0 || image->imageInfo.height == 0 ||
+        !LineBytes(image->imageInfo.pixelFormat, image->imageInfo.width))
+        return ZvkErrorBadParameter;
+    return ZvkErrorSuccess;
+}
+
+void Convert(const PixelFormat& format, const std::uint8_t* source, ImageSize size, ColourTarget target)
+{
+    switch (format.family) {
+    case Family::Mono:
+        return ConvertMono(format, source, size, target);
+    case Family::Bayer:
+        return ConvertBayer(format, source, size, target);
+    case Family::Rgb:
+        return ConvertRgb(format, source, size, target);
+    case Family::Yuv:
+        return ConvertYuv(format, source, size, target);
+    }
+}
+
+} // namespace
+
+ZvkError_t ImageTransform::ZvkGetImageTransformVersion(std::uint32_t* packedVersion)
+{
+    if (packedVersion == nullptr)
+        return ZvkErrorBadParameter;
+    *packedVersion = kPackedVersion;
+    return ZvkErrorSuccess;
+}
+
+// No bit set: the conversions ask for nothing beyond the base instruction set.
+ZvkError_t ImageTransform::ZvkGetTechnoInfo(std::uint32_t* processorFeatures)
+{
+    if (processorFeatures == nullptr)
+        return ZvkErrorBadParameter;
+    *processorFeatures = 0;
+    return ZvkErrorSuccess;
+}
+
+ZvkError_t ImageTransform::ZvkGetErrorInfo(ZvkError_t error, char* text, std::uint32_t textSize)
+{
+    switch (error) {
+    case ZvkErrorSuccess:
+        return CopyText("No error", text, textSize);
+    case ZvkErrorBadParameter:
+        return CopyText("A pointer is null, a size is zero, or the two images differ in size", text,
+                        textSize);
+    case ZvkErrorStructSize:
+        return CopyText("The size field of an image record is wrong", text, textSize);
+    case ZvkErrorMoreData:
+        return CopyText("The text does not fit", text, textSize);
+    case ZvkErrorResources:
+        return CopyText("Out of memory", text, textSize);
+    case ZvkErrorNotSupported:
+        return CopyText("The pixel format or the operation is not supported", text, textSize);
+    default:
+        return ZvkErrorNotFound;
+    }
+}
+
+// Every kind of information is the version.
+ZvkError_t ImageTransform::ZvkGetApiInfoString(std::uint32_t, char* text, std::uint32_t textSize)
+{
+    return CopyText(kVersionText, text, textSize);
+}
+
+// A transform takes no parameters here, so there is none to set.
+ZvkError_t ImageTransform::ZvkSetDebayerMode(std::uint32_t, ZvkTransformInfo*)
+{
+    return ZvkErrorNotSupported;
+}
+
+ZvkError_t ImageTransform::ZvkSetColorCorrectionMatrix3x3(const float*, ZvkTransformInfo*)
+{
+    return ZvkErrorNotSupported;
+}
+
+ZvkError_t ImageTransform::ZvkSetGammaCorrection(float, ZvkTransformInfo*)
+{
+    return ZvkErrorNotSupported;
+}
+
+ZvkError_t ImageTransform::ZvkSetImageInfoFromPixelFormat(ZvkPixelFormat_t pixelFormat, std::uint32_t width,
+                                                          std::uint32_t height, ZvkImage* image)
+{
+    return Describe(FindPixelFormat(pixelFormat), width, height, image);
+}
+
+// The name is the SDK's without its prefix, "BayerRG8" for instance.
+ZvkError_t ImageTransform::ZvkSetImageInfoFromString(const char* pixelFormatName, std::uint32_t length,
+                                                     std::uint32_t width, std::uint32_t height,
+                                                     ZvkImage* image)
+{
+    if (pixelFormatName == nullptr)
+        return ZvkErrorBadParameter;
+    return Describe(FindPixelFormat(std::string_view(pixelFormatName, length)), width, height, image);
+}
+
+// The codes of a layout are not documented.
+ZvkError_t ImageTransform::ZvkSetImageInfoFromInputParameters(ZvkPixelFormat_t, std::uint32_t, std::uint32_t,
+                                                              std::uint32_t, std::uint32_t, ZvkImage*)
+{
+    return ZvkErrorNotSupported;
+}
+
+ZvkError_t ImageTransform::ZvkSetImageInfoFromInputImage(const ZvkImage*, std::uint32_t, std::uint32_t,
+                                                         ZvkImage*)
+{
+    return ZvkErrorNotSupported;
+}
+
+// Any format of the table to RGB8 or BGR8. Deeper samples lose all but their top 8 bits.
+ZvkError_t ImageTransform::ZvkImageTransform(const ZvkImage* source, ZvkImage* destination,
+                                             const ZvkTransformInfo* parameters, std::uint32_t parameterCount)
+{
+    for (const ZvkImage* image : {source, static_cast<const ZvkImage*>(destination)}) {
+        if (const ZvkError_t result = CheckImage(image); result != ZvkErrorSuccess)
+            return result;
+    }
+    if (parameterCount != 0)
+        return parameters == nullptr ? ZvkErrorBadParameter : ZvkErrorNotSupported;
+
+    const ZvkImageInfo& from = source->imageInfo;
+    const ZvkImageInfo& to = destination->imageInfo;
+    if (from.width != to.width || from.height != to.height)
+        return ZvkErrorBadParameter;
+    const PixelFormat* format = FindPixelFormat(from.pixelFormat);
+    if (format == nullptr || (to.pixelFormat != ZvkPixelFormatRgb8 && to.pixelFormat != kBgr8))
+        return ZvkErrorNotSupported;
+
+    const bool rgb = to.pixelFormat == ZvkPixelFormatRgb8;
+    const ColourTarget target = {
+        .pixels = static_cast<std::uint8_t*>(destination->data), .red = rgb ? 0u : 2u, .blue = rgb ? 2u : 0u};
+    Convert(*format, static_cast<const std::uint8_t*>(source->data), {from.width, from.height}, target);
+    return ZvkErrorSuccess;
+}
+
+} // namespace maravel::imagetransform

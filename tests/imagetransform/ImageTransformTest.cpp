@@ -1,0 +1,363 @@
+#include "imagetransform/Encoder.h"
+#include "imagetransform/TransformLibrary.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <random>
+
+namespace maravel::test {
+namespace {
+
+constexpr ZvkPixelFormat_t kRgb8 = 0x02180014;
+constexpr ZvkPixelFormat_t kBgr8 = 0x02180015;
+constexpr std::uint8_t kGuard = 0xA5;
+constexpr std::size_t kGuardBytes = 16;
+
+struct Size
+{
+    std::size_t width, height;
+};
+
+// Odd sizes end packed samples and pixel groups in the middle of a byte or a group.
+constexpr Size kSizes[] = {{1, 1}, {2, 1}, {3, 1}, {1, 4}, {2, 2}, {3, 3}, {7, 5}, {16, 4}, {33, 17}};
+
+// A frame's worth of pixels on the heap, to the byte, so that the address sanitizer sees a read beyond it.
+std::unique_ptr<std::uint8_t[]> ExactCopy(const std::vector<std::uint8_t>& bytes)
+{
+    auto copy = std::make_unique<std::uint8_t[]>(bytes.size());
+    std::ranges::copy(bytes, copy.get());
+    return copy;
+}
+
+// Neighbours differ by 0.01 at most, the three colours by 0.2 at least: interpolation is nearly exact, and a
+// mixed-up phase is far off.
+Picture Slopes(Size size)
+{
+    Picture picture = {size.width, size.height, {}};
+    for (std::size_t y = 0; y < size.height; ++y)
+        for (std::size_t x = 0; x < size.width; ++x) {
+            const double slope = 0.005 * static_cast<double>(x) - 0.004 * static_cast<double>(y);
+            picture.pixels.push_back({0.15 + slope, 0.45 - slope, 0.8 + slope});
+        }
+    return picture;
+}
+
+// Any colours.
+Picture Noise(Size size)
+{
+    std::mt19937 random(4711);
+    std::uniform_real_distribution<double> any(0, 1);
+    Picture picture = {size.width, size.height, {}};
+    for (std::size_t i = 0; i < size.width * size.height; ++i)
+        picture.pixels.push_back({any(random), any(random), any(random)});
+    return picture;
+}
+
+// Any colours in runs of four pixels, the largest group that shares its chroma. A last group that is cut off
+// may lack its chroma and then takes its neighbour's, or none.
+Picture Runs(Size size)
+{
+    Picture picture = Noise(size);
+    auto& pixels = picture.pixels;
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        if (pixels.size() < 4)
+            pixels[i] = {0.3, 0.3, 0.3};
+        else if (i % 4 != 0 || i + 4 > pixels.size())
+            pixels[i] = pixels[i - 1];
+    }
+    return picture;
+}
+
+class ImageTransform : public testing::Test
+{
+protected:
+    ZvkImage Describe(ZvkPixelFormat_t format, Size size, void* data)
+    {
+        ZvkImage image = {.size = sizeof(ZvkImage), .padding4 = 0, .data = data, .imageInfo = {}};
+        const auto width = static_cast<std::uint32_t>(size.width);
+        const auto height = static_cast<std::uint32_t>(size.height);
+        EXPECT_EQ(library_.ZvkSetImageInfoFromPixelFormat(format, width, height, &image), ZvkErrorSuccess);
+        return image;
+    }
+
+    // Encodes, transforms and returns three bytes a pixel; checks that nothing around them was written.
+    std::vector<std::uint8_t> Transform(const Format& format, const Picture& picture,
+                                        ZvkPixelFormat_t target = kRgb8)
+    {
+        const Size size = {picture.width, picture.height};
+        const auto source = ExactCopy(Encode(format, picture));
+        std::vector<std::uint8_t> guarded(3 * picture.pixels.size() + 2 * kGuardBytes, kGuard);
+        const ZvkImage from = Describe(format.code, size, source.get());
+        ZvkImage to = Describe(target, size, guarded.data() + kGuardBytes);
+        EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorSuccess);
+
+        const auto untouched = [](std::uint8_t byte) { return byte == kGuard; };
+        EXPECT_TRUE(std::all_of(guarded.begin(), guarded.begin() + kGuardBytes, untouched));
+        EXPECT_TRUE(std::all_of(guarded.end() - kGuardBytes, guarded.end(), untouched));
+        return {guarded.begin() + kGuardBytes, guarded.end() - kGuardBytes};
+    }
+
+    static inline TransformLibrary library_;
+};
+
+// Checks one pixel of a transformed picture; where to expect the original's exact value is the family's
+// matter.
+void ExpectPixel(const Format& format, const Picture& picture, std::size_t x, std::size_t y,
+                 const std::uint8_t* actual)
+{
+    const Rgb& pixel = picture.At(x, y);
+    const double values[] = {pixel.red, pixel.green, pixel.blue};
+    for (int channel = 0; channel < 3; ++channel) {
+        int tolerance = 0;
+        double value = values[channel];
+        if (format.IsMono())
+            value = pixel.green;
+        else if (format.IsMosaic() && MosaicColour(format, x, y) != "RGB"[channel])
+            tolerance = 5;
+        else if (format.IsYuv())
+            tolerance = 3;
+        ASSERT_NEAR(actual[channel], Top8(value, format.depth), tolerance)
+            << format.name << ' ' << picture.width << 'x' << picture.height << " pixel " << x << ',' << y
+            << " channel " << channel;
+    }
+}
+
+TEST_F(ImageTransform, EveryFormatGivesBackThePictureAtAnySize)
+{
+    ASSERT_EQ(kAllFormats.size(), 74u);
+    for (const Format& format : kAllFormats) {
+        for (const Size size : kSizes) {
+            // Below two lines or columns a mosaic lacks a colour altogether.
+            if (format.IsMosaic() && (size.width < 2 || size.height < 2)) {
+                Transform(format, Slopes(size));
+                continue;
+            }
+            const Picture picture = format.IsMosaic() ? Slopes(size)
+                                    : format.IsYuv()  ? Runs(size)
+                                                      : Noise(size);
+            const auto pixels = Transform(format, picture);
+            for (std::size_t i = 0; i < picture.pixels.size(); ++i)
+                ExpectPixel(format, picture, i % size.width, i / size.width, &pixels[3 * i]);
+        }
+    }
+}
+
+TEST_F(ImageTransform, Bgr8IsRgb8WithRedAndBlueExchanged)
+{
+    for (const Format& format : kAllFormats) {
+        const Picture picture = Noise({7, 5});
+        const auto rgb = Transform(format, picture, kRgb8);
+        auto bgr = Transform(format, picture, kBgr8);
+        for (std::size_t i = 0; i < bgr.size(); i += 3)
+            std::swap(bgr[i], bgr[i + 2]);
+        EXPECT_EQ(rgb, bgr) << format.name;
+    }
+}
+
+// The colour bars' codes as their standards print them.
+TEST_F(ImageTransform, StandardColourCodes)
+{
+    struct Row
+    {
+        ZvkPixelFormat_t format; // 4:4:4, Cb Y Cr
+        std::uint8_t code[3];
+        std::uint8_t rgb[3];
+    };
+    constexpr ZvkPixelFormat_t kFull = 0x0218003A, k601 = 0x0218003D, k709 = 0x02180040;
+    constexpr Row kRows[] = {
+        {kFull, {128, 255, 128}, {255, 255, 255}}, {kFull, {85, 76, 255}, {254, 0, 0}},
+        {k601, {128, 235, 128}, {255, 255, 255}},  {k601, {128, 16, 128}, {0, 0, 0}},
+        {k601, {90, 81, 240}, {255, 0, 0}},        {k601, {54, 145, 34}, {0, 255, 0}},
+        {k601, {240, 41, 110}, {0, 0, 255}},       {k709, {102, 63, 240}, {255, 0, 0}},
+        {k709, {42, 173, 26}, {0, 255, 0}},        {k709, {240, 32, 118}, {0, 0, 255}},
+        {k709, {128, 0, 128}, {0, 0, 0}},          {k709, {128, 255, 128}, {255, 255, 255}},
+    };
+    for (const Row& row : kRows) {
+        std::uint8_t code[3];
+        std::uint8_t rgb[3] = {};
+        std::ranges::copy(row.code, code);
+        const ZvkImage from = Describe(row.format, {1, 1}, code);
+        ZvkImage to = Describe(kRgb8, {1, 1}, rgb);
+        ASSERT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorSuccess);
+        for (int channel = 0; channel < 3; ++channel)
+            EXPECT_NEAR(rgb[channel], row.rgb[channel], 2) << std::hex << row.format << ' ' << channel;
+    }
+}
+
+TEST_F(ImageTransform, DescribesEveryFormat)
+{
+    for (const Format& format : kAllFormats) {
+        const ZvkImageInfo info = Describe(format.code, {7, 5}, nullptr).imageInfo;
+        const std::size_t bits = (format.code >> 16) & 0xFF;
+        EXPECT_EQ(info.width, 7u);
+        EXPECT_EQ(info.height, 5u);
+        EXPECT_EQ(info.pixelFormat, format.code);
+        EXPECT_EQ(info.bitsPerPixel, bits);
+        EXPECT_EQ(static_cast<std::size_t>(info.stride), (7 * bits + 7) / 8) << format.name;
+        EXPECT_EQ((35 * bits + 7) / 8, Encode(format, Noise({7, 5})).size()) << format.name;
+    }
+}
+
+TEST_F(ImageTransform, DescribesByName)
+{
+    ZvkImage image = {};
+    image.size = sizeof(image);
+    EXPECT_EQ(library_.ZvkSetImageInfoFromString("BayerRG12Packed+", 15, 4, 2, &image), ZvkErrorSuccess);
+    EXPECT_EQ(image.imageInfo.pixelFormat, 0x010C002Bu);
+    EXPECT_EQ(library_.ZvkSetImageInfoFromString("BayerRG", 7, 4, 2, &image), ZvkErrorNotSupported);
+    EXPECT_EQ(library_.ZvkSetImageInfoFromString(nullptr, 0, 4, 2, &image), ZvkErrorBadParameter);
+}
+
+TEST_F(ImageTransform, RefusesWhatItCannotDescribe)
+{
+    struct Row
+    {
+        ZvkPixelFormat_t format;
+        std::uint32_t width, height, recordSize;
+        ZvkError_t expected;
+    };
+    constexpr Row kRows[] = {
+        {kRgb8, 4, 2, 55, ZvkErrorStructSize},
+        {kRgb8, 4, 2, 0, ZvkErrorStructSize},
+        {kRgb8, 4, 2, 57, ZvkErrorStructSize},
+        {kRgb8, 0, 2, 56, ZvkErrorBadParameter},
+        {kRgb8, 4, 0, 56, ZvkErrorBadParameter},
+        {0, 4, 2, 56, ZvkErrorNotSupported},
+        {0x02180016, 4, 2, 56, ZvkErrorNotSupported},
+        {kRgb8, 0x2AAAAAAB, 1, 56, ZvkErrorBadParameter}, // a line beyond what a stride can hold
+        {kRgb8, 0x2AAAAAAA, 1, 56, ZvkErrorSuccess},
+    };
+    for (const Row& row : kRows) {
+        ZvkImage image = {};
+        image.size = row.recordSize;
+        EXPECT_EQ(library_.ZvkSetImageInfoFromPixelFormat(row.format, row.width, row.height, &image),
+                  row.expected);
+        if (row.expected != ZvkErrorSuccess) {
+            EXPECT_EQ(image.imageInfo.width, 0u) << "written in spite of the failure";
+        }
+    }
+    EXPECT_EQ(library_.ZvkSetImageInfoFromPixelFormat(kRgb8, 4, 2, nullptr), ZvkErrorBadParameter);
+}
+
+TEST_F(ImageTransform, RefusesWhatItCannotTransform)
+{
+    struct Row
+    {
+        const char* what;
+        void (*spoil)(ZvkImage& from, ZvkImage& to);
+        ZvkError_t expected;
+    };
+    constexpr Row kRows[] = {
+        {"no source pixels", [](ZvkImage& from, ZvkImage&) { from.data = nullptr; }, ZvkErrorBadParameter},
+        {"no target pixels", [](ZvkImage&, ZvkImage& to) { to.data = nullptr; }, ZvkErrorBadParameter},
+        {"source record", [](ZvkImage& from, ZvkImage&) { from.size = 40; }, ZvkErrorStructSize},
+        {"target record", [](ZvkImage&, ZvkImage& to) { to.size = 40; }, ZvkErrorStructSize},
+        {"other width", [](ZvkImage&, ZvkImage& to) { ++to.imageInfo.width; }, ZvkErrorBadParameter},
+        {"other height", [](ZvkImage& from, ZvkImage&) { --from.imageInfo.height; }, ZvkErrorBadParameter},
+        {"no width", [](ZvkImage& from, ZvkImage& to) { from.imageInfo.width = to.imageInfo.width = 0; },
+         ZvkErrorBadParameter},
+        {"no height", [](ZvkImage& from, ZvkImage& to) { from.imageInfo.height = to.imageInfo.height = 0; },
+         ZvkErrorBadParameter},
+        {"unknown source", [](ZvkImage& from, ZvkImage&) { from.imageInfo.pixelFormat = 0x0108000F; },
+         ZvkErrorNotSupported},
+        {"target not 8-bit colour", [](ZvkImage&, ZvkImage& to) { to.imageInfo.pixelFormat = 0x01080001; },
+         ZvkErrorNotSupported},
+    };
+    for (const Row& row : kRows) {
+        std::uint8_t source[8] = {};
+        std::vector<std::uint8_t> target(24, kGuard);
+        ZvkImage from = Describe(0x01080009, {4, 2}, source);
+        ZvkImage to = Describe(kRgb8, {4, 2}, target.data());
+        row.spoil(from, to);
+        EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), row.expected) << row.what;
+        EXPECT_EQ(target, std::vector<std::uint8_t>(24, kGuard)) << row.what;
+    }
+    ZvkImage image = Describe(kRgb8, {1, 1}, nullptr);
+    EXPECT_EQ(library_.ZvkImageTransform(nullptr, &image, nullptr, 0), ZvkErrorBadParameter);
+    EXPECT_EQ(library_.ZvkImageTransform(&image, nullptr, nullptr, 0), ZvkErrorBadParameter);
+}
+
+TEST_F(ImageTransform, TransformParametersAreRefused)
+{
+    std::uint8_t pixels[3] = {};
+    std::uint8_t parameters[8] = {};
+    const ZvkImage from = Describe(kRgb8, {1, 1}, pixels);
+    ZvkImage to = Describe(kRgb8, {1, 1}, pixels);
+    auto* record = reinterpret_cast<ZvkTransformInfo*>(parameters);
+    EXPECT_EQ(library_.ZvkSetDebayerMode(0, record), ZvkErrorNotSupported);
+    EXPECT_EQ(library_.ZvkSetGammaCorrection(2.2f, record), ZvkErrorNotSupported);
+    EXPECT_EQ(library_.ZvkImageTransform(&from, &to, record, 1), ZvkErrorNotSupported);
+    EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 1), ZvkErrorBadParameter);
+}
+
+// A call that is told to fail has no effect, and the record of calls says so.
+TEST_F(ImageTransform, CallsAreRecordedAndFailOnDemand)
+{
+    std::uint8_t source[1] = {77};
+    std::uint8_t target[3] = {};
+    const ZvkImage from = Describe(0x01080001, {1, 1}, source);
+    ZvkImage to = Describe(kRgb8, {1, 1}, target);
+
+    library_.SimTransformReset();
+    ASSERT_EQ(library_.SimTransformFailCall("ZvkImageTransform", 2, ZvkErrorResources, 0), ZvkErrorSuccess);
+    EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorSuccess);
+    target[0] = 1;
+    EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorResources);
+    EXPECT_EQ(target[0], 1);
+    EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorSuccess);
+    EXPECT_EQ(target[0], 77);
+
+    EXPECT_EQ(library_.SimTransformFaultsFired(), 1u);
+    EXPECT_EQ(library_.SimTransformCallCount("ZvkImageTransform"), 3u);
+    char calls[1024];
+    EXPECT_EQ(library_.SimTransformCalls(calls, sizeof(calls)), 3u);
+    EXPECT_NE(std::string(calls).find(" = -14\n"), std::string::npos) << calls;
+    EXPECT_EQ(library_.SimTransformFailCall("ZvkNoSuchEntry", 1, -1, 0), ZvkErrorBadParameter);
+    library_.SimTransformReset();
+}
+
+TEST_F(ImageTransform, AReplacementMayForwardToTheOriginal)
+{
+    using Version = ZvkError_t (*)(std::uint32_t*);
+    static Version original;
+    original = reinterpret_cast<Version>(library_.SimTransformOriginalEntry("ZvkGetImageTransformVersion"));
+    ASSERT_NE(original, nullptr);
+    const Version replacement = [](std::uint32_t* version) {
+        const ZvkError_t result = original(version);
+        *version += 1;
+        return result;
+    };
+
+    std::uint32_t plain = 0, replaced = 0, again = 0;
+    EXPECT_EQ(library_.ZvkGetImageTransformVersion(&plain), ZvkErrorSuccess);
+    ASSERT_EQ(library_.SimTransformReplaceEntry("ZvkGetImageTransformVersion",
+                                                reinterpret_cast<void*>(replacement)),
+              ZvkErrorSuccess);
+    EXPECT_EQ(library_.ZvkGetImageTransformVersion(&replaced), ZvkErrorSuccess);
+    library_.SimTransformReset();
+    EXPECT_EQ(library_.ZvkGetImageTransformVersion(&again), ZvkErrorSuccess);
+    EXPECT_EQ(replaced, plain + 1);
+    EXPECT_EQ(again, plain);
+}
+
+TEST_F(ImageTransform, TextsFitTheirBuffers)
+{
+    char text[8];
+    std::memset(text, 'x', sizeof(text));
+    EXPECT_EQ(library_.ZvkGetApiInfoString(0, text, 7), ZvkErrorMoreData);
+    EXPECT_EQ(text[0], 'x');
+    EXPECT_EQ(library_.ZvkGetApiInfoString(0, text, 8), ZvkErrorSuccess);
+    std::uint32_t version = 0;
+    EXPECT_EQ(library_.ZvkGetImageTransformVersion(&version), ZvkErrorSuccess);
+    EXPECT_EQ(std::string(text), std::to_string(version >> 24) + "." + std::to_string(version >> 16 & 255) +
+                                     "." + std::to_string(version >> 8 & 255) + "." +
+                                     std::to_string(version & 255));
+    EXPECT_EQ(library_.ZvkGetErrorInfo(ZvkErrorSuccess, text, sizeof(text)), ZvkErrorMoreData);
+    EXPECT_EQ(library_.ZvkGetErrorInfo(1, text, sizeof(text)), ZvkErrorNotFound);
+}
+
+} // namespace
+} // namespace maravel::test
