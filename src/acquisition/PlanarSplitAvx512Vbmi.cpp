@@ -17,45 +17,79 @@ alignas(kWidth) constexpr std::uint8_t kMultiplesOf3[kWidth] = {
     96,  99,  102, 105, 108, 111, 114, 117, 120, 123, 126, 129, 132, 135, 138, 141,
     144, 147, 150, 153, 156, 159, 162, 165, 168, 171, 174, 177, 180, 183, 186, 189};
 
-// One plane under construction. Where the plane does not begin on a cache line, each of its lines straddles
-// two steps: the shuffle, which picks from two vectors, takes the line's first bytes from the step before
-// (carried) and its last ones from the present step. A plane that does begin on a line takes all from the
-// step before.
 constexpr __mmask8 kAllQuads = 0xFF;
 
-struct Plane
-{
-    __m512i order;
-    __m512i carried;
-    std::uint8_t* line; // the first whole line
-};
-
-Plane StartPlane(std::uint8_t* plane, unsigned colour, __m512i carried) noexcept
-{
-    const std::size_t head = (0 - reinterpret_cast<std::uintptr_t>(plane)) % kWidth;
-    const __mmask64 fromPresent = head == 0 ? 0 : ~__mmask64{0} << (kWidth - head);
-    const __m512i position = _mm512_add_epi8(_mm512_load_si512(kMultiplesOf3),
-                                             _mm512_set1_epi8(static_cast<char>(3 * head + colour)));
-    const __m512i inVector = _mm512_and_si512(position, _mm512_set1_epi8(kWidth - 1));
-    const __m512i inPresent = _mm512_or_si512(inVector, _mm512_set1_epi8(kWidth));
-    return {_mm512_mask_blend_epi8(fromPresent, inVector, inPresent), carried, plane + head};
-}
-
 template <StoreKind Stores>
-void WriteLine(Plane& plane, std::size_t at, __m512i mixed) noexcept
+void StoreLine(std::uint8_t* line, __m512i bytes) noexcept
 {
-    const __m512i bytes = _mm512_permutex2var_epi8(plane.carried, plane.order, mixed);
-    plane.carried = mixed;
     if constexpr (Stores == StoreKind::Streaming) {
         // Two halves of a line stream a little faster than the whole of it.
-        auto* line = reinterpret_cast<__m256i*>(plane.line + at);
-        _mm256_stream_si256(line, _mm512_maskz_extracti64x4_epi64(kAllQuads, bytes, 0));
-        _mm256_stream_si256(line + 1, _mm512_maskz_extracti64x4_epi64(kAllQuads, bytes, 1));
+        auto* halves = reinterpret_cast<__m256i*>(line);
+        _mm256_stream_si256(halves, _mm512_maskz_extracti64x4_epi64(kAllQuads, bytes, 0));
+        _mm256_stream_si256(halves + 1, _mm512_maskz_extracti64x4_epi64(kAllQuads, bytes, 1));
     }
     else {
-        _mm512_store_si512(plane.line + at, bytes);
+        _mm512_store_si512(line, bytes);
     }
 }
+
+std::size_t PixelsBeforeLine(const std::uint8_t* plane) noexcept
+{
+    return (0 - reinterpret_cast<std::uintptr_t>(plane)) % kWidth;
+}
+
+// Where in a step's vector the pixels of a line stand, the line beginning `head` pixels into the step.
+__m512i Order(unsigned colour, std::size_t head) noexcept
+{
+    const __m512i position = _mm512_add_epi8(_mm512_load_si512(kMultiplesOf3),
+                                             _mm512_set1_epi8(static_cast<char>(3 * head + colour)));
+    return _mm512_and_si512(position, _mm512_set1_epi8(kWidth - 1));
+}
+
+// A plane that begins on a cache line: each step yields one line.
+class AlignedPlane
+{
+public:
+    AlignedPlane(std::uint8_t* plane, unsigned colour) noexcept : order_(Order(colour, 0)), plane_(plane) {}
+
+    template <StoreKind Stores>
+    void Write(std::size_t at, __m512i mixed) noexcept
+    {
+        StoreLine<Stores>(plane_ + at, _mm512_maskz_permutexvar_epi8(~__mmask64{0}, order_, mixed));
+    }
+
+private:
+    __m512i order_;
+    std::uint8_t* plane_;
+};
+
+// A plane at any address: each of its lines straddles two steps. The shuffle, which picks from two vectors,
+// takes a line's first bytes from the step before (carried) and its last ones from the present step.
+class StraddlingPlane
+{
+public:
+    StraddlingPlane(std::uint8_t* plane, unsigned colour, __m512i firstStep) noexcept : carried_(firstStep)
+    {
+        const std::size_t head = PixelsBeforeLine(plane);
+        const __mmask64 fromPresent = head == 0 ? 0 : ~__mmask64{0} << (kWidth - head);
+        const __m512i inCarried = Order(colour, head);
+        const __m512i inPresent = _mm512_or_si512(inCarried, _mm512_set1_epi8(kWidth));
+        order_ = _mm512_mask_blend_epi8(fromPresent, inCarried, inPresent);
+        firstLine_ = plane + head;
+    }
+
+    template <StoreKind Stores>
+    void Write(std::size_t at, __m512i mixed) noexcept
+    {
+        StoreLine<Stores>(firstLine_ + at, _mm512_permutex2var_epi8(carried_, order_, mixed));
+        carried_ = mixed;
+    }
+
+private:
+    __m512i order_;
+    __m512i carried_;
+    std::uint8_t* firstLine_;
+};
 
 // The colours of one step, each still in the order of the source.
 struct Mixed
@@ -80,34 +114,45 @@ Mixed Collect(const std::uint8_t* rgb) noexcept
     return mixed;
 }
 
-void Prefetch(const std::uint8_t* line) noexcept
+// Touching the next step's lines keeps the processor's own prefetching going; further ahead would hinder it.
+void PrefetchStep(const std::uint8_t* rgb) noexcept
 {
-    _mm_prefetch(reinterpret_cast<const char*>(line), _MM_HINT_T0);
+    const auto* lines = reinterpret_cast<const char*>(rgb);
+    _mm_prefetch(lines, _MM_HINT_T0);
+    _mm_prefetch(lines + kWidth, _MM_HINT_T0);
+    _mm_prefetch(lines + 2 * kWidth, _MM_HINT_T0);
 }
 
-template <StoreKind Stores>
-void SplitBlocks(const std::uint8_t* rgb, std::size_t blockCount, SplitTarget target) noexcept
+template <StoreKind Stores, typename Plane>
+void WriteSteps(const std::uint8_t* rgb, std::size_t stepCount, Plane red, Plane green, Plane blue) noexcept
 {
-    const Mixed first = Collect(rgb);
-    Plane red = StartPlane(target.red, 0, first.red);
-    Plane green = StartPlane(target.green, 1, first.green);
-    Plane blue = StartPlane(target.blue, 2, first.blue);
-
-    const std::size_t end = (blockCount - 1) * kWidth;
-    for (std::size_t at = 0; at < end; at += kWidth) {
-        rgb += 3 * kWidth;
-        // Touching the next step's lines keeps the hardware's own prefetching going; any further ahead
-        // hinders it.
-        Prefetch(rgb + 3 * kWidth);
-        Prefetch(rgb + 4 * kWidth);
-        Prefetch(rgb + 5 * kWidth);
+    for (std::size_t at = 0; at < stepCount * kWidth; at += kWidth) {
+        PrefetchStep(rgb + 3 * kWidth);
         const Mixed mixed = Collect(rgb);
-        WriteLine<Stores>(red, at, mixed.red);
-        WriteLine<Stores>(green, at, mixed.green);
-        WriteLine<Stores>(blue, at, mixed.blue);
+        red.template Write<Stores>(at, mixed.red);
+        green.template Write<Stores>(at, mixed.green);
+        blue.template Write<Stores>(at, mixed.blue);
+        rgb += 3 * kWidth;
     }
     if constexpr (Stores == StoreKind::Streaming)
         _mm_sfence();
+}
+
+// Returns up to which pixel the planes are written, but for the pixels before their first line.
+template <StoreKind Stores>
+std::size_t SplitSteps(const std::uint8_t* rgb, std::size_t stepCount, SplitTarget target,
+                       bool aligned) noexcept
+{
+    if (aligned) {
+        WriteSteps<Stores>(rgb, stepCount, AlignedPlane(target.red, 0), AlignedPlane(target.green, 1),
+                           AlignedPlane(target.blue, 2));
+        return stepCount * kWidth;
+    }
+    const Mixed first = Collect(rgb);
+    WriteSteps<Stores>(rgb + 3 * kWidth, stepCount - 1, StraddlingPlane(target.red, 0, first.red),
+                       StraddlingPlane(target.green, 1, first.green),
+                       StraddlingPlane(target.blue, 2, first.blue));
+    return (stepCount - 1) * kWidth;
 }
 
 } // namespace
@@ -115,18 +160,19 @@ void SplitBlocks(const std::uint8_t* rgb, std::size_t blockCount, SplitTarget ta
 void SplitAvx512Vbmi(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget target,
                      StoreKind stores) noexcept
 {
-    const std::size_t blockCount = pixelCount / kWidth;
-    if (blockCount < 2)
+    const std::size_t stepCount = pixelCount / kWidth;
+    if (stepCount == 0)
         return SplitPlain(rgb, pixelCount, target, stores);
 
-    if (stores == StoreKind::Streaming)
-        SplitBlocks<StoreKind::Streaming>(rgb, blockCount, target);
-    else
-        SplitBlocks<StoreKind::Cached>(rgb, blockCount, target);
+    const bool aligned =
+        (PixelsBeforeLine(target.red) | PixelsBeforeLine(target.green) | PixelsBeforeLine(target.blue)) == 0;
+    const std::size_t done = stores == StoreKind::Streaming
+                                 ? SplitSteps<StoreKind::Streaming>(rgb, stepCount, target, aligned)
+                                 : SplitSteps<StoreKind::Cached>(rgb, stepCount, target, aligned);
 
-    // What stands before the first whole line of a plane, and what the last step carried.
-    SplitPlain(rgb, kWidth, target, stores);
-    const std::size_t done = (blockCount - 1) * kWidth;
+    // What stands before the first line of a plane, and what is left at the end.
+    if (!aligned)
+        SplitPlain(rgb, kWidth, target, stores);
     SplitPlain(rgb + 3 * done, pixelCount - done,
                {target.red + done, target.green + done, target.blue + done}, stores);
 }
