@@ -1,15 +1,15 @@
 // What differs between compilers, so that no other file needs a compiler's own extension.
 #pragma once
 
-// A printf-style function whose format is parameter number `format` and whose first value is number
+// A printf-style function whose format is parameter number `text` and whose first value is number
 // `first` (both count from 1, and a member function's object is number 1). gnu_printf also on Windows:
 // the formats keep %lld and %llu.
 #if defined(__clang__)
-#define MARAVEL_PRINTF(format, first) __attribute__((format(printf, format, first)))
+#define MARAVEL_PRINTF(text, first) __attribute__((format(printf, text, first)))
 #elif defined(__GNUC__)
-#define MARAVEL_PRINTF(format, first) __attribute__((format(gnu_printf, format, first)))
+#define MARAVEL_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
 #else
-#define MARAVEL_PRINTF(format, first)
+#define MARAVEL_PRINTF(text, first)
 #endif
 
 // Clang's thread-safety analysis: what a mutex guards and who must hold it.
@@ -42,4 +42,14 @@
 #define MARAVEL_EXPORT __declspec(dllexport)
 #else
 #define MARAVEL_EXPORT __attribute__((visibility("default")))
+#endif
+
+// Around a format that is right as it stands although the compiler's printf check objects to it.
+#if defined(__GNUC__)
+#define MARAVEL_FORMAT_AS_IT_STANDS_BEGIN                                                                    \
+    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wformat\"")
+#define MARAVEL_FORMAT_AS_IT_STANDS_END _Pragma("GCC diagnostic pop")
+#else
+#define MARAVEL_FORMAT_AS_IT_STANDS_BEGIN
+#define MARAVEL_FORMAT_AS_IT_STANDS_END
 #endif

@@ -135,6 +135,7 @@ BOOL AreFileApisANSI();
 unsigned int ___lc_codepage_func();
 std::uint64_t _strtoui64(const char* text, char** end, int radix);
 _locale_t _create_locale(int category, const char* name);
+void _free_locale(_locale_t locale);
 double _atof_l(const char* text, _locale_t locale);
 
 // Time.

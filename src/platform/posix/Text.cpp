@@ -62,6 +62,11 @@ _locale_t _create_locale(int, const char* name)
     return newlocale(LC_ALL_MASK, name, nullptr);
 }
 
+void _free_locale(_locale_t locale)
+{
+    freelocale(locale);
+}
+
 double _atof_l(const char* text, _locale_t locale)
 {
     return strtod_l(text, nullptr, locale);

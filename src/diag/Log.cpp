@@ -1,0 +1,137 @@
+#include "diag/Log.h"
+
+#include "diag/RegistryKey.h"
+#include "diag/TextFormat.h"
+#include "platform/Win32.h"
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+#include <thread>
+
+namespace maravel {
+
+namespace {
+
+constexpr char kAdapterKey[] = "SOFTWARE\\maravel\\PLK\\AdapterZorvik";
+constexpr char kFileName[] = "MaravelAdapterZorvik.log";
+
+constexpr std::size_t kMaxMessage = 1024; // terminating null included
+constexpr std::size_t kMaxPrefix = 32;
+
+// A writer that has not finished after this many turns will not finish any more: its thread was ended by the
+// process's end. Its file is then left to the system.
+constexpr int kCloseAttempts = 100'000;
+
+// The open log, and the number of threads that may be writing to it: a writer counts itself before it looks
+// at the file, so that whoever closes it can wait for the last one.
+std::atomic<std::FILE*> openLog{nullptr};
+std::atomic<int> writers{0};
+
+// Whether the registry leaves logging on. A key that is not there leaves it on.
+bool IsLogEnabled()
+{
+    RegistryKey key;
+    const LSTATUS opened = key.Open(HKEY_LOCAL_MACHINE, kAdapterKey);
+    if (opened != static_cast<LSTATUS>(ERROR_SUCCESS)) {
+        WriteLog(__LINE__, "%s: Error while accessing registry. %d\n", "InitLog", static_cast<int>(opened));
+        return true;
+    }
+    DWORD enabled = 0;
+    DWORD size = sizeof enabled;
+    const LSTATUS read =
+        RegQueryValueExA(key.Get(), "EnableLog", nullptr, nullptr, reinterpret_cast<BYTE*>(&enabled), &size);
+    if (read != static_cast<LSTATUS>(ERROR_SUCCESS) || enabled == 0) {
+        WriteLog(__LINE__, "%s: Error while accessing registry. %d %d\n", "InitLog", static_cast<int>(read),
+                 static_cast<int>(enabled));
+        return false;
+    }
+    return true;
+}
+
+bool IsFolder(const std::string& path)
+{
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+// Makes the folder with any missing parents.
+bool MakeFolder(const std::string& path)
+{
+    if (path.empty() || IsFolder(path)) {
+        return !path.empty();
+    }
+    const std::size_t separator = path.find_last_of(PathSeparator);
+    if (separator != std::string::npos && separator > 0) {
+        MakeFolder(path.substr(0, separator));
+    }
+    return CreateDirectoryA(path.c_str(), nullptr) != FALSE || IsFolder(path);
+}
+
+std::FILE* OpenLogFile()
+{
+    char documents[MAX_PATH] = "";
+    if (SHGetFolderPathA(nullptr, CSIDL_COMMON_DOCUMENTS, nullptr, 0, documents) != 0) {
+        return nullptr;
+    }
+    const std::string folder =
+        std::string(documents) + PathSeparator + "Halvane" + PathSeparator + "AdapterZorvik";
+    if (!MakeFolder(folder)) {
+        return nullptr;
+    }
+    return _fsopen((folder + PathSeparator + kFileName).c_str(), "w+", _SH_DENYNO);
+}
+
+std::size_t FormatPrefix(char* buffer, std::size_t size, unsigned line) noexcept
+{
+    SYSTEMTIME now = {};
+    GetLocalTime(&now);
+    return FormatTextInto(buffer, size, "[%02d:%02d:%02d:%03d L%05u] ", now.wHour, now.wMinute, now.wSecond,
+                          now.wMilliseconds, line);
+}
+
+} // namespace
+
+void InitLog()
+{
+    const bool enabled = IsLogEnabled();
+    CloseLog();
+    if (enabled) {
+        openLog = OpenLogFile();
+    }
+}
+
+void WriteLog(unsigned line, const char* format, ...) noexcept
+{
+    ++writers;
+    if (std::FILE* file = openLog; file != nullptr) {
+        char text[kMaxPrefix + kMaxMessage];
+        const std::size_t prefix = FormatPrefix(text, kMaxPrefix, line);
+        std::va_list arguments;
+        va_start(arguments, format);
+        const std::size_t message = FormatText(text + prefix, kMaxMessage, format, arguments);
+        va_end(arguments);
+        // Past the stream's own buffer: one call to the system, and nothing is left to flush. A full disk or
+        // a lost folder costs lines, never more.
+        static_cast<void>(_write(_fileno(file), text, static_cast<unsigned>(prefix + message)));
+    }
+    --writers;
+}
+
+void CloseLog() noexcept
+{
+    std::FILE* file = openLog.exchange(nullptr);
+    if (file == nullptr) {
+        return;
+    }
+    for (int attempt = 0; writers != 0; ++attempt) {
+        if (attempt == kCloseAttempts) {
+            return;
+        }
+        std::this_thread::yield();
+    }
+    std::fclose(file);
+}
+
+} // namespace maravel

@@ -1,0 +1,21 @@
+// The printf formatting behind every log line and error text.
+#pragma once
+
+#include "platform/Compiler.h"
+
+#include <cstdarg>
+#include <cstddef>
+
+namespace maravel {
+
+// Formats into the buffer, at most size - 1 characters and a terminating null, and returns the number of
+// characters written. Knows the conversions that the adapter's texts use: %s %d %u %X %lld %llu %f %%, with a
+// zero flag and a width. Unlike the C library's own it never depends on the host's locale and never fails; a
+// null text prints as "(null)".
+std::size_t FormatText(char* buffer, std::size_t size, const char* format, std::va_list arguments) noexcept;
+
+// The same for a caller that has the values themselves.
+std::size_t FormatTextInto(char* buffer, std::size_t size, const char* format, ...) noexcept
+    MARAVEL_PRINTF(3, 4);
+
+} // namespace maravel
