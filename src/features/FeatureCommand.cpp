@@ -1,0 +1,56 @@
+#include "features/FeatureCommand.h"
+
+#include "adapter/CameraAccess.h"
+#include "features/FeatureLookup.h"
+#include "sdk/ResultNames.h"
+
+namespace maravel {
+
+namespace {
+
+constexpr const char* kName = "ExecuteCommand";
+constexpr std::int64_t kLimitMilliseconds = 1000;
+
+std::int32_t Execute(const ChannelCall& call, const char* featureName)
+{
+    if (OpenCameraIfClosed(call) == CameraOpening::Failed) {
+        return MARAVEL_FAILURE;
+    }
+    if (FindFeature(call.channel, featureName) == nullptr) {
+        ReportError(__LINE__, call.errorText, "%s: ERROR. Feature '%s' not found for channelID=%lld.", kName,
+                    featureName, call.channelID);
+        return MARAVEL_FAILURE;
+    }
+    const ZvkHandle_t camera = call.channel.cameraHandle;
+    const ZvkError_t result = call.api.ZvkFeatureCommandRun(camera, featureName);
+    if (result != ZvkErrorSuccess) {
+        ReportError(__LINE__, call.errorText,
+                    "%s: ERROR while executing command. ChannelID=%lld. Feature='%s'. Reason=%s (%d)", kName,
+                    call.channelID, featureName, ErrorCodeName(result), result);
+        return MARAVEL_FAILURE;
+    }
+    WriteLog(__LINE__, "%s: SUCCESS. ChannelID=%d. Feature='%s' executed.\n", kName, call.ChannelNumber(),
+             featureName);
+    if (AwaitCommand(call.api, camera, featureName, kLimitMilliseconds) == CommandEnd::TimedOut) {
+        WriteLog(__LINE__, "%s: ERROR. Timeout exceeded. ChannelID=%d. Feature='%s'.\n", kName,
+                 call.ChannelNumber(), featureName);
+    }
+    return MARAVEL_SUCCESS;
+}
+
+} // namespace
+
+std::int32_t MARAVEL_CALL ExecuteCommand(char* errorText, std::int64_t channelID,
+                                         const char* featureName) noexcept
+{
+    WriteLog(__LINE__, "%s: channelID=%lld, feature='%s'\n", kName, static_cast<long long>(channelID),
+             featureName);
+    return HostCall({__LINE__, kName, "%s: ERROR. Invalid class pointer.",
+                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"},
+                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
+                        return RejectNull(__LINE__, call, featureName) ? MARAVEL_FAILURE
+                                                                       : Execute(call, featureName);
+                    });
+}
+
+} // namespace maravel

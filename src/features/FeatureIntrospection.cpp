@@ -1,0 +1,210 @@
+#include "features/FeatureIntrospection.h"
+
+#include "adapter/HostCall.h"
+#include "features/FeatureLookup.h"
+#include "sdk/ResultNames.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace maravel {
+
+namespace {
+
+constexpr const char* kFeatureName = "GetFeatureName";
+constexpr const char* kFeatureType = "GetFeatureType";
+constexpr const char* kValidEnum = "GetValidEnum";
+constexpr const char* kFeatureAttr = "GetFeatureAttr";
+
+// More entries than this no enumeration has; an SDK that claims them is not believed.
+constexpr std::uint32_t kMaxEntries = 65'536;
+
+std::int32_t NameAt(const ChannelCall& call, std::int32_t listIndex, char* nameText)
+{
+    const VideoChannelData& channel = call.channel;
+    if (listIndex < 0 || static_cast<std::size_t>(listIndex) >= channel.compatibleFeatures.size()) {
+        return MARAVEL_FAILURE;
+    }
+    const std::uint32_t featureIndex =
+        channel.compatibleFeatures[static_cast<std::size_t>(listIndex)].featureIndex;
+    if (featureIndex >= channel.featureCount) {
+        ReportError(__LINE__, call.errorText, "%s: ERROR. Invalid Zorvik feature index=%d.", kFeatureName,
+                    static_cast<int>(featureIndex));
+        return MARAVEL_FAILURE;
+    }
+    CopyTextBounded(nameText, MARAVEL_TEXT_SIZE, channel.featureInfo[featureIndex].name);
+    return MARAVEL_SUCCESS;
+}
+
+std::int32_t HostFeatureType(std::uint32_t featureDataType)
+{
+    switch (featureDataType) {
+    case ZvkFeatureDataInt:
+        return FeatureTypeInt;
+    case ZvkFeatureDataFloat:
+        return FeatureTypeFloat;
+    case ZvkFeatureDataEnum:
+        return FeatureTypeEnum;
+    case ZvkFeatureDataString:
+        return FeatureTypeString;
+    case ZvkFeatureDataBool:
+        return FeatureTypeBool;
+    case ZvkFeatureDataCommand:
+        return FeatureTypeCommand;
+    default:
+        return FeatureTypeUnsupported;
+    }
+}
+
+std::int32_t TypeOf(const ChannelCall& call, const char* featureName, std::int32_t& featureType)
+{
+    const ZvkFeatureInfo_t* feature = FindFeature(call.channel, featureName);
+    if (feature == nullptr) {
+        ReportError(__LINE__, call.errorText, "%s: ERROR. channelID=%lld. Feature '%s' not found.",
+                    kFeatureType, call.channelID, featureName);
+        return MARAVEL_FAILURE;
+    }
+    featureType = HostFeatureType(feature->featureDataType);
+    return MARAVEL_SUCCESS;
+}
+
+std::int32_t ReportRangeQueryFailure(unsigned line, const ChannelCall& call, const char* featureName,
+                                     ZvkError_t result)
+{
+    ReportError(line, call.errorText,
+                "%s: ERROR. ZvkFeatureEnumRangeQuery failed for feature %s. Reason=%s (%d)", kValidEnum,
+                featureName, ErrorCodeName(result), result);
+    return MARAVEL_FAILURE;
+}
+
+std::int32_t ValidEntryAt(const ChannelCall& call, const char* featureName, std::uint32_t entryIndex,
+                          char* entryText)
+{
+    if (FindFeature(call.channel, featureName) == nullptr) {
+        return MARAVEL_FAILURE;
+    }
+    const ZvkHandle_t camera = call.channel.cameraHandle;
+    std::uint32_t count = 0;
+    ZvkError_t result = call.api.ZvkFeatureEnumRangeQuery(camera, featureName, nullptr, 0, &count);
+    if (result != ZvkErrorSuccess) {
+        return ReportRangeQueryFailure(__LINE__, call, featureName, result);
+    }
+    if (count > kMaxEntries) {
+        return ReportRangeQueryFailure(__LINE__, call, featureName, ZvkErrorResources);
+    }
+    std::vector<const char*> entries(count, nullptr);
+    std::uint32_t filled = 0;
+    result = call.api.ZvkFeatureEnumRangeQuery(camera, featureName, entries.data(), count, &filled);
+    if (result != ZvkErrorSuccess) {
+        return ReportRangeQueryFailure(__LINE__, call, featureName, result);
+    }
+    entries.resize(
+        std::min(filled, count)); // an SDK that claims more than it was given room for wrote no more
+    std::erase_if(entries, [&](const char* entry) {
+        ZvkBool_t isAvailable = 0;
+        return entry == nullptr ||
+               call.api.ZvkFeatureEnumIsAvailable(camera, featureName, entry, &isAvailable) !=
+                   ZvkErrorSuccess ||
+               isAvailable == 0;
+    });
+    if (entryIndex >= entries.size()) {
+        WriteLog(__LINE__, "%s: INFO: Feature '%s' : %d/%d entries marked as available.\n", kValidEnum,
+                 featureName, static_cast<int>(entries.size()), static_cast<int>(filled));
+        return MARAVEL_FAILURE;
+    }
+    CopyTextBounded(entryText, MARAVEL_TEXT_SIZE, entries[entryIndex]);
+    return MARAVEL_SUCCESS;
+}
+
+std::int32_t AttributeOf(const ChannelCall& call, const char* featureName, std::uint32_t attrKind,
+                         char* attrText)
+{
+    const ZvkFeatureInfo_t* feature = FindFeature(call.channel, featureName);
+    if (feature == nullptr) {
+        ReportError(__LINE__, call.errorText, "%s: ERROR. channelID=%lld. Feature '%s' not found.",
+                    kFeatureAttr, call.channelID, featureName);
+        return MARAVEL_FAILURE;
+    }
+    if (attrKind == FeatureAttrDescription) {
+        CopyTextBounded(attrText, MARAVEL_TEXT_SIZE, feature->description);
+        return MARAVEL_SUCCESS;
+    }
+    if (attrKind != FeatureAttrReadable && attrKind != FeatureAttrWritable) {
+        return MARAVEL_SUCCESS;
+    }
+    ZvkBool_t isReadable = 0;
+    ZvkBool_t isWriteable = 0;
+    const ZvkError_t result =
+        call.api.ZvkFeatureAccessQuery(call.channel.cameraHandle, featureName, &isReadable, &isWriteable);
+    if (result != ZvkErrorSuccess) {
+        isReadable = 0;
+        isWriteable = 0;
+        if (attrKind == FeatureAttrReadable) {
+            WriteLog(__LINE__, "%s: ERROR while querying read feature access for '%s': Reason=%s (%d)\n",
+                     kFeatureAttr, featureName, ErrorCodeName(result), result);
+        }
+        else {
+            WriteLog(__LINE__, "%s: ERROR while querying write feature access for '%s': Reason=%s (%d)\n",
+                     kFeatureAttr, featureName, ErrorCodeName(result), result);
+        }
+    }
+    const ZvkBool_t answer = attrKind == FeatureAttrReadable ? isReadable : isWriteable;
+    CopyTextBounded(attrText, MARAVEL_TEXT_SIZE, answer == 1 ? "True" : "False");
+    return MARAVEL_SUCCESS;
+}
+
+} // namespace
+
+std::int32_t MARAVEL_CALL GetFeatureName(char* errorText, std::int64_t channelID, std::int32_t listIndex,
+                                         char* nameText) noexcept
+{
+    return HostCall({__LINE__, kFeatureName, "%s: ERROR. Invalid class pointer.",
+                     "%s: ERROR. Invalid channelID=%lld. Available Cameras=%d."},
+                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
+                        return RejectNull(__LINE__, call, nameText) ? MARAVEL_FAILURE
+                                                                    : NameAt(call, listIndex, nameText);
+                    });
+}
+
+std::int32_t MARAVEL_CALL GetFeatureType(char* errorText, std::int64_t channelID, const char* featureName,
+                                         std::int32_t* featureType) noexcept
+{
+    return HostCall({__LINE__, kFeatureType, "%s: ERROR. Invalid class pointer.",
+                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"},
+                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
+                        if (RejectNull(__LINE__, call, featureName) ||
+                            RejectNull(__LINE__, call, featureType)) {
+                            return MARAVEL_FAILURE;
+                        }
+                        return TypeOf(call, featureName, *featureType);
+                    });
+}
+
+std::int32_t MARAVEL_CALL GetValidEnum(char* errorText, std::int64_t channelID, const char* featureName,
+                                       std::uint32_t entryIndex, char* entryText) noexcept
+{
+    return HostCall({__LINE__, kValidEnum, "%s: ERROR. Invalid class pointer.",
+                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d."},
+                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
+                        if (RejectNull(__LINE__, call, featureName) ||
+                            RejectNull(__LINE__, call, entryText)) {
+                            return MARAVEL_FAILURE;
+                        }
+                        return ValidEntryAt(call, featureName, entryIndex, entryText);
+                    });
+}
+
+std::int32_t MARAVEL_CALL GetFeatureAttr(char* errorText, std::int64_t channelID, const char* featureName,
+                                         std::uint32_t attrKind, char* attrText) noexcept
+{
+    return HostCall({__LINE__, kFeatureAttr, "%s: ERROR. Invalid class pointer.",
+                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d."},
+                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
+                        if (RejectNull(__LINE__, call, featureName) || RejectNull(__LINE__, call, attrText)) {
+                            return MARAVEL_FAILURE;
+                        }
+                        return AttributeOf(call, featureName, attrKind, attrText);
+                    });
+}
+
+} // namespace maravel
