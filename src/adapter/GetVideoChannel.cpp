@@ -1,0 +1,83 @@
+// The adapter's one exported function: start-up on the first index, then one channel a call.
+
+#include "adapter/AdapterStartup.h"
+#include "adapter/ChannelOpening.h"
+#include "adapter/HostCall.h"
+
+namespace maravel {
+
+namespace {
+
+constexpr const char* kName = "GetVideoChannel";
+
+// Closes the camera of a channel whose opening failed, once more and with whatever handle the record holds.
+void CloseAfterFailedOpening(VideoChannelData& channel, const ZvkCameraInfo_t& camera,
+                             std::int32_t channelIndex) MARAVEL_REQUIRES(g_adapterMutex)
+{
+    if (g_apiAccess->ZvkCameraClose(channel.cameraHandle) == ZvkErrorSuccess) {
+        channel.cameraHandle = nullptr;
+        WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", kName, channelIndex,
+                 TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
+    }
+    else {
+        WriteLog(__LINE__, "%s: ZvkCameraClose FAILED. channelID %d (%s [%s])\n", kName, channelIndex,
+                 TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
+    }
+}
+
+std::int32_t HandOut(char* errorText, std::int32_t channelIndex, VideoChannelDescriptor& descriptor)
+    MARAVEL_REQUIRES(g_adapterMutex)
+{
+    if (g_apiAccess == nullptr) {
+        ReportError(__LINE__, errorText, "%s: ERROR while loading '%s'.", kName, "ZvkC.dll");
+        return MARAVEL_FAILURE;
+    }
+    if (g_imageTransformAccess == nullptr) {
+        ReportError(__LINE__, errorText, "%s: ERROR while loading ImageTransformLibrary.", kName);
+        return MARAVEL_FAILURE;
+    }
+    if (g_adapterData == nullptr) {
+        ReportError(__LINE__, errorText, "%s: ERROR. Invalid AdapterData pointer.", kName);
+        return MARAVEL_FAILURE;
+    }
+    VideoChannelData* channel = FindChannel(channelIndex);
+    if (channel == nullptr) {
+        WriteLog(__LINE__, "%s: No further video channels found!\n", kName);
+        return MARAVEL_FAILURE;
+    }
+    WriteLog(__LINE__, "%s: Accessing channelID %d...\n", kName, channelIndex);
+    if (InitializeVideoChannel(errorText, descriptor, channelIndex)) {
+        WriteLog(__LINE__, "%s: Video channelID %d found and initialized!\n", kName, channelIndex);
+        descriptor.openResult = 0;
+        return MARAVEL_SUCCESS;
+    }
+    const ZvkCameraInfo_t& camera = g_adapterData->cameras[static_cast<std::size_t>(channelIndex)];
+    CloseAfterFailedOpening(*channel, camera, channelIndex);
+    ReportError(__LINE__, errorText, "%s: Unable to open cameraID %d (%s [%s]).", kName, channelIndex,
+                TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
+    descriptor.openResult = 1;
+    return MARAVEL_SUCCESS;
+}
+
+} // namespace
+
+} // namespace maravel
+
+extern "C" MARAVEL_EXPORT std::int32_t MARAVEL_CALL
+GetVideoChannel(char* errorText, std::int32_t channelIndex, VideoChannelDescriptor* descriptor) noexcept
+{
+    using namespace maravel;
+    return GuardedCall(__LINE__, kName, errorText, [&]() MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
+        if (descriptor == nullptr) {
+            ReportError(__LINE__, errorText, "%s: ERROR. Null pointer passed for the descriptor.", kName);
+            return MARAVEL_FAILURE;
+        }
+        if (channelIndex == 0) {
+            StartAdapter();
+        }
+        return HandOut(errorText, channelIndex, *descriptor);
+    });
+}
+
+static_assert(std::is_same_v<decltype(&GetVideoChannel), GetVideoChannelFn> ||
+              std::is_convertible_v<decltype(&GetVideoChannel), GetVideoChannelFn>);
