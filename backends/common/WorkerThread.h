@@ -29,8 +29,8 @@ public:
     // Like Wait, but a body that has not begun yet never will.
     void Stop();
 
-    // True when called on this object's thread.
-    bool IsCurrent() const;
+    // Names the calling thread, whoever made it; never 0.
+    static std::uint64_t CurrentThread();
 
     // Threads of this library whose work has not ended.
     static std::uint32_t AliveCount();

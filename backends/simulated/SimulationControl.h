@@ -1,11 +1,11 @@
-/* How a test or a person steers the simulated cameras behind ZvkC.dll. The functions are exported by that library
- * beside the SDK's own entry points; SIM_CONTROL_FUNCTIONS lists them once, to be expanded into prototypes or into
- * a table of pointers resolved by name. Valid C (C11) and C++.
+/* How a test or a person steers the simulated cameras behind ZvkC.dll. The functions are exported by that
+ * library beside the SDK's own entry points; SIM_CONTROL_FUNCTIONS lists them once, to be expanded into
+ * prototypes or into a table of pointers resolved by name. Valid C (C11) and C++.
  *
  * Any function may be called from any thread, also before ZvkStartup and after ZvkShutdown, unless it says
- * otherwise. Cameras are numbered from 0 in the order of the description. Functions with an int32_t result give
- * one of the SDK's result codes, 0 for success. A text buffer is filled with whole lines as far as they fit and
- * always terminated; a null buffer with size 0 only counts.
+ * otherwise. Cameras are numbered from 0 in the order of the description. Functions with an int32_t result
+ * give one of the SDK's result codes, 0 for success. A text buffer is filled with whole lines as far as they
+ * fit and always terminated; a null buffer with size 0 only counts.
  */
 #ifndef MARAVEL_SIMULATIONCONTROL_H
 #define MARAVEL_SIMULATIONCONTROL_H
@@ -26,14 +26,16 @@ typedef struct SimFault
 } SimFault;
 
 /* Which fields of a SimFrameRequest count; the others are as the camera would fill them. */
-enum {
+enum
+{
     SimFrameHasStatus = 0x01,
     SimFrameHasFrameId = 0x02,
     SimFrameHasTimestamp = 0x04,
     SimFrameHasPixelFormat = 0x08,
     SimFrameHasSize = 0x10,   /* width and height */
     SimFrameHasOffset = 0x20, /* offsetX and offsetY */
-    SimFrameHasBytes = 0x40   /* bytes and byteCount; as many as fit go into the buffer, the rest stays as it was */
+    SimFrameHasBytes =
+        0x40 /* bytes and byteCount; as many as fit go into the buffer, the rest stays as it was */
 };
 
 /* A frame to emit now. */
@@ -76,7 +78,11 @@ typedef struct SimStatistics
 } SimStatistics;
 
 /* For SimInvokeCallback: the handle that the camera (or its stream) has, or had last. */
-#define SIM_OWN_HANDLE ((void*)(intptr_t)-1)
+#ifdef __cplusplus
+#define SIM_OWN_HANDLE (reinterpret_cast<void*>(UINTPTR_MAX))
+#else
+#define SIM_OWN_HANDLE ((void*)UINTPTR_MAX)
+#endif
 
 /* clang-format off */
 #define SIM_CONTROL_FUNCTIONS(FUNCTION) \

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <new>
+#include <pthread.h>
 #include <system_error>
 #include <thread>
 
@@ -15,7 +16,6 @@ constinit std::atomic<std::uint32_t> g_alive{0};
 struct WorkerThread::State
 {
     std::thread thread;
-    std::thread::id id;
 };
 
 bool WorkerThread::Start(Body body, void* context)
@@ -35,7 +35,6 @@ bool WorkerThread::Start(Body body, void* context)
         delete state;
         return false;
     }
-    state->id = state->thread.get_id();
     state_ = state;
     return true;
 }
@@ -54,9 +53,9 @@ void WorkerThread::Stop()
     Wait();
 }
 
-bool WorkerThread::IsCurrent() const
+std::uint64_t WorkerThread::CurrentThread()
 {
-    return state_ != nullptr && state_->id == std::this_thread::get_id();
+    return static_cast<std::uint64_t>(pthread_self());
 }
 
 std::uint32_t WorkerThread::AliveCount()

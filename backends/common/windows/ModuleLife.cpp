@@ -3,6 +3,7 @@
 #include "RuntimeRelease.h"
 
 #include <atomic>
+#include <string>
 #include <windows.h>
 
 namespace maravel::backend {
@@ -15,6 +16,22 @@ constinit std::atomic<bool> g_processIsEnding{false};
 bool ProcessIsEnding()
 {
     return g_processIsEnding.load(std::memory_order_acquire);
+}
+
+std::filesystem::path LibraryFolder()
+{
+    HMODULE self = nullptr;
+    const auto address = reinterpret_cast<LPCWSTR>(reinterpret_cast<void*>(&ProcessIsEnding));
+    constexpr DWORD how =
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    if (!GetModuleHandleExW(how, address, &self))
+        return {};
+    std::wstring name(1024, L'\0');
+    const DWORD length = GetModuleFileNameW(self, name.data(), static_cast<DWORD>(name.size()));
+    if (length == 0 || length == name.size())
+        return {};
+    name.resize(length);
+    return std::filesystem::path(name).parent_path();
 }
 
 } // namespace maravel::backend

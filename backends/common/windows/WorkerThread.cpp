@@ -26,7 +26,6 @@ struct WorkerThread::State
     HMODULE library = nullptr; // the thread's own reference to our code
     HANDLE thread = nullptr;
     HANDLE done = nullptr;
-    DWORD id = 0;
     std::atomic<Phase> phase{Phase::NotBegun};
     std::atomic<int> owners{2};
 
@@ -74,7 +73,7 @@ bool WorkerThread::Start(Body body, void* context)
                            &state->library)) {
         g_alive.fetch_add(1);
         // Suspended, so that everything is in place before the thread looks at it.
-        state->thread = CreateThread(nullptr, 0, &State::Main, state, CREATE_SUSPENDED, &state->id);
+        state->thread = CreateThread(nullptr, 0, &State::Main, state, CREATE_SUSPENDED, nullptr);
         if (state->thread != nullptr) {
             state_ = state;
             ResumeThread(state->thread);
@@ -113,9 +112,9 @@ void WorkerThread::Stop()
     Wait();
 }
 
-bool WorkerThread::IsCurrent() const
+std::uint64_t WorkerThread::CurrentThread()
 {
-    return state_ != nullptr && state_->id == GetCurrentThreadId();
+    return GetCurrentThreadId();
 }
 
 std::uint32_t WorkerThread::AliveCount()

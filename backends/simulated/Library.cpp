@@ -1,0 +1,342 @@
+#include "Library.h"
+
+#include "ControlState.h"
+#include "backends/common/ModuleLife.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+namespace maravel::simulated {
+
+using backend::HandleKind;
+using backend::Lock;
+
+constinit backend::Mutex g_mutex;
+constinit backend::ViolationLog g_violations;
+
+namespace {
+
+// Null outside of a session. Deleted by ZvkShutdown, never by the unloading of the library.
+constinit Library* g_library MARAVEL_GUARDED_BY(g_mutex) = nullptr;
+constinit bool g_starting MARAVEL_GUARDED_BY(g_mutex) = false;
+
+constexpr const char* DescriptionName = "cameras.toml";
+
+bool ReadFile(const std::filesystem::path& path, std::string* text)
+{
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream)
+        return false;
+    text->assign(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+    return true;
+}
+
+// The text given by a test, or the file of the SDK folder.
+bool LoadDescriptions(std::vector<CameraDescription>* cameras, std::string* error)
+{
+    const std::filesystem::path folder = backend::LibraryFolder().parent_path();
+    std::string text;
+    if (!g_control.GetDescription(&text) && !ReadFile(folder / DescriptionName, &text)) {
+        *error = std::string(DescriptionName) +
+                 ":1:1: the file cannot be read; expected the description of the "
+                 "cameras in the folder above the library's own";
+        return false;
+    }
+    return ParseDescription(text, DescriptionName, folder, cameras, error);
+}
+
+} // namespace
+
+bool Library::Build(std::vector<CameraDescription> descriptions, std::string* error)
+{
+    for (CameraDescription& description : descriptions) {
+        const auto index = static_cast<std::uint32_t>(cameras_.size());
+        auto camera = std::make_unique<Camera>(mutex_, index, std::move(description));
+        std::string reason;
+        if (!camera->Build(&reason)) {
+            const CameraDescription& where = camera->Description();
+            *error = std::string(DescriptionName) + ":" + std::to_string(where.line) + ":" +
+                     std::to_string(where.column) + ": camera '" + where.id + "': " + reason;
+            return false;
+        }
+        camera->transportHandle = handles_.Add(HandleKind::TransportLayer, index, camera.get());
+        camera->interfaceHandle = handles_.Add(HandleKind::Interface, index, camera.get());
+        Connect(camera->TransportFeatures(), camera->transportHandle, *camera);
+        Connect(camera->InterfaceFeatures(), camera->interfaceHandle, *camera);
+        if (g_control.IsUnplugged(index))
+            camera->SetUnplugged(true);
+        cameras_.push_back(std::move(camera));
+    }
+    return true;
+}
+
+void Library::Connect(FeatureSet& features, ZvkHandle_t handle, Camera& camera)
+{
+    features.held = [index = camera.Index()](const char* name) { return g_control.IsHeld(index, name); };
+    features.changed = [this, handle](const char* name) { NoteChange(handle, name); };
+}
+
+Camera* Library::FindCamera(const char* id) const
+{
+    for (const auto& camera : cameras_)
+        if (camera->Description().id == id)
+            return camera.get();
+    return nullptr;
+}
+
+FeatureSet* Library::FeaturesOf(ZvkHandle_t handle) const
+{
+    const backend::HandleTable::Entry* entry = handles_.Find(handle);
+    if (entry == nullptr)
+        return nullptr;
+    auto* camera = static_cast<Camera*>(entry->object);
+    switch (entry->name.kind) {
+    case HandleKind::TransportLayer:
+        return &camera->TransportFeatures();
+    case HandleKind::Interface:
+        return &camera->InterfaceFeatures();
+    case HandleKind::Camera:
+        return &camera->Features();
+    case HandleKind::LocalDevice:
+        return &camera->LocalDeviceFeatures();
+    case HandleKind::Stream:
+        return &camera->StreamFeatures();
+    case HandleKind::Chunk:
+        return static_cast<FeatureSet*>(entry->object);
+    }
+    return nullptr;
+}
+
+void Library::Open(Camera& camera)
+{
+    const std::uint32_t index = camera.Index();
+    camera.cameraHandle = handles_.Add(HandleKind::Camera, index, &camera);
+    camera.localDeviceHandle = handles_.Add(HandleKind::LocalDevice, index, &camera);
+    for (std::uint32_t i = 0; i < camera.Description().streams; ++i)
+        camera.streamHandles.push_back(handles_.Add(HandleKind::Stream, index, &camera));
+    Connect(camera.Features(), camera.cameraHandle, camera);
+    Connect(camera.LocalDeviceFeatures(), camera.localDeviceHandle, camera);
+    if (!camera.streamHandles.empty())
+        Connect(camera.StreamFeatures(), camera.streamHandles.front(), camera);
+}
+
+void Library::Close(Camera& camera, Lock& lock)
+{
+    camera.EndCapture(lock);
+    camera.Flush();
+    camera.Frames().RevokeAll();
+    if (!camera.IsOpen())
+        return; // somebody else closed it while the capture ended
+    camera.Features().At("AcquisitionStop").run();
+    for (const ZvkHandle_t stream : camera.streamHandles)
+        handles_.Remove(stream);
+    handles_.Remove(camera.localDeviceHandle);
+    handles_.Remove(camera.cameraHandle);
+    std::erase_if(listeners_, [&camera](const InvalidationListener& listener) {
+        return listener.handle == camera.cameraHandle || listener.handle == camera.localDeviceHandle ||
+               std::find(camera.streamHandles.begin(), camera.streamHandles.end(), listener.handle) !=
+                   camera.streamHandles.end();
+    });
+    camera.streamHandles.clear();
+    camera.localDeviceHandle = camera.cameraHandle = nullptr;
+}
+
+void Library::TearDown(Lock& lock) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
+{
+    for (const auto& camera : cameras_) {
+        if (!camera->IsOpen())
+            continue;
+        g_violations.Add("ZvkShutdown", "camera %u is open", camera->Index());
+        Close(*camera, lock);
+    }
+    while (events_ == Events::Starting)
+        eventIdle_.Wait(mutex_);
+    stopEvents_ = true;
+    eventWake_.WakeAll();
+    lock.Unlock();
+    eventThread_.Stop();
+    lock.Relock();
+    while (users > 0)
+        unused.Wait(mutex_);
+}
+
+void Library::NoteChange(ZvkHandle_t handle, const char* name)
+{
+    for (const InvalidationListener& listener : listeners_)
+        if (listener.handle == handle && listener.name == name)
+            changes_.push_back(listener);
+    if (!changes_.empty())
+        eventWake_.WakeAll();
+}
+
+ZvkError_t Library::Listen(InvalidationListener listener, Lock& lock) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
+{
+    listeners_.push_back(std::move(listener));
+    while (events_ == Events::Starting)
+        eventIdle_.Wait(mutex_);
+    if (events_ == Events::On)
+        return ZvkErrorSuccess;
+    events_ = Events::Starting;
+    lock.Unlock();
+    const bool made = eventThread_.Start(&Library::RunEvents, this);
+    lock.Relock();
+    events_ = made ? Events::On : Events::Off;
+    eventIdle_.WakeAll();
+    return made ? ZvkErrorSuccess : ZvkErrorResources;
+}
+
+bool Library::StopListening(ZvkHandle_t handle, const char* name, ZvkInvalidationCallback callback,
+                            Lock&) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
+{
+    const auto same = [=](const InvalidationListener& known) {
+        return known.handle == handle && known.name == name && known.callback == callback;
+    };
+    const bool found = std::erase_if(listeners_, same) > 0;
+    std::erase_if(changes_, same);
+    // On return the callback does not run any more, unless it is the caller.
+    while (telling_ && eventThreadId_ != backend::WorkerThread::CurrentThread())
+        eventIdle_.Wait(mutex_);
+    return found;
+}
+
+void Library::RunEvents(void* library)
+{
+    static_cast<Library*>(library)->EventLoop();
+}
+
+void Library::EventLoop() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
+{
+    Lock lock(mutex_);
+    eventThreadId_ = backend::WorkerThread::CurrentThread();
+    while (!stopEvents_) {
+        if (changes_.empty()) {
+            eventWake_.Wait(mutex_);
+            continue;
+        }
+        const InvalidationListener change = std::move(changes_.front());
+        changes_.erase(changes_.begin());
+        telling_ = true;
+        lock.Unlock();
+        change.callback(change.handle, change.name.c_str(), change.userContext);
+        lock.Relock();
+        telling_ = false;
+        eventIdle_.WakeAll();
+    }
+}
+
+Session::Session(const char* entry, bool quiet) : lock_(g_mutex), entry_(entry)
+{
+    if (g_library != nullptr && !g_library->closing) {
+        library_ = g_library;
+        ++library_->users;
+    }
+    else if (!quiet) {
+        g_violations.Add(entry, "called before ZvkStartup or after ZvkShutdown");
+    }
+}
+
+Session::~Session()
+{
+    if (library_ != nullptr && --library_->users == 0)
+        library_->unused.WakeAll();
+}
+
+Camera* Session::FindCamera(ZvkHandle_t handle) const
+{
+    auto* camera = static_cast<Camera*>(library_->Handles().Find(handle, HandleKind::Camera));
+    if (camera == nullptr)
+        BadHandle(handle);
+    return camera;
+}
+
+ZvkError_t Session::BadHandle(ZvkHandle_t handle) const
+{
+    // A null handle is an honest "none": refused, but no misuse.
+    if (handle != nullptr) {
+        char text[64];
+        backend::DescribeHandle(handle, text, sizeof(text));
+        const bool alive = library_->Handles().Find(handle) != nullptr;
+        g_violations.Add(entry_,
+                         alive ? "the handle (%s) is of another kind" : "the handle (%s) is dead or foreign",
+                         text);
+    }
+    return ZvkErrorBadHandle;
+}
+
+ZvkError_t Session::Misuse(ZvkError_t code, const char* what) const
+{
+    g_violations.Add(entry_, "%s", what);
+    return code;
+}
+
+namespace {
+
+// Keeps others from starting the library meanwhile; the cameras are made without the lock.
+class StartingMark
+{
+public:
+    bool Set()
+    {
+        Lock lock(g_mutex);
+        set_ = g_library == nullptr && !g_starting;
+        g_starting = g_starting || set_;
+        return set_;
+    }
+    ~StartingMark()
+    {
+        Lock lock(g_mutex);
+        if (set_)
+            g_starting = false;
+    }
+
+private:
+    bool set_ = false;
+};
+
+} // namespace
+
+ZvkError_t StartLibrary()
+{
+    StartingMark mark;
+    if (!mark.Set()) {
+        g_violations.Add("ZvkStartup", "the library is started already");
+        return ZvkErrorAlready;
+    }
+    std::string error;
+    std::vector<CameraDescription> descriptions;
+    auto library = std::make_unique<Library>(g_mutex);
+    const bool good =
+        LoadDescriptions(&descriptions, &error) && library->Build(std::move(descriptions), &error);
+    g_control.SetError(error);
+    if (!good) {
+        std::fprintf(stderr, "%s\n", error.c_str());
+        return ZvkErrorBadParameter;
+    }
+    Lock lock(g_mutex);
+    g_library = library.release();
+    return ZvkErrorSuccess;
+}
+
+void ShutDownLibrary() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
+{
+    Lock lock(g_mutex);
+    Library* library = g_library;
+    if (library == nullptr || library->closing)
+        return; // nothing to shut down; harmless
+    for (const auto& camera : library->Cameras()) {
+        if (camera->IsOnOwnThread()) {
+            g_violations.Add("ZvkShutdown", "called from a frame callback");
+            return;
+        }
+    }
+    library->closing = true;
+    library->TearDown(lock);
+    g_library = nullptr;
+    lock.Unlock();
+    delete library;
+}
+
+} // namespace maravel::simulated
