@@ -1,0 +1,57 @@
+// The acquisition of one channel, from its set-up to its stop.
+#pragma once
+
+#include "CommandLine.h"
+#include "Image.h"
+#include "host/Channel.h"
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace maravel::camhost {
+
+// All may throw Failure with the adapter's text. The camera is stopped at the latest when the object goes.
+class Acquisition
+{
+public:
+    // Applies the common parameters, then the single features.
+    Acquisition(const host::Channel& channel, const Options& options);
+    ~Acquisition();
+    Acquisition(const Acquisition&) = delete;
+    Acquisition& operator=(const Acquisition&) = delete;
+
+    void Start();
+    void Stop();
+
+    // False when no image waits yet. Fails when none came within the time allowed since the one before.
+    // Triggers the next image in the manual mode.
+    bool TakeImage(Image* image);
+
+    bool Done() const { return taken_ >= options_.frames; }
+
+    std::string Progress() const; // short, for one of several on a line
+    std::string Summary() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void StartOrTrigger();
+    std::string TimeoutText() const;
+    double Seconds() const;
+    double Rate() const;
+    std::uint64_t Lost() const;
+
+    const host::Channel& channel_;
+    const Options& options_;
+    std::size_t payloadSize_ = 0;
+    bool started_ = false;
+    int taken_ = 0;
+    ImageAttributes last_ = {};
+    std::vector<std::uint64_t> intervals_; // between time stamps
+    std::string firstFile_, lastFile_;
+    Clock::time_point begin_, end_, deadline_;
+};
+
+} // namespace maravel::camhost

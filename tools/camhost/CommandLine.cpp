@@ -1,0 +1,169 @@
+#include "CommandLine.h"
+
+#include "Failure.h"
+#include "Revision.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+namespace maravel::camhost {
+namespace {
+
+constexpr const char* kAbout = "Acquires images and sets features through a camera adapter library.";
+
+constexpr const char* kFooter =
+    "Exit codes: 0 done; 1 the adapter, a camera or a file refused; 2 wrong arguments;\n"
+    "3 the adapter or its SDK could not be loaded.\n"
+    "Options may stand before or after the command. 'camhost COMMAND --help' tells more of a command.";
+
+constexpr const char* kGrabFooter =
+    "8-bit and colour images become PNG files, deeper ones binary PGM files whose maximum is that of the\n"
+    "camera's depth (packed samples are unpacked). Files are named <serial number>_<number>, appear only when\n"
+    "they are complete, and replace older ones. Lost images are counted from gaps in the time stamps.\n"
+    "Without --region the size stays as it is and the offset becomes 0. With --trigger manual every image is\n"
+    "triggered by software; the hardware modes wait for pulses on the camera's input.";
+
+Assignment SplitAssignment(const std::string& text)
+{
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos || equals == 0)
+        throw CLI::ValidationError(text, "is not of the form FEATURE=VALUE");
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+std::vector<Assignment> SplitAssignments(const std::vector<std::string>& words)
+{
+    if (words.size() == 2 && words[0].find('=') == std::string::npos)
+        return {{words[0], words[1]}};
+    std::vector<Assignment> assignments;
+    for (const std::string& word : words)
+        assignments.push_back(SplitAssignment(word));
+    return assignments;
+}
+
+// What CLI11 fills before it is brought into its final form.
+struct Words
+{
+    std::vector<std::string> assignments;
+    std::vector<int> region;
+    std::string trigger = "freerun";
+    std::string edge = "rising";
+};
+
+Trigger TriggerOf(const std::string& word)
+{
+    if (word == "manual")
+        return Trigger::Manual;
+    if (word == "hardware-auto")
+        return Trigger::HardwareAuto;
+    return word == "hardware-semi-auto" ? Trigger::HardwareSemiAuto : Trigger::Freerun;
+}
+
+CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const char* name, const char* text)
+{
+    CLI::App* sub = app.add_subcommand(name, text);
+    sub->final_callback([&options, command] { options.command = command; });
+    if (command != Command::List)
+        sub->add_option("CHANNEL", options.channel, "The camera: its index or its serial number")->required();
+    return sub;
+}
+
+void AddFeatureCommands(CLI::App& app, Options& options, Words& words)
+{
+    AddCommand(app, options, Command::List, "list", "Lists the cameras");
+    AddCommand(app, options, Command::Describe, "describe",
+               "Lists a camera's features with type, access, value, entries and description");
+    AddCommand(app, options, Command::Get, "get", "Reads features; prints FEATURE=VALUE lines")
+        ->add_option("FEATURE", options.features, "Names of features")
+        ->required();
+    AddCommand(app, options, Command::Set, "set",
+               "Writes features in the given order; prints what they hold afterwards")
+        ->add_option("FEATURE=VALUE", words.assignments, "FEATURE=VALUE ..., or one FEATURE VALUE")
+        ->required();
+    AddCommand(app, options, Command::Run, "run", "Runs a command feature")
+        ->add_option("COMMAND", options.features, "Name of a command feature")
+        ->required()
+        ->expected(1);
+}
+
+void AddGrab(CLI::App& app, Options& options, Words& words)
+{
+    CLI::App* grab =
+        AddCommand(app, options, Command::Grab, "grab", "Acquires images and writes them to files");
+    grab->get_option("CHANNEL")->description("The camera: its index or its serial number; or 'all'");
+    grab->footer(kGrabFooter);
+    grab->add_option("--frames", options.frames, "Images to acquire from each camera")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 1000000));
+    grab->add_option("--out", options.folder, "Folder for the images; made when missing")->required();
+    grab->add_option("--exposure", options.exposure, "Exposure time in seconds")->check(CLI::PositiveNumber);
+    grab->add_option("--trigger", words.trigger, "manual, freerun, hardware-auto or hardware-semi-auto")
+        ->check(CLI::IsMember({"manual", "freerun", "hardware-auto", "hardware-semi-auto"}))
+        ->option_text("MODE [freerun]");
+    grab->add_option("--edge", words.edge, "Edge of the hardware trigger: rising or falling")
+        ->check(CLI::IsMember({"rising", "falling"}))
+        ->option_text("EDGE [rising]");
+    grab->add_option("--region", words.region, "Region of interest in pixels")
+        ->delimiter(',')
+        ->expected(4)
+        ->check(CLI::NonNegativeNumber)
+        ->option_text("X,Y,WIDTH,HEIGHT");
+    grab->add_option("--timeout", options.timeout, "Seconds to wait for each image")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber);
+    grab->add_option("--set", words.assignments, "Feature to write before the start; may be repeated")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->option_text("FEATURE=VALUE");
+    grab->add_flag("--progress", options.progress, "Tell progress also when not on a terminal");
+    grab->add_option("--contact-sheet", options.contactSheet, "PNG file with a small copy of every image")
+        ->option_text("FILE");
+}
+
+// One line, whatever the library would print.
+std::string FailureMessage(const CLI::App*, const CLI::Error& error)
+{
+    std::string text = error.what();
+    for (char& c : text)
+        if (c == '\n')
+            c = ' ';
+    return "camhost: " + text + "; see camhost --help\n";
+}
+
+} // namespace
+
+std::optional<Options> ParseCommandLine(int argc, const char* const* argv, int* exitCode)
+{
+    Options options;
+    Words words;
+    CLI::App app(kAbout, "camhost");
+    app.footer(kFooter);
+    app.failure_message(FailureMessage);
+    app.set_version_flag("--version", "camhost " MARAVEL_PROJECT_VERSION "." MARAVEL_BUILD_REVISION);
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.add_option("--adapter", options.adapter, "Adapter library; without it the one beside camhost")
+        ->option_text("FILE");
+    app.add_option("--sdk", options.sdk,
+                   "SDK folder; without it the one that ZORVIK_HOME names, else ../sdk beside camhost")
+        ->check(CLI::ExistingDirectory)
+        ->option_text("DIR");
+    AddFeatureCommands(app, options, words);
+    AddGrab(app, options, words);
+    try {
+        app.parse(argc, argv);
+        options.assignments = SplitAssignments(words.assignments);
+    }
+    catch (const CLI::Error& error) {
+        *exitCode = app.exit(error, std::cout, std::cerr) == 0 ? ExitDone : ExitWrongArguments;
+        return std::nullopt;
+    }
+    options.trigger = TriggerOf(words.trigger);
+    options.risingEdge = words.edge == "rising";
+    if (!words.region.empty())
+        options.region = {words.region[0], words.region[1], words.region[2], words.region[3]};
+    return options;
+}
+
+} // namespace maravel::camhost

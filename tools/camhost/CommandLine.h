@@ -1,0 +1,62 @@
+// What camhost was asked for.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace maravel::camhost {
+
+enum class Command
+{
+    List,
+    Describe,
+    Get,
+    Set,
+    Run,
+    Grab
+};
+
+enum class Trigger
+{
+    Manual,
+    Freerun,
+    HardwareAuto,
+    HardwareSemiAuto
+};
+
+struct Region
+{
+    int x, y, width, height; // pixels
+};
+
+using Assignment = std::pair<std::string, std::string>; // feature, value
+
+struct Options
+{
+    Command command = Command::List;
+    std::string adapter; // empty: the one beside this program
+    std::string sdk;     // empty: ZORVIK_HOME, or the one beside this program
+
+    std::string channel; // index or serial number; for Grab also "all"
+    std::vector<std::string> features;
+    std::vector<Assignment> assignments;
+
+    int frames = 1;
+    std::string folder;
+    std::optional<double> exposure; // seconds
+    Trigger trigger = Trigger::Freerun;
+    bool risingEdge = true;
+    std::optional<Region> region;
+    double timeout = 5; // seconds
+    bool progress = false;
+    std::string contactSheet;
+};
+
+// Parses the arguments. After --help, --version and wrong arguments the text was printed already and the
+// result is empty; `exitCode` then says how to end.
+std::optional<Options> ParseCommandLine(int argc, const char* const* argv, int* exitCode);
+
+} // namespace maravel::camhost

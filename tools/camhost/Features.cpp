@@ -1,0 +1,194 @@
+#include "Features.h"
+
+#include "Failure.h"
+#include "Table.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cstdio>
+#include <locale>
+#include <sstream>
+
+namespace maravel::camhost {
+namespace {
+
+using host::Channel;
+using host::Outcome;
+
+const char* TypeName(std::int32_t type)
+{
+    switch (type) {
+    case FeatureTypeEnum:
+        return "enum";
+    case FeatureTypeInt:
+        return "int";
+    case FeatureTypeFloat:
+        return "float";
+    case FeatureTypeCommand:
+        return "command";
+    case FeatureTypeBool:
+        return "bool";
+    case FeatureTypeString:
+        return "string";
+    default:
+        return "other";
+    }
+}
+
+std::int32_t TypeOf(const Channel& channel, const std::string& feature)
+{
+    std::int32_t type = FeatureTypeUnsupported;
+    if (const Outcome outcome = channel.GetFeatureType(feature, &type); !outcome)
+        throw Failure(ExitRefused, ReasonOf(outcome) + " ('camhost describe' lists the names)");
+    return type;
+}
+
+std::string Read(const Channel& channel, const std::string& feature)
+{
+    std::string value;
+    if (const Outcome outcome = channel.ReadValue(feature, &value); !outcome)
+        throw Failure(ExitRefused, ReasonOf(outcome));
+    return value;
+}
+
+bool IsInteger(const std::string& text)
+{
+    std::int64_t value = 0;
+    std::uint64_t large = 0;
+    const char* end = text.data() + text.size();
+    return std::from_chars(text.data(), end, value).ptr == end ||
+           std::from_chars(text.data(), end, large).ptr == end;
+}
+
+// With a decimal point, whatever the locale; to the end of the text.
+bool IsNumber(const std::string& text)
+{
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    double value = 0;
+    return (stream >> value) && stream.peek() == std::istringstream::traits_type::eof();
+}
+
+// The two texts that the adapter knows; any other one when the text means neither.
+std::string BoolText(std::string text)
+{
+    std::ranges::transform(text, text.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (text == "true" || text == "1" || text == "on" || text == "yes")
+        return "True";
+    if (text == "false" || text == "0" || text == "off" || text == "no")
+        return "False";
+    return {};
+}
+
+std::string CheckedValue(const std::string& feature, const std::string& value, std::int32_t type)
+{
+    const std::string quoted = std::string("'").append(value).append("'");
+    if (type == FeatureTypeCommand)
+        throw Failure(ExitWrongArguments, feature + " is a command; use 'camhost run'");
+    if (type == FeatureTypeInt && (value.empty() || !IsInteger(value)))
+        throw Failure(ExitWrongArguments, feature + " is an integer; " + quoted + " is none");
+    if (type == FeatureTypeFloat && !IsNumber(value))
+        throw Failure(ExitWrongArguments, feature + " is a number; " + quoted + " is none");
+    if (type == FeatureTypeBool && BoolText(value).empty())
+        throw Failure(ExitWrongArguments, feature + " is True or False; " + quoted + " is neither");
+    return type == FeatureTypeBool ? BoolText(value) : value;
+}
+
+std::string Join(const std::vector<std::string>& words, const char* between)
+{
+    std::string joined;
+    for (const std::string& word : words)
+        joined += (joined.empty() ? "" : between) + word;
+    return joined;
+}
+
+} // namespace
+
+std::string ReasonOf(const Outcome& outcome)
+{
+    return outcome.text.empty() ? "the adapter refused without a reason; its log may tell more"
+                                : outcome.text;
+}
+
+void ListChannels(const std::vector<Channel>& channels)
+{
+    if (channels.empty()) {
+        std::puts("no cameras found");
+        return;
+    }
+    Table table({"CHANNEL", "SERIAL", "CAMERA", "SIZE", "EXPOSURE", "STATE"});
+    for (const Channel& channel : channels) {
+        const VideoChannelDescriptor& d = channel.Descriptor();
+        char size[32] = "";
+        char exposure[32] = "";
+        if (channel.Opened()) {
+            std::snprintf(size, sizeof(size), "%dx%d", d.width, d.height);
+            std::snprintf(exposure, sizeof(exposure), "%.3f ms", d.exposureTime * 1000);
+        }
+        table.Add({std::to_string(channel.Index()), channel.SerialNumber(), channel.Label(), size, exposure,
+                   channel.Opened() ? "ready" : "cannot be opened"});
+    }
+    table.Print();
+}
+
+void DescribeChannel(const Channel& channel)
+{
+    Read(channel, "Width"); // opens the camera; every one has a width
+    Table table({"FEATURE", "TYPE", "ACCESS", "VALUE", "DESCRIPTION"});
+    for (const std::string& feature : channel.FeatureNames()) {
+        const std::int32_t type = TypeOf(channel, feature);
+        const bool readable = channel.IsReadable(feature);
+        std::string value;
+        if (readable && type != FeatureTypeCommand && !channel.ReadValue(feature, &value))
+            value.assign(1, '?');
+        std::string access(readable ? 1 : 0, 'R');
+        access.resize(1, '-');
+        access.push_back(channel.IsWritable(feature) ? 'W' : '-');
+        table.Add({feature, TypeName(type), access, value, channel.Description(feature)});
+        if (type == FeatureTypeEnum)
+            table.Continue(3, "of " + Join(channel.EnumEntries(feature), ", "));
+    }
+    table.Print();
+}
+
+void GetFeatures(const Channel& channel, const std::vector<std::string>& features)
+{
+    for (const std::string& feature : features)
+        std::printf("%s=%s\n", feature.c_str(), Read(channel, feature).c_str());
+}
+
+void WriteFeature(const Channel& channel, const std::string& feature, const std::string& value)
+{
+    const std::string text = CheckedValue(feature, value, TypeOf(channel, feature));
+    const Outcome outcome = channel.WriteValue(feature, text);
+    if (outcome)
+        return;
+    std::string reason = ReasonOf(outcome);
+    if (TypeOf(channel, feature) == FeatureTypeEnum)
+        reason += " (entries now: " + Join(channel.EnumEntries(feature), ", ") + ")";
+    throw Failure(ExitRefused, reason);
+}
+
+void SetFeatures(const Channel& channel, const std::vector<Assignment>& assignments)
+{
+    for (const auto& [feature, value] : assignments) {
+        WriteFeature(channel, feature, value);
+        // Numbers may have been clamped. What cannot be read back was written all the same.
+        std::string now;
+        if (channel.ReadValue(feature, &now))
+            std::printf("%s=%s\n", feature.c_str(), now.c_str());
+        else
+            std::printf("%s was written\n", feature.c_str());
+    }
+}
+
+void RunCommand(const Channel& channel, const std::string& feature)
+{
+    if (const Outcome outcome = channel.ExecuteCommand(feature); !outcome)
+        throw Failure(ExitRefused, ReasonOf(outcome));
+    std::printf("%s was run\n", feature.c_str());
+}
+
+} // namespace maravel::camhost

@@ -1,0 +1,25 @@
+// The commands that deal with features. All throw Failure.
+#pragma once
+
+#include "CommandLine.h"
+#include "host/Channel.h"
+
+#include <string>
+#include <vector>
+
+namespace maravel::camhost {
+
+void ListChannels(const std::vector<host::Channel>& channels);
+void DescribeChannel(const host::Channel& channel);
+void GetFeatures(const host::Channel& channel, const std::vector<std::string>& features);
+void SetFeatures(const host::Channel& channel, const std::vector<Assignment>& assignments);
+void RunCommand(const host::Channel& channel, const std::string& feature);
+
+// Writes one feature. The adapter takes any text for a number or a boolean, so a text that is none is refused
+// here; a boolean may be given as True, False, 1, 0, on, off, yes and no.
+void WriteFeature(const host::Channel& channel, const std::string& feature, const std::string& value);
+
+// The adapter's text of a failed call; says so when there is none.
+std::string ReasonOf(const host::Outcome& outcome);
+
+} // namespace maravel::camhost

@@ -1,0 +1,117 @@
+#include "Grab.h"
+
+#include "Acquisition.h"
+#include "ContactSheet.h"
+#include "Failure.h"
+#include "ImageWriter.h"
+#include "OutputFile.h"
+#include "System.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <list>
+#include <thread>
+
+namespace maravel::camhost {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+volatile std::sig_atomic_t g_interrupted = 0;
+
+void OnInterrupt(int)
+{
+    g_interrupted = 1;
+}
+
+// One line that is overwritten on a terminal; elsewhere one line a second, if asked for.
+class Progress
+{
+public:
+    explicit Progress(bool wanted) : terminal_(ErrorsGoToTerminal()), shown_(terminal_ || wanted) {}
+    ~Progress()
+    {
+        if (drawn_ && terminal_)
+            std::fputs("\r\x1b[K", stderr);
+    }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void Show(const std::list<Acquisition>& acquisitions)
+    {
+        const auto now = Clock::now();
+        if (!shown_ || now < next_)
+            return;
+        next_ = now + (terminal_ ? std::chrono::milliseconds(200) : std::chrono::milliseconds(1000));
+        std::string line;
+        for (const Acquisition& acquisition : acquisitions)
+            line += (line.empty() ? "" : "  ") + acquisition.Progress();
+        std::fprintf(stderr, terminal_ ? "\r\x1b[K%s" : "%s\n", line.c_str());
+        drawn_ = true;
+    }
+
+private:
+    const bool terminal_;
+    const bool shown_;
+    bool drawn_ = false;
+    Clock::time_point next_ = Clock::now();
+};
+
+// Polls the channels in turn: the interface has no way to wait for an image.
+void Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& progress)
+{
+    for (;;) {
+        bool done = true;
+        bool idle = true;
+        for (Acquisition& acquisition : acquisitions) {
+            if (acquisition.Done())
+                continue;
+            done = false;
+            Image image;
+            if (acquisition.TakeImage(&image)) {
+                idle = false;
+                writer.Add(std::move(image));
+            }
+        }
+        progress.Show(acquisitions);
+        if (done)
+            return;
+        if (g_interrupted != 0)
+            throw Failure(ExitRefused, "interrupted; the images so far are complete");
+        if (idle)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+} // namespace
+
+void Grab(const std::vector<host::Channel>& channels, const Options& options)
+{
+    std::signal(SIGINT, OnInterrupt);
+    ContactSheet sheet;
+    ImageWriter writer(options.folder, options.contactSheet.empty() ? nullptr : &sheet);
+    {
+        std::list<Acquisition> acquisitions;
+        for (const host::Channel& channel : channels)
+            acquisitions.emplace_back(channel, options);
+        for (Acquisition& acquisition : acquisitions)
+            acquisition.Start();
+        {
+            Progress progress(options.progress);
+            Poll(acquisitions, writer, progress);
+        }
+        for (Acquisition& acquisition : acquisitions)
+            acquisition.Stop();
+        writer.Finish();
+        for (const Acquisition& acquisition : acquisitions)
+            std::printf("%s\n", acquisition.Summary().c_str());
+    }
+    if (!options.contactSheet.empty()) {
+        WriteWholeFile(options.contactSheet, sheet.EncodeAsPng());
+        std::printf("contact sheet: %s\n", options.contactSheet.c_str());
+    }
+}
+
+} // namespace maravel::camhost

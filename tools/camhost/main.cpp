@@ -1,0 +1,119 @@
+// camhost: a camera host for the command line. It knows the adapter through its public header alone.
+#include "CommandLine.h"
+#include "Failure.h"
+#include "Features.h"
+#include "Grab.h"
+#include "System.h"
+#include "host/AdapterLibrary.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <memory>
+
+namespace maravel::camhost {
+namespace {
+
+using host::AdapterLibrary;
+using host::Channel;
+
+// The adapter finds its SDK through the environment.
+void ChooseSdkFolder(const Options& options)
+{
+    const char* const kVariable = "ZORVIK_HOME";
+    std::error_code error;
+    if (!options.sdk.empty()) {
+        SetVariable(kVariable, std::filesystem::absolute(options.sdk, error).string());
+    }
+    else if (std::getenv(kVariable) == nullptr) {
+        const auto beside = std::filesystem::path(ProgramFolder()).parent_path() / "sdk";
+        if (std::filesystem::is_directory(beside, error))
+            SetVariable(kVariable, beside.string());
+    }
+}
+
+std::unique_ptr<AdapterLibrary> LoadAdapter(const Options& options)
+{
+    const std::filesystem::path beside = std::filesystem::path(ProgramFolder()) / MARAVEL_ADAPTER_FILE;
+    std::string reason;
+    auto library = AdapterLibrary::Load(options.adapter.empty() ? beside.string() : options.adapter, &reason);
+    if (library == nullptr)
+        throw Failure(ExitNotLoaded, reason + "; name the adapter with --adapter");
+    return library;
+}
+
+std::vector<Channel> CollectChannels(const AdapterLibrary& library)
+{
+    std::vector<Channel> channels;
+    if (const host::Outcome outcome = library.CollectChannels(&channels); !outcome)
+        throw Failure(ExitNotLoaded, outcome.text + " Name the SDK folder with --sdk or ZORVIK_HOME.");
+    return channels;
+}
+
+const Channel& FindChannel(const std::vector<Channel>& channels, const std::string& name)
+{
+    for (const Channel& channel : channels)
+        if (channel.SerialNumber() == name)
+            return channel;
+    for (const Channel& channel : channels)
+        if (std::to_string(channel.Index()) == name)
+            return channel;
+    std::string known;
+    for (const Channel& channel : channels)
+        known += (known.empty() ? "" : ", ") + std::to_string(channel.Index()) + " (" +
+                 channel.SerialNumber() + ")";
+    throw Failure(ExitWrongArguments, "there is no channel '" + name + "'; " +
+                                          (known.empty() ? "no cameras were found" : "there are " + known));
+}
+
+void Perform(const Options& options, const std::vector<Channel>& channels)
+{
+    if (options.command == Command::List)
+        return ListChannels(channels);
+    if (options.command == Command::Grab) {
+        if (options.channel != "all")
+            return Grab({FindChannel(channels, options.channel)}, options);
+        if (channels.empty())
+            throw Failure(ExitRefused, "no cameras were found");
+        return Grab(channels, options);
+    }
+
+    const Channel& channel = FindChannel(channels, options.channel);
+    switch (options.command) {
+    case Command::Describe:
+        return DescribeChannel(channel);
+    case Command::Get:
+        return GetFeatures(channel, options.features);
+    case Command::Set:
+        return SetFeatures(channel, options.assignments);
+    default:
+        return RunCommand(channel, options.features.front());
+    }
+}
+
+} // namespace
+} // namespace maravel::camhost
+
+int main(int argc, char** argv)
+{
+    using namespace maravel::camhost;
+    try {
+        int exitCode = ExitDone;
+        const auto options = ParseCommandLine(argc, argv, &exitCode);
+        if (!options)
+            return exitCode;
+        ChooseSdkFolder(*options);
+        const auto library = LoadAdapter(*options);
+        Perform(*options, CollectChannels(*library));
+        return ExitDone;
+    }
+    catch (const Failure& failure) {
+        std::fprintf(stderr, "camhost: %s\n", failure.what());
+        return failure.Code();
+    }
+    catch (const std::exception& failure) {
+        std::fprintf(stderr, "camhost: %s\n", failure.what());
+        return ExitRefused;
+    }
+}
