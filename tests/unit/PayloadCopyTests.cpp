@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint8_t kGuard = 0xA5;
 constexpr std::size_t kGuardSize = 256;
-constexpr std::size_t kFrame = std::size_t{9} << 20; // large enough for the copy past the caches
+constexpr std::size_t kFrame = std::size_t{13} << 20; // large enough for the copy past the caches
 
 class PayloadCopyTest : public testing::TestWithParam<InstructionSet>
 {

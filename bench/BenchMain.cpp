@@ -1,0 +1,61 @@
+#include "bench/GoogleStopwatch.h"
+#include "bench/KernelBench.h"
+#include "bench/Peers.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+
+namespace maravel::bench {
+namespace {
+
+int Run(int argc, char** argv)
+{
+    CLI::App app("Measures the adapter and prints each goal with pass or fail.");
+    std::string output;
+    std::size_t rounds = 31;
+    std::vector<std::string> topics;
+    app.add_option("--rounds", rounds, "Interleaved rounds per comparison")->check(CLI::Range(1, 1001));
+    app.add_option("--output", output, "Folder for results.md and the plots' data")
+        ->check(CLI::ExistingDirectory);
+    app.add_option("--only", topics, "What to measure: kernels (default: everything)");
+    CLI11_PARSE(app, argc, argv);
+    const auto wanted = [&](const char* topic) {
+        return topics.empty() || std::find(topics.begin(), topics.end(), topic) != topics.end();
+    };
+
+    Report report;
+    if (wanted("kernels")) {
+        KernelBenchSettings settings;
+        settings.rounds = rounds;
+        settings.stopwatch = GoogleStopwatch;
+        settings.peers = SplitPeers();
+        MeasureKernels(settings, report);
+    }
+
+    if (!output.empty()) {
+        const std::string path = output + "/results.md";
+        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "w"),
+                                                                   std::fclose);
+        if (!file)
+            throw std::runtime_error("cannot write " + path);
+        report.WriteMarkdown(file.get());
+        report.WritePlotData(output);
+    }
+    std::printf("%zu goal%s missed\n", report.missedGoals(), report.missedGoals() == 1 ? "" : "s");
+    return report.missedGoals() == 0 ? 0 : 1;
+}
+
+} // namespace
+} // namespace maravel::bench
+
+int main(int argc, char** argv)
+{
+    try {
+        return maravel::bench::Run(argc, argv);
+    }
+    catch (const std::exception& error) {
+        std::fprintf(stderr, "maravel_bench: %s\n", error.what());
+        return 2;
+    }
+}
