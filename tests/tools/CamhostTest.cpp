@@ -312,10 +312,10 @@ TEST_F(Camhost, ContactSheetShowsEveryImage)
                                             static_cast<int>(file.size()), &width, &height, &channels, 3);
     ASSERT_NE(pixels, nullptr);
     EXPECT_EQ(width, 3 * 168 + 8);
-    EXPECT_EQ(height, 2 * 182 + 8);
+    EXPECT_EQ(height, 2 * 25 + 8);
     const auto at = [&](int x, int y) { return static_cast<int>(pixels[3 * (y * width + x)]); };
     for (int i = 0; i < 6; ++i) {
-        const int left = 8 + i % 3 * 168, top = 8 + i / 3 * 182;
+        const int left = 8 + i % 3 * 168, top = 8 + i / 3 * 25;
         int white = 0; // of the label
         for (int y = top; y < top + 12; ++y)
             for (int x = left; x < left + 160; ++x)

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace maravel::camhost {
 namespace {
@@ -11,7 +12,6 @@ namespace {
 constexpr int kMargin = 8;
 constexpr int kLabelHeight = 14;
 constexpr int kCellWidth = ContactSheet::ThumbnailSide + kMargin;
-constexpr int kCellHeight = ContactSheet::ThumbnailSide + kLabelHeight + kMargin;
 constexpr std::uint8_t kPaper = 32;
 
 std::uint8_t* PixelAt(ColourImage& image, int x, int y)
@@ -51,25 +51,30 @@ void DrawLabel(ColourImage& sheet, int left, int top, std::string text)
 
 void ContactSheet::Add(const Image& image)
 {
-    cells_.push_back(
-        {MakeThumbnail(image, ThumbnailSide), image.serialNumber + " #" + std::to_string(image.number)});
+    cells_.push_back({MakeThumbnail(image, ThumbnailSide), image.serialNumber, image.number});
 }
 
-std::vector<std::uint8_t> ContactSheet::EncodeAsPng() const
+std::vector<std::uint8_t> ContactSheet::EncodeAsPng()
 {
+    std::ranges::sort(cells_, {}, [](const Cell& cell) { return std::tie(cell.serialNumber, cell.number); });
+    int highest = 1;
+    for (const Cell& cell : cells_)
+        highest = std::max(highest, cell.thumbnail.height);
+    const int cellHeight = highest + kLabelHeight + kMargin;
+
     const int count = static_cast<int>(cells_.size());
     const int columns = std::max(1, static_cast<int>(std::ceil(std::sqrt(count))));
     const int rows = std::max(1, (count + columns - 1) / columns);
     ColourImage sheet;
     sheet.width = columns * kCellWidth + kMargin;
-    sheet.height = rows * kCellHeight + kMargin;
+    sheet.height = rows * cellHeight + kMargin;
     sheet.pixels.assign(3 * static_cast<std::size_t>(sheet.width) * static_cast<std::size_t>(sheet.height),
                         kPaper);
     for (int i = 0; i < count; ++i) {
         const Cell& cell = cells_[static_cast<std::size_t>(i)];
         const int left = kMargin + i % columns * kCellWidth;
-        const int top = kMargin + i / columns * kCellHeight;
-        DrawLabel(sheet, left, top, cell.label);
+        const int top = kMargin + i / columns * cellHeight;
+        DrawLabel(sheet, left, top, cell.serialNumber + " #" + std::to_string(cell.number));
         const auto lineBytes = static_cast<std::size_t>(3 * cell.thumbnail.width);
         for (int y = 0; y < cell.thumbnail.height; ++y)
             std::copy_n(cell.thumbnail.pixels.data() + static_cast<std::size_t>(y) * lineBytes, lineBytes,

@@ -13,18 +13,17 @@ class ContactSheet
 public:
     static constexpr int ThumbnailSide = 160;
 
-    // Labels the image with its serial number and its number.
     void Add(const Image& image);
 
-    bool Empty() const { return cells_.empty(); }
-
-    std::vector<std::uint8_t> EncodeAsPng() const;
+    // In the order of serial numbers and numbers, each labelled with them.
+    std::vector<std::uint8_t> EncodeAsPng();
 
 private:
     struct Cell
     {
         ColourImage thumbnail;
-        std::string label;
+        std::string serialNumber;
+        int number = 0;
     };
 
     std::vector<Cell> cells_;

@@ -95,6 +95,10 @@ std::size_t ImageBytes(const ImageAttributes& attributes)
 
 std::vector<std::uint8_t> EncodePng(int width, int height, int channels, const std::uint8_t* pixels)
 {
+    // The fastest there is: a camera must not outrun the writer. Files are a little larger for it.
+    stbi_write_png_compression_level = 5;
+    stbi_write_force_png_filter = 2;
+
     std::vector<std::uint8_t> file;
     const auto append = [](void* context, void* data, int size) {
         const auto* bytes = static_cast<const std::uint8_t*>(data);
