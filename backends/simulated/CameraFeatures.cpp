@@ -116,18 +116,23 @@ void CameraFeatures::AddImageRegion()
     offsetX.influences = {"Width"};
     offsetY.influences = {"Height"};
 
-    // Binning begins the region anew, as the old one means other pixels.
-    const auto whole = [&offsetX, &offsetY, &width, &height, &widthMax, &heightMax] {
-        offsetX.values[0].integer = offsetY.values[0].integer = 0;
-        width.values[0].integer = widthMax.Int() / step * step;
-        height.values[0].integer = heightMax.Int() / 2 * 2;
+    // A region that no longer fits after binning becomes the whole sensor.
+    const auto refit = [&offsetX, &offsetY, &width, &height, &widthMax, &heightMax] {
+        if (offsetX.Int() + width.Int() > widthMax.Int()) {
+            offsetX.values[0].integer = 0;
+            width.values[0].integer = widthMax.Int() / step * step;
+        }
+        if (offsetY.Int() + height.Int() > heightMax.Int()) {
+            offsetY.values[0].integer = 0;
+            height.values[0].integer = heightMax.Int() / 2 * 2;
+        }
     };
     for (const char* name : {"BinningHorizontal", "BinningVertical"}) {
         Feature& binning = build_.Int(name, 1, {1, 4}, 1, "", "Sensor pixels that are added up into one.");
         binning.validValues = {1, 2, 4};
         binning.influences = {"WidthMax", "HeightMax", "Width",      "Height",
                               "OffsetX",  "OffsetY",   "PayloadSize"};
-        binning.written = whole;
+        binning.written = refit;
         lock(binning);
     }
     lock(width);
