@@ -33,6 +33,7 @@ protected:
                   ("camhost " + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
         fs::remove_all(folder_);
         fs::create_directories(folder_ / "sdk");
+        SetSdkVariable("");
     }
     void TearDown() override
     {
@@ -332,8 +333,44 @@ TEST_F(Camhost, ProgressAndSummaryTellTheLosses)
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_NE(result.errors.find("F:1: "), std::string::npos) << result.errors;
     EXPECT_NE(result.output.find("F:1: 6 images of 5 x 3 in "), std::string::npos) << result.output;
-    EXPECT_NE(result.output.find("/s, 2 lost; "), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find("/s, 2 lost (by time stamps); "), std::string::npos) << result.output;
     EXPECT_EQ(Grab("--frames 6").errors, "") << "no progress unless asked for";
+}
+
+// The real adapter and the simulated cameras, found beside camhost.
+TEST_F(Camhost, GrabsFromEverySimulatedCamera)
+{
+    const ProgramResult list = RunBare("list");
+    EXPECT_EQ(list.exitCode, 0) << list.errors;
+    const auto cameras = static_cast<std::size_t>(std::ranges::count(list.output, '\n') - 1);
+    ASSERT_GT(cameras, 0u);
+    const ProgramResult grab =
+        RunBare("grab all --frames 2 --trigger manual --out " + Quoted((folder_ / "out").string()));
+    EXPECT_EQ(grab.exitCode, 0) << grab.errors;
+    EXPECT_EQ(Written().size(), 2 * cameras);
+    EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(grab.output, '\n')), cameras) << grab.output;
+
+    const ProgramResult refused = RunBare("set 0 PixelFormat=Purple");
+    EXPECT_EQ(refused.exitCode, 1);
+    ExpectOneLine(refused.errors, "Value='Purple'. Reason=ZvkErrorInvalidValue (-11). (entries now: ");
+}
+
+TEST_F(Camhost, AnSdkThatIsNotThereIsNamed)
+{
+    SetSdkVariable((folder_ / "nowhere").string());
+    const ProgramResult missing = RunBare("list");
+    EXPECT_EQ(missing.exitCode, 3);
+    ExpectOneLine(missing.errors,
+                  "ERROR while loading 'ZvkC.dll'. Name the SDK folder with --sdk or ZORVIK_HOME.");
+
+    // The adapter has no text for a folder without its libraries; the option goes before the variable.
+    const std::string empty = " --sdk " + Quoted((folder_ / "sdk").string());
+    const ProgramResult list = RunBare("list" + empty);
+    EXPECT_EQ(list.exitCode, 0);
+    EXPECT_EQ(list.output, "no cameras found; the adapter's log tells more\n");
+    const ProgramResult grab = RunBare("grab all --out " + Quoted((folder_ / "out").string()) + empty);
+    EXPECT_EQ(grab.exitCode, 1);
+    ExpectOneLine(grab.errors, "no cameras found");
 }
 
 } // namespace

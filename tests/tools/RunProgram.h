@@ -19,7 +19,11 @@ ProgramResult RunProgram(const std::string& program, const std::string& argument
 // The folder of this program.
 std::string ProgramFolder();
 
-// One command line for the interpreter, and its exit code (the part that differs between systems).
+// Sets ZORVIK_HOME for the programs that are run, or removes it for an empty text, and keeps their logs out
+// of the caller's home.
+void SetSdkVariable(const std::string& folder);
+
+// One command line for the interpreter, and its exit code .
 int RunCommandLine(const std::string& commandLine);
 
 } // namespace maravel::test

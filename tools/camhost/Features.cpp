@@ -115,7 +115,7 @@ std::string ReasonOf(const Outcome& outcome)
 void ListChannels(const std::vector<Channel>& channels)
 {
     if (channels.empty()) {
-        std::puts("no cameras found");
+        std::puts("no cameras found; the adapter's log tells more");
         return;
     }
     Table table({"CHANNEL", "SERIAL", "CAMERA", "SIZE", "EXPOSURE", "STATE"});

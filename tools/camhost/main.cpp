@@ -75,7 +75,7 @@ void Perform(const Options& options, const std::vector<Channel>& channels)
         if (options.channel != "all")
             return Grab({FindChannel(channels, options.channel)}, options);
         if (channels.empty())
-            throw Failure(ExitRefused, "no cameras were found");
+            throw Failure(ExitRefused, "no cameras found; the adapter's log tells more");
         return Grab(channels, options);
     }
 

@@ -4,6 +4,12 @@
 
 namespace maravel::test {
 
+// An empty text removes the variable.
+void SetSdkVariable(const std::string& folder)
+{
+    _putenv_s("ZORVIK_HOME", folder.c_str());
+}
+
 // The interpreter strips the outermost quotes of a line that begins with one.
 int RunCommandLine(const std::string& commandLine)
 {
