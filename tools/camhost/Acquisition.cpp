@@ -18,7 +18,8 @@ CommonParams ParamsOf(const host::Channel& channel, const Options& options)
     const VideoChannelDescriptor& camera = channel.Descriptor();
     const Region region = options.region.value_or(Region{0, 0, camera.width, camera.height});
     CommonParams params = {};
-    params.exposure = options.exposure.value_or(camera.exposureTime);
+    const double exposure = camera.exposureTime; // a copy: the packed record's field may lie unaligned
+    params.exposure = options.exposure.value_or(exposure);
     params.acqContinuous = options.trigger == Trigger::Freerun || options.trigger == Trigger::HardwareAuto;
     params.acqTriggered =
         options.trigger == Trigger::HardwareAuto || options.trigger == Trigger::HardwareSemiAuto;
