@@ -42,22 +42,45 @@ bool AnnounceFrames(const ChannelCall& call)
     return true;
 }
 
-// Undoes a capture whose frames could not all be queued, so that the next start begins from the first step.
-void AbandonCapture(const ChannelCall& call)
+bool FlushQueue(const ChannelCall& call)
 {
-    ZvkError_t result = call.api.ZvkCaptureQueueFlush(call.channel.cameraHandle);
+    const ZvkError_t result = call.api.ZvkCaptureQueueFlush(call.channel.cameraHandle);
     if (result != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: ERROR. ZvkCaptureQueueFlush failed. ChannelID=%lld. Reason=%s (%d).\n",
                  kStart, call.channelID, ErrorCodeName(result), result);
+        return false;
     }
-    else {
-        RevokeFrames(call);
-    }
-    result = call.api.ZvkCaptureEnd(call.channel.cameraHandle);
+    call.channel.bFramesQueued = false;
+    return true;
+}
+
+bool EndCapture(const ChannelCall& call)
+{
+    const ZvkError_t result = call.api.ZvkCaptureEnd(call.channel.cameraHandle);
     if (result != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: ERROR. ZvkCaptureEnd failed. ChannelID=%lld. Reason=%s (%d).\n", kStart,
                  call.channelID, ErrorCodeName(result), result);
+        return false;
     }
+    call.channel.bCaptureRunning = false;
+    return true;
+}
+
+// Undoes a capture whose frames could not all be queued, so that the next start begins from the first step.
+void AbandonCapture(const ChannelCall& call)
+{
+    if (FlushQueue(call)) {
+        RevokeFrames(call);
+    }
+    EndCapture(call);
+}
+
+// Takes back what a start or stop that failed half-way left with the SDK; true when nothing is left there.
+bool TakeBackLeftovers(const ChannelCall& call)
+{
+    const VideoChannelData& channel = call.channel;
+    return (!channel.bCaptureRunning || EndCapture(call)) && (!channel.bFramesQueued || FlushQueue(call)) &&
+           (!channel.bFramesAnnounced || RevokeFrames(call));
 }
 
 bool QueueFrames(const ChannelCall& call)
@@ -72,6 +95,7 @@ bool QueueFrames(const ChannelCall& call)
             AbandonCapture(call);
             return false;
         }
+        call.channel.bFramesQueued = true;
     }
     return true;
 }
@@ -89,6 +113,7 @@ bool SetUpCapture(const ChannelCall& call)
                     call.channelID, ErrorCodeName(result), result);
         return false;
     }
+    call.channel.bCaptureRunning = true;
     WriteLog(__LINE__, "%s: ZvkCaptureStart success. ChannelID=%lld Camera=0x%08X\n", kStart, call.channelID,
              HandleBits(call.channel.cameraHandle));
     return QueueFrames(call);
@@ -127,11 +152,10 @@ std::int32_t Start(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
 {
     VideoChannelData& channel = call.channel;
     const bool wasStarted = channel.bAcquisitionStarted;
-    // An earlier start or stop may have left frames with the SDK; their buffers must not be touched before
-    // they are back.
-    if (!wasStarted && channel.bFramesAnnounced && !RevokeFrames(call)) {
+    // Buffers that the SDK still knows must not be touched before they are back.
+    if (!wasStarted && !TakeBackLeftovers(call)) {
         ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. Frames of an earlier start cannot be revoked. ChannelID=%lld.", kStart,
+                    "%s: ERROR. Frames of an earlier start cannot be taken back. ChannelID=%lld.", kStart,
                     call.channelID);
         return MARAVEL_FAILURE;
     }
@@ -194,6 +218,8 @@ std::int32_t Stop(const ChannelCall& call)
         return MARAVEL_FAILURE;
     }
     channel.bFramesAnnounced = false;
+    channel.bCaptureRunning = false;
+    channel.bFramesQueued = false;
     channel.bAcquisitionStarted = false;
 
     const MutexLock lock(g_frameMutex);

@@ -48,7 +48,13 @@ struct VideoChannelData
         {}; // target of the colour conversion; no data: frames are delivered as they are
     std::size_t convertedSize = 0; // bytes of its pixels
     std::uint32_t payloadSize = 0; // bytes, of every frame's buffer
-    bool bFramesAnnounced = false; // the SDK knows the records of `frames`; neither they nor buffers may move
+    // What the SDK still holds of the channel. A step that failed half-way leaves some of these set, and the
+    // next start takes back just what they name.
+    bool bFramesAnnounced =
+        false; // the SDK knows the records of `frames`; neither they nor their buffers may move
+    bool bCaptureRunning = false;
+    bool bFramesQueued = false;
+
     bool bAcquisitionStarted = false; // frames announced, capture started and frames queued
     std::int32_t triggerMode = TriggerModeManual;
     bool bExposureTimeAvail = false;

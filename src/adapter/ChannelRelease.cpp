@@ -45,6 +45,9 @@ void StopStreaming(const char* routine, const OpenChannel& open)
     if (open.api.ZvkCaptureEnd(camera) != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: channelID=%d. ZvkCaptureEnd FAILED.\n", routine, open.index);
     }
+    else {
+        open.channel.bCaptureRunning = false;
+    }
 }
 
 // Makes the channel ready to be set up and started again.
@@ -61,11 +64,14 @@ void CloseCamera(const ClosingRoutine& routine, const OpenChannel& open)
 {
     VideoChannelData& channel = open.channel;
     const auto channelID = static_cast<long long>(open.index);
-    if (channel.bAcquisitionStarted) {
+    if (channel.bAcquisitionStarted || channel.bCaptureRunning) {
         StopStreaming(routine.name, open);
     }
     if (open.api.ZvkCaptureQueueFlush(channel.cameraHandle) != ZvkErrorSuccess) {
         WriteLog(__LINE__, routine.flushFailed.Get(), routine.name, channelID);
+    }
+    else {
+        channel.bFramesQueued = false;
     }
     if (open.api.ZvkFrameRevokeAll(channel.cameraHandle) != ZvkErrorSuccess) {
         WriteLog(__LINE__, routine.revokeFailed.Get(), routine.name, channelID);
@@ -80,7 +86,9 @@ void CloseCamera(const ClosingRoutine& routine, const OpenChannel& open)
     const char* cameraId = TextOrEmpty(open.camera.cameraIdString);
     if (open.api.ZvkCameraClose(channel.cameraHandle) == ZvkErrorSuccess) {
         channel.cameraHandle = nullptr;
-        channel.bFramesAnnounced = false;
+        channel.bFramesAnnounced = false; // with its camera everything is gone
+        channel.bCaptureRunning = false;
+        channel.bFramesQueued = false;
         WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", routine.name,
                  open.index, modelName, cameraId);
     }

@@ -1,0 +1,519 @@
+// Start and stop of streaming, and what becomes of each frame.
+#include "boundary/AdapterTest.h"
+
+#include "sdk/ZvkTypes.h"
+
+namespace maravel::test {
+
+namespace {
+
+class AcquisitionTest : public AdapterTest
+{
+protected:
+    std::vector<std::string> CallNames()
+    {
+        std::vector<std::string> names;
+        for (const std::string& call : sdk.Calls()) {
+            const std::string name = call.substr(0, call.find('('));
+            const bool command = name == "ZvkFeatureCommandRun";
+            const std::string shown =
+                command ? call.substr(call.find(", ") + 2, call.find(')') - call.find(", ") - 2) : name;
+            if (names.empty() || names.back() != shown) {
+                names.push_back(shown);
+            }
+        }
+        return names;
+    }
+
+    static SimFrameRequest Incomplete(std::int32_t status)
+    {
+        SimFrameRequest request = {};
+        request.fields = SimFrameHasStatus;
+        request.receiveStatus = status;
+        return request;
+    }
+};
+
+TEST_F(AcquisitionTest, FreeRunStartsOnceAndRestartsTheCamera)
+{
+    Open();
+    ASSERT_EQ(Setup(0), 0);
+    sdk.SimClearCalls();
+    ASSERT_EQ(Start(0), 0);
+    EXPECT_EQ(CallNames(),
+              (std::vector<std::string>{"ZvkPayloadSizeGet", "ZvkFeatureEnumGet", "ZvkFeatureEnumAsInt",
+                                        "ZvkFrameAnnounce", "ZvkCaptureStart", "ZvkCaptureFrameQueue",
+                                        "AcquisitionStart"}));
+    EXPECT_EQ(sdk.SimCallCount("ZvkFrameAnnounce"), 16u);
+    EXPECT_EQ(sdk.SimCallCount("ZvkCaptureFrameQueue"), 16u);
+    sdk.SimClearCalls();
+    ASSERT_EQ(Start(0), 0);
+    EXPECT_EQ(CallNames(), (std::vector<std::string>{"ZvkPayloadSizeGet", "ZvkFeatureEnumGet",
+                                                     "ZvkFeatureEnumAsInt", "AcquisitionStart"}));
+    sdk.SimClearCalls();
+    ASSERT_EQ(Stop(0), 0);
+    EXPECT_EQ(CallNames(), (std::vector<std::string>{"AcquisitionStop", "ZvkCaptureEnd",
+                                                     "ZvkCaptureQueueFlush", "ZvkFrameRevokeAll"}));
+    EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=0 (Complete=0, Incomplete=0)"), 1);
+}
+
+TEST_F(AcquisitionTest, ManualModeFiresOneTriggerACall)
+{
+    Open();
+    ASSERT_EQ(Setup(0, 0, 0), 0);
+    sdk.SimClearCalls();
+    ASSERT_EQ(Start(0), 0);
+    const std::vector<std::string> first = CallNames();
+    EXPECT_EQ(first.back(), "TriggerSoftware");
+    EXPECT_EQ(first[first.size() - 2], "AcquisitionStart");
+    sdk.SimClearCalls();
+    ASSERT_EQ(Start(0), 0);
+    EXPECT_EQ(CallNames(), (std::vector<std::string>{"ZvkPayloadSizeGet", "ZvkFeatureEnumGet",
+                                                     "ZvkFeatureEnumAsInt", "TriggerSoftware"}));
+    EXPECT_EQ(CountInLog("StartAcquisition: ZvkFeatureCommandRun->TriggerSoftware success."), 2);
+}
+
+TEST_F(AcquisitionTest, NumberOfFramesFollowsThePayload)
+{
+    struct Row
+    {
+        std::uint32_t payload;
+        std::uint32_t frames;
+    };
+    const Row rows[] = {{0x100000, 16}, {0x100001, 8}, {0x800000, 8}, {0x800001, 4}, {3072, 16}};
+    static std::uint32_t payload;
+    using PayloadSizeGet = ZvkError_t (*)(ZvkHandle_t, std::uint32_t*);
+    const PayloadSizeGet answer = [](ZvkHandle_t, std::uint32_t* size) {
+        *size = payload;
+        return ZvkErrorSuccess;
+    };
+    Open();
+    ASSERT_EQ(Setup(0), 0);
+    sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(answer));
+    for (const Row& row : rows) {
+        payload = row.payload;
+        sdk.SimClearCalls();
+        EXPECT_EQ(Start(0), 0);
+        EXPECT_EQ(sdk.SimCallCount("ZvkFrameAnnounce"), row.frames) << payload;
+        EXPECT_EQ(Stop(0), 0);
+    }
+}
+
+TEST_F(AcquisitionTest, APayloadThatChangesWhileCapturingIsRefused)
+{
+    ExpectErrors();
+    static std::uint32_t payload;
+    using PayloadSizeGet = ZvkError_t (*)(ZvkHandle_t, std::uint32_t*);
+    const PayloadSizeGet answer = [](ZvkHandle_t, std::uint32_t* size) {
+        *size = payload;
+        return ZvkErrorSuccess;
+    };
+    Stream(0);
+    payload = 5000;
+    sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(answer));
+    EXPECT_EQ(Start(0), 1);
+    EXPECT_EQ(TextNow(), "StartAcquisition: ERROR. AllocVideoBuffers failed.");
+    EXPECT_NE(LogText().find("Payload size changed from 3072 to 5000 bytes while capturing"),
+              std::string::npos);
+    DeliverFrames(0);
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady));
+    payload = 0;
+    EXPECT_EQ(Stop(0), 0);
+    EXPECT_EQ(Start(0), 1);
+    sdk.SimReplaceEntry("ZvkPayloadSizeGet", nullptr);
+    EXPECT_EQ(Start(0), 0);
+}
+
+TEST_F(AcquisitionTest, StartFailures)
+{
+    ExpectErrors();
+    struct Row
+    {
+        std::vector<SimFault> faults;
+        int continuous;
+        std::int32_t result;
+        const char* text;               // what is left for the host
+        std::vector<std::string> log;   // lines besides
+        std::vector<std::string> calls; // the last calls
+    };
+    const std::string start = "StartAcquisition: ";
+    const std::string alloc = "StartAcquisition: ERROR. AllocVideoBuffers failed.";
+    const Row rows[] = {
+        {{{"ZvkPayloadSizeGet", 1, -5, 0}},
+         1,
+         1,
+         "ERROR. AllocVideoBuffers failed.",
+         {"AllocateVideoBuffers: ERROR. Invalid channelID=1. Available cameras=3."},
+         {"ZvkPayloadSizeGet"}},
+        {{{"ZvkFeatureEnumGet", 1, -3, 0}},
+         1,
+         1,
+         "ERROR. AllocVideoBuffers failed.",
+         {"AllocateVideoBuffers: ERROR. channelID=1. ZvkFeatureEnumGet 'PixelFormat'. Reason=ZvkErrorNotFound (-3)"},
+         {"ZvkFeatureEnumGet"}},
+        {{{"ZvkFeatureEnumAsInt", 1, -11, 0}},
+         1,
+         1,
+         "ERROR. AllocVideoBuffers failed.",
+         {"AllocateVideoBuffers: ERROR. channelID=1. ZvkFeatureEnumAsInt 'PixelFormat'. Reason=ZvkErrorInvalidValue (-11)"},
+         {"ZvkFeatureEnumAsInt"}},
+        {{{"ZvkFeatureIntGet", 1, -12, 0}},
+         1,
+         1,
+         "ERROR. AllocVideoBuffers failed.",
+         {"AllocateVideoBuffers: ERROR. channelID=1. ZvkFeatureEnumAsInt 'Width'. Reason=ZvkErrorTimeout (-12)"},
+         {"ZvkFeatureIntGet"}},
+        {{{"ZvkFeatureIntGet", 2, -12, 0}},
+         1,
+         1,
+         "ERROR. AllocVideoBuffers failed.",
+         {},
+         {"ZvkFeatureIntGet"}},
+        {{{"ZvkFrameAnnounce", 3, -14, 0}},
+         1,
+         1,
+         "ERROR. ZvkFrameAnnounce failed. ChannelID=1. Reason=ZvkErrorResources (-14).",
+         {},
+         {"ZvkFrameAnnounce", "ZvkFrameRevokeAll"}},
+        {{{"ZvkFrameAnnounce", 3, -14, 0}, {"ZvkFrameRevokeAll", 1, -24, 0}},
+         1,
+         1,
+         "ERROR. ZvkFrameAnnounce failed. ChannelID=1. Reason=ZvkErrorResources (-14).",
+         {start + "ERROR. ZvkFrameRevokeAll failed. ChannelID=1. Reason=ZvkErrorBusy (-24)."},
+         {"ZvkFrameAnnounce", "ZvkFrameRevokeAll"}},
+        {{{"ZvkCaptureStart", 1, -20, 0}},
+         1,
+         1,
+         "ERROR. ZvkCaptureStart failed. ChannelID=1. Reason=ZvkErrorIO (-20).",
+         {},
+         {"ZvkCaptureStart"}},
+        {{{"ZvkCaptureFrameQueue", 1, -7, 0}},
+         1,
+         1,
+         "ERROR. ZvkCaptureFrameQueue failed. ChannelID=1. Reason=ZvkErrorBadParameter (-7).\n",
+         {},
+         {"ZvkCaptureFrameQueue", "ZvkCaptureQueueFlush", "ZvkFrameRevokeAll", "ZvkCaptureEnd"}},
+        {{{"ZvkCaptureFrameQueue", 5, -7, 0}},
+         1,
+         1,
+         "ERROR. ZvkCaptureFrameQueue failed. ChannelID=1. Reason=ZvkErrorBadParameter (-7).\n",
+         {},
+         {"ZvkCaptureFrameQueue", "ZvkCaptureQueueFlush", "ZvkFrameRevokeAll", "ZvkCaptureEnd"}},
+        {{{"ZvkCaptureFrameQueue", 5, -7, 0}, {"ZvkCaptureQueueFlush", 1, -1, 0}},
+         1,
+         1,
+         "ERROR. ZvkCaptureFrameQueue failed. ChannelID=1. Reason=ZvkErrorBadParameter (-7).\n",
+         {start + "ERROR. ZvkCaptureQueueFlush failed. ChannelID=1. Reason=ZvkErrorInternalFault (-1)."},
+         {"ZvkCaptureFrameQueue", "ZvkCaptureQueueFlush", "ZvkCaptureEnd"}},
+        {{{"ZvkCaptureFrameQueue", 5, -7, 0}, {"ZvkFrameRevokeAll", 1, -1, 0}, {"ZvkCaptureEnd", 1, -2, 0}},
+         1,
+         1,
+         "ERROR. ZvkCaptureFrameQueue failed. ChannelID=1. Reason=ZvkErrorBadParameter (-7).\n",
+         {start + "ERROR. ZvkFrameRevokeAll failed. ChannelID=1. Reason=ZvkErrorInternalFault (-1).",
+          start + "ERROR. ZvkCaptureEnd failed. ChannelID=1. Reason=ZvkErrorApiNotStarted (-2)."},
+         {"ZvkCaptureFrameQueue", "ZvkCaptureQueueFlush", "ZvkFrameRevokeAll", "ZvkCaptureEnd"}},
+        {{{"ZvkFeatureCommandRun", 1, -6, 0}},
+         1,
+         1,
+         "ERROR. AcquisitionStart failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).",
+         {},
+         {"AcquisitionStart"}},
+        {{{"ZvkFeatureCommandRun", 2, -6, 0}},
+         0,
+         0,
+         "ERROR. TriggerSoftware failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).",
+         {},
+         {"AcquisitionStart", "TriggerSoftware"}},
+        {{{"ZvkFeatureCommandRun", 1, -6, 0}},
+         0,
+         0,
+         "ERROR. AcquisitionStart failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).",
+         {},
+         {"AcquisitionStart", "TriggerSoftware"}},
+        {{{"ZvkFeatureCommandRun", 1, -6, 1}},
+         0,
+         1,
+         "ERROR. TriggerSoftware failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).",
+         {},
+         {"AcquisitionStart", "TriggerSoftware"}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.faults[0].entry) + " " + std::to_string(row.faults[0].nth) + " of " +
+                     row.text);
+        Open();
+        ASSERT_EQ(Setup(1, row.continuous, 0), 0);
+        ClearText();
+        ClearLog();
+        sdk.SimClearCalls();
+        sdk.SimFailCalls(row.faults.data(), static_cast<std::uint32_t>(row.faults.size()));
+        EXPECT_EQ(Start(1), row.result);
+        EXPECT_EQ(TextNow(), start + row.text);
+        std::vector<std::string> calls = CallNames();
+        ASSERT_GE(calls.size(), row.calls.size());
+        calls.erase(calls.begin(), calls.end() - static_cast<std::ptrdiff_t>(row.calls.size()));
+        EXPECT_EQ(calls, row.calls);
+        for (const std::string& line : row.log) {
+            EXPECT_EQ(CountInLog(line), 1) << line;
+        }
+        // A second attempt works whatever the first one left behind. In the manual mode a start does not
+        // start a camera that counts as started, so the host stops first.
+        ResetSdk();
+        if (row.continuous == 0) {
+            EXPECT_EQ(Stop(1), 0);
+        }
+        ClearText();
+        EXPECT_EQ(Start(1), 0) << TextNow();
+        EXPECT_EQ(TextNow(), "");
+        DeliverFrames(1);
+        EXPECT_EQ(Status(1), static_cast<std::uint32_t>(ImageStatusReady));
+        EXPECT_EQ(Stop(1), 0) << TextNow();
+    }
+    ExpectViolations(); // a capture whose end fails is ended again
+}
+
+TEST_F(AcquisitionTest, TransformFailureAtStart)
+{
+    ExpectErrors();
+    Open();
+    ASSERT_EQ(Setup(1), 0);
+    sdk.SimTransformFailCall("ZvkSetImageInfoFromPixelFormat", 1, -7, 0);
+    EXPECT_EQ(Start(1), 1);
+    EXPECT_EQ(
+        CountInLog(
+            "AllocateVideoBuffers: ERROR. channelID=1. ZvkSetImageInfoFromPixelFormat. Reason=ZvkErrorBadParameter (-7)"),
+        1);
+    EXPECT_EQ(Start(1), 0);
+}
+
+TEST_F(AcquisitionTest, StopFailures)
+{
+    ExpectErrors();
+    struct Row
+    {
+        SimFault fault;
+        const char* text;
+        bool stillReceiving;
+    };
+    const Row rows[] = {
+        {{"ZvkFeatureCommandRun", 1, -20, 0},
+         "StopAcquisition: ERROR. AcquisitionStop command failed. channelID=0. Reason=ZvkErrorIO (-20).",
+         true},
+        {{"ZvkCaptureEnd", 1, -20, 0},
+         "StopAcquisition: ERROR. ZvkCaptureEnd failed. channelID=0. Reason=ZvkErrorIO (-20).",
+         false},
+        {{"ZvkCaptureQueueFlush", 1, -20, 0},
+         "StopAcquisition: ERROR. ZvkCaptureQueueFlush failed. channelID=0. Reason=ZvkErrorIO (-20).",
+         false},
+        {{"ZvkFrameRevokeAll", 1, -20, 0},
+         "StopAcquisition: ERROR. ZvkFrameRevokeAll failed. channelID=0. Reason=ZvkErrorIO (-20).",
+         false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.text);
+        Stream(0);
+        DeliverFrames(0);
+        sdk.SimFailCalls(&row.fault, 1);
+        EXPECT_EQ(Stop(0), 1);
+        EXPECT_EQ(TextNow(), row.text);
+        EXPECT_EQ(CountInLog(row.text), 1);
+        if (row.stillReceiving) {
+            DeliverFrames(0);
+        }
+        EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady))
+            << "a failed stop forgets no frame";
+        EXPECT_EQ(Stop(0), 0) << TextNow();
+        EXPECT_EQ(CountInLog(
+                      std::string("StopAcquisition. channelID=0 FramesReceived=") +
+                      (row.stillReceiving ? "2 (Complete=2, Incomplete=0)" : "1 (Complete=1, Incomplete=0)")),
+                  1);
+        EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
+        EXPECT_EQ(Start(0), 0) << TextNow();
+    }
+}
+
+TEST_F(AcquisitionTest, AStopBeforeAnyStart)
+{
+    ExpectErrors();
+    Open();
+    EXPECT_EQ(Stop(0), 1); // the camera is closed
+    ASSERT_EQ(Setup(0), 0);
+    Stop(0);
+    EXPECT_EQ(Start(0), 0);
+    ExpectViolations();
+}
+
+TEST_F(AcquisitionTest, FramesWaitInTheOrderOfTheirArrival)
+{
+    Stream(0);
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
+    for (std::uint64_t id = 1; id <= 3; ++id) {
+        const std::vector<unsigned char> bytes(3072, static_cast<unsigned char>(id));
+        SimFrameRequest request = {};
+        request.fields = SimFrameHasFrameId | SimFrameHasTimestamp | SimFrameHasBytes;
+        request.frameId = id;
+        request.timestamp = 0xFFFFFFFFFFFFFFF0u + id;
+        request.bytes = bytes.data();
+        request.byteCount = 3072;
+        DeliverFrame(0, request);
+        EXPECT_EQ(CountInLog("FrameReceivedCallback: Frame stored in FIFO. channelID=0, BufferID=" +
+                             std::to_string(id - 1) + ", FrameID=" + std::to_string(id) +
+                             ", Frame timestamp=" + std::to_string(request.timestamp)),
+                  1);
+    }
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady));
+    for (unsigned char id = 1; id <= 3; ++id) {
+        EXPECT_EQ(Fetch(0, 3072), std::vector<unsigned char>(3072, id));
+    }
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
+}
+
+TEST_F(AcquisitionTest, ARingOfSixteenFillsAndEmpties)
+{
+    Stream(0);
+    DeliverFrames(0, 16);
+    EXPECT_EQ(sdk.SimEmitFrame(0, nullptr), ZvkErrorNotAvailable);
+    EXPECT_EQ(sdk.State().queuedFrames, 0u);
+    for (int i = 0; i < 40; ++i) {
+        Fetch(0, 3072);
+        EXPECT_EQ(sdk.State().queuedFrames, 1u);
+        DeliverFrames(0);
+    }
+    ASSERT_EQ(Stop(0), 0);
+    EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=56 (Complete=56, Incomplete=0)"), 1);
+}
+
+TEST_F(AcquisitionTest, IncompleteFramesGoBackAtOnce)
+{
+    ExpectErrors();
+    Stream(0);
+    DeliverFrame(0, Incomplete(-3));
+    EXPECT_EQ(CountInLog("FrameReceivedCallback: Frame incomplete (-3). Requeueing..."), 1);
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
+    EXPECT_EQ(sdk.State().queuedFrames, 16u);
+    DeliverFrames(0, 2);
+    sdk.SimFailCall("ZvkCaptureFrameQueue", 1, -4, 0);
+    DeliverFrame(0, Incomplete(7));
+    EXPECT_EQ(CountInLog("FrameReceivedCallback: Error while requeueing, Reason=ZvkErrorBadHandle (-4)"), 1);
+    EXPECT_EQ(sdk.State().queuedFrames, 13u);
+    ASSERT_EQ(Stop(0), 0);
+    EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=4 (Complete=2, Incomplete=2)"), 1);
+    ASSERT_EQ(Start(0), 0);
+    EXPECT_EQ(sdk.State().queuedFrames, 16u);
+}
+
+TEST_F(AcquisitionTest, FramesOfACameraThatIsNotAcquiringAreDropped)
+{
+    ExpectErrors();
+    Open();
+    ASSERT_EQ(Setup(0), 0);
+    sdk.SimFailCall("ZvkFeatureCommandRun", 1, -6, 0);
+    EXPECT_EQ(Start(0), 1); // captures, but is not in the set of acquiring cameras
+    void* camera = nullptr;
+    void* stream = nullptr;
+    sdk.SimCameraHandles(0, &camera, &stream);
+    char handle[16];
+    std::snprintf(handle, sizeof handle, "%08X",
+                  static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(camera)));
+    const std::string dropped =
+        std::string(
+            "FrameReceivedCallback: ERROR. We received a frame callback after StopAcquistion was called. "
+            "We drop this frame and do not queue it again. Camera=0x") +
+        handle;
+    DeliverFrames(0);
+    EXPECT_EQ(CountInLog(dropped), 1);
+    EXPECT_EQ(CountInLog("\tFrameReceivedCallback Frame incomplete."), 0);
+    DeliverFrame(0, Incomplete(1));
+    EXPECT_EQ(CountInLog(dropped), 2);
+    EXPECT_EQ(CountInLog("\tFrameReceivedCallback Frame incomplete."), 1);
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
+    EXPECT_EQ(sdk.State().queuedFrames, 14u);
+}
+
+TEST_F(AcquisitionTest, CallbacksThatMakeNoSense)
+{
+    ExpectErrors();
+    struct Context
+    {
+        std::uint64_t channel;
+        std::uint32_t buffer;
+    };
+    Stream(0);
+    ZvkFrame_t frame = {};
+    Context context = {0, 0};
+    const std::string invalid = "FrameReceivedCallback: ERROR. Invalid ZvkFrame_t.";
+    sdk.SimInvokeCallback(0, nullptr, SIM_OWN_HANDLE, &frame);
+    sdk.SimInvokeCallback(0, SIM_OWN_HANDLE, nullptr, &frame);
+    sdk.SimInvokeCallback(0, SIM_OWN_HANDLE, SIM_OWN_HANDLE, nullptr);
+    EXPECT_EQ(CountInLog(invalid), 3);
+
+    sdk.SimInvokeCallback(0, SIM_OWN_HANDLE, SIM_OWN_HANDLE, &frame);
+    EXPECT_EQ(CountInLog("FrameReceivedCallback: ERROR. Invalid context parameter."), 1);
+
+    frame.context[0] = &context;
+    for (const std::uint64_t channel : {std::uint64_t{3}, ~std::uint64_t{0}}) {
+        context.channel = channel;
+        for (const std::int32_t status : {0, 5}) {
+            frame.receiveStatus = status;
+            sdk.SimInvokeCallback(0, SIM_OWN_HANDLE, SIM_OWN_HANDLE, &frame);
+        }
+    }
+    EXPECT_EQ(CountInLog("FrameReceivedCallback: ERROR. Invalid channelID=3. Available cameras=3."), 2);
+    EXPECT_EQ(CountInLog("FrameReceivedCallback: ERROR. Invalid channelID=-1. Available cameras=3."), 2);
+
+    frame.receiveStatus = 0;
+    for (const std::uint64_t channel : {0, 1}) { // a frame that is nobody's own
+        context.channel = channel;
+        sdk.SimInvokeCallback(0, SIM_OWN_HANDLE, SIM_OWN_HANDLE, &frame);
+        EXPECT_EQ(Status(static_cast<std::int64_t>(channel)), static_cast<std::uint32_t>(ImageStatusPending));
+    }
+    EXPECT_EQ(sdk.State().queuedFrames, 16u);
+}
+
+TEST_F(AcquisitionTest, ALateCallbackFindsNothingToDisturb)
+{
+    ExpectErrors();
+    Stream(0);
+    static ZvkFrame_t* last = nullptr;
+    using FrameQueue = ZvkError_t (*)(ZvkHandle_t, const ZvkFrame_t*, ZvkFrameCallback);
+    static FrameQueue original;
+    original = reinterpret_cast<FrameQueue>(sdk.SimOriginalEntry("ZvkCaptureFrameQueue"));
+    const FrameQueue remembering = [](ZvkHandle_t camera, const ZvkFrame_t* frame,
+                                      ZvkFrameCallback callback) {
+        last = const_cast<ZvkFrame_t*>(frame);
+        return original(camera, frame, callback);
+    };
+    sdk.SimReplaceEntry("ZvkCaptureFrameQueue", reinterpret_cast<void*>(remembering));
+    DeliverFrames(0);
+    Fetch(0, 3072);
+    ASSERT_NE(last, nullptr);
+    // Twice for one frame: stored once.
+    sdk.SimInvokeCallback(0, SIM_OWN_HANDLE, SIM_OWN_HANDLE, last);
+    sdk.SimInvokeCallback(0, SIM_OWN_HANDLE, SIM_OWN_HANDLE, last);
+    EXPECT_EQ(
+        CountInLog(
+            "FrameReceivedCallback: ERROR. Frame is not the channel's own or was received already. We drop it. channelID=0"),
+        1);
+    ASSERT_EQ(Stop(0), 0);
+    sdk.SimInvokeCallback(0, SIM_OWN_HANDLE, SIM_OWN_HANDLE, last);
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
+    EXPECT_EQ(Release(0), 0); // shuts down: the record itself is gone from here on
+    ZvkFrame_t own = {};
+    sdk.SimInvokeCallback(0, reinterpret_cast<void*>(std::uintptr_t{1}),
+                          reinterpret_cast<void*>(std::uintptr_t{1}), &own);
+}
+
+TEST_F(AcquisitionTest, StatusOfChannelsThatDoNotExist)
+{
+    Open();
+    for (const std::int64_t channel :
+         {std::int64_t{3}, std::int64_t{5}, std::int64_t{-1}, INT64_MAX, INT64_MIN, std::int64_t{1} << 32}) {
+        EXPECT_EQ(Status(channel), static_cast<std::uint32_t>(ImageStatusUnavailable)) << channel;
+    }
+    EXPECT_EQ(Status(2), static_cast<std::uint32_t>(ImageStatusPending));
+    EXPECT_EQ(Channel(0).QueryImageStatus(nullptr, 0, nullptr), 0);
+    EXPECT_EQ(TextNow(), "");
+}
+
+} // namespace
+
+} // namespace maravel::test

@@ -1,0 +1,285 @@
+// What the host gets of a received frame: attributes and image.
+#include "boundary/AdapterTest.h"
+
+#include "sdk/ZvkTypes.h"
+
+namespace maravel::test {
+
+namespace {
+
+class DeliveryTest : public AdapterTest
+{
+protected:
+    std::int32_t Attributes(std::int64_t channel, ImageAttributes* attributes, std::uint32_t* status)
+    {
+        return Channel(0).GetImageAttributes(text(), channel, attributes, status);
+    }
+
+    // Streams the colour camera with a frame of the given bytes in the given format.
+    void StreamColor(const char* format)
+    {
+        Open();
+        ASSERT_EQ(Setup(1), 0);
+        ASSERT_EQ(Channel(1).WriteValue(text(), 1, "PixelFormat", format), 0) << TextNow();
+        ASSERT_EQ(Start(1), 0) << TextNow();
+    }
+};
+
+constexpr std::size_t kColorPixels = 32 * 16;
+
+TEST_F(DeliveryTest, MonochromeFormatsArriveByteForByte)
+{
+    struct Row
+    {
+        const char* format;
+        std::int32_t pixelType;
+        std::size_t payload;
+    };
+    const Row rows[] = {
+        {"Mono8", 0, 64 * 48},       {"Mono10", 12, 64 * 48 * 2}, {"Mono12", 13, 64 * 48 * 2},
+        {"Mono14", 16, 64 * 48 * 2}, {"Mono16", 9, 64 * 48 * 2},  {"Mono12Packed", 18, 64 * 48 * 3 / 2},
+    };
+    Open();
+    ASSERT_EQ(Setup(0), 0);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.format);
+        ASSERT_EQ(Channel(0).WriteValue(text(), 0, "PixelFormat", row.format), 0) << TextNow();
+        ASSERT_EQ(Start(0), 0);
+        EXPECT_EQ(CountInLog(std::string("AllocateVideoBuffers: Incoming video format: ZvkPixelFormat") +
+                             row.format + " Channel: 0 Camera: 0x" +
+                             LogText().substr(LogText().rfind("Camera: 0x") + 10, 8)),
+                  1);
+        std::vector<unsigned char> bytes(row.payload);
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            bytes[i] = static_cast<unsigned char>(i * 7 + i / 251);
+        }
+        SimFrameRequest request = {};
+        request.fields = SimFrameHasBytes;
+        request.bytes = bytes.data();
+        request.byteCount = static_cast<std::uint32_t>(bytes.size());
+        DeliverFrame(0, request);
+        Guarded<ImageAttributes> attributes;
+        attributes->structSize = 56;
+        std::uint32_t status = 0xDEAD;
+        EXPECT_EQ(Attributes(0, attributes.Get(), &status), 0);
+        EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusReady));
+        EXPECT_EQ(attributes->pixelType, row.pixelType);
+        EXPECT_EQ(attributes->pitch, 64);
+        EXPECT_EQ(Fetch(0, row.payload), bytes);
+        ASSERT_EQ(Stop(0), 0);
+    }
+}
+
+TEST_F(DeliveryTest, AttributesHoldTheFramesOwnFields)
+{
+    Stream(0);
+    SimFrameRequest request = {};
+    request.fields = SimFrameHasSize | SimFrameHasOffset | SimFrameHasTimestamp;
+    request.width = 40;
+    request.height = 30;
+    request.offsetX = 8;
+    request.offsetY = 6;
+    request.timestamp = 0x0123456789ABCDEF;
+    DeliverFrame(0, request);
+    DeliverFrames(0);
+    for (const std::int32_t size : {44, 45, 56, -1, 0}) {
+        SCOPED_TRACE(size);
+        Guarded<ImageAttributes> attributes;
+        attributes->structSize = size;
+        std::uint32_t status = 0xDEAD;
+        EXPECT_EQ(Attributes(0, attributes.Get(), &status), 0); // the same frame each time
+        const std::int32_t expected[] = {size, 40, 30, 40, 0, 0,
+                                         0,    40, 30, 8,  6, static_cast<std::int32_t>(0xA5A5A5A5)};
+        EXPECT_EQ(std::memcmp(attributes.Bytes(), expected, sizeof expected), 0);
+        EXPECT_EQ(attributes->timestamp, size > 44 ? 0x0123456789ABCDEFu : 0xA5A5A5A5A5A5A5A5u);
+    }
+    EXPECT_EQ(CountInLog("GetImageAttributes: INFO offsetX=8, offsetY=6, width=40, height=30"), 5);
+    Fetch(0, 3072);
+    Guarded<ImageAttributes> next;
+    std::uint32_t status = 0;
+    EXPECT_EQ(Attributes(0, next.Get(), &status), 0);
+    EXPECT_EQ(next->width, 64);
+}
+
+TEST_F(DeliveryTest, WithNothingToDeliverBothAnswerPending)
+{
+    Stream(0);
+    Guarded<ImageAttributes> attributes;
+    std::uint32_t status = 0xDEAD;
+    EXPECT_EQ(Attributes(0, attributes.Get(), &status), 0);
+    EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusPending));
+    EXPECT_EQ(attributes->width, static_cast<std::int32_t>(0xA5A5A5A5));
+    ClearLog();
+    EXPECT_EQ(Fetch(0, 16, 0, ImageStatusPending), std::vector<unsigned char>(16, 0xA5));
+    Fetch(0, 16, 0, ImageStatusPending);
+    // The message has no line end of its own.
+    EXPECT_NE(LogText().find("GetImage: ERRIR, FIFO empty, pending.["), std::string::npos);
+    EXPECT_EQ(TextNow(), "");
+}
+
+TEST_F(DeliveryTest, ColourArrivesAsThreePlanes)
+{
+    StreamColor("RGB8");
+    std::vector<unsigned char> rgb(kColorPixels * 3);
+    std::vector<unsigned char> planes(kColorPixels * 3);
+    for (std::size_t i = 0; i < kColorPixels; ++i) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            rgb[3 * i + c] = planes[c * kColorPixels + i] = static_cast<unsigned char>(c * 80 + i % 79);
+        }
+    }
+    SimFrameRequest request = {};
+    request.fields = SimFrameHasBytes;
+    request.bytes = rgb.data();
+    request.byteCount = static_cast<std::uint32_t>(rgb.size());
+    DeliverFrame(1, request);
+    Guarded<ImageAttributes> attributes;
+    attributes->structSize = 56;
+    std::uint32_t status = 0;
+    EXPECT_EQ(Attributes(1, attributes.Get(), &status), 0);
+    EXPECT_EQ(attributes->pixelType, 2);
+    EXPECT_EQ(Fetch(1, planes.size()), planes);
+    EXPECT_EQ(sdk.State().queuedFrames, 16u);
+}
+
+TEST_F(DeliveryTest, AFormatWithoutConversionEmptiesTheConversion)
+{
+    StreamColor("BayerRG8");
+    DeliverFrames(1);
+    Fetch(1, kColorPixels * 3);
+    ASSERT_EQ(Stop(1), 0);
+    ASSERT_EQ(Channel(1).WriteValue(text(), 1, "PixelFormat", "Mono8"), 0);
+    ASSERT_EQ(Start(1), 0);
+    const std::uint64_t transforms = sdk.SimTransformCallCount("ZvkImageTransform");
+    EXPECT_EQ(transforms, 1u);
+    DeliverFrames(1);
+    Fetch(1, kColorPixels);
+    EXPECT_EQ(sdk.SimTransformCallCount("ZvkImageTransform"), transforms);
+}
+
+TEST_F(DeliveryTest, AFrameThatCannotBeTransformedIsLostAndItsBufferIsNot)
+{
+    ExpectErrors();
+    struct Row
+    {
+        const char* entry;
+        const char* line;
+    };
+    const Row rows[] = {
+        {"ZvkSetImageInfoFromPixelFormat",
+         "GetImage: ERROR. ZvkSetImageInfoFromPixelFormat failed. Reason=ZvkErrorBadParameter (-7)"},
+        {"ZvkImageTransform", "GetImage: ERROR. ZvkImageTransform failed. Reason=ZvkErrorBadParameter (-7)"},
+    };
+    StreamColor("BGR8");
+    for (const Row& row : rows) {
+        DeliverFrames(1, 2);
+        sdk.SimTransformFailCall(row.entry, 1, -7, 0);
+        EXPECT_EQ(Fetch(1, kColorPixels * 3), std::vector<unsigned char>(kColorPixels * 3, 0xA5));
+        EXPECT_EQ(CountInLog(row.line), 1);
+        EXPECT_EQ(TextNow(), "");
+        EXPECT_EQ(sdk.State().queuedFrames, 15u);
+        EXPECT_NE(Fetch(1, kColorPixels * 3), std::vector<unsigned char>(kColorPixels * 3, 0xA5));
+        EXPECT_EQ(sdk.State().queuedFrames, 16u);
+    }
+}
+
+TEST_F(DeliveryTest, AFrameThatDoesNotFitItsBuffersIsTreatedLikeOneThatCannotBeTransformed)
+{
+    ExpectErrors();
+    struct Row
+    {
+        std::uint32_t width, height, format;
+        bool delivered;
+    };
+    const Row rows[] = {
+        {32, 16, 0x02180014, true},
+        {33, 16, 0x02180014, false},
+        {0xFFFFFFFF, 0xFFFFFFFF, 0x02180014, false},
+        {32, 16, 0x02300033, false},
+        {0x10000, 0x10000, 0x01080001, false},
+        {32, 17, 0x01080001, false},
+        {32, 16, 0x12345678, false},
+        {32, 16, 0, false},
+    };
+    StreamColor("RGB8");
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.width);
+        SimFrameRequest request = {};
+        request.fields = SimFrameHasSize | SimFrameHasPixelFormat;
+        request.width = row.width;
+        request.height = row.height;
+        request.pixelFormat = row.format;
+        DeliverFrame(1, request);
+        const bool untouched =
+            Fetch(1, kColorPixels * 3) == std::vector<unsigned char>(kColorPixels * 3, 0xA5);
+        EXPECT_EQ(untouched, !row.delivered);
+        EXPECT_EQ(sdk.State().queuedFrames, 16u);
+    }
+}
+
+TEST_F(DeliveryTest, ADescriptionThatTheTransformInventsMovesNoMemory)
+{
+    static std::uint32_t width;
+    static std::uint32_t height;
+    using SetImageInfo = ZvkError_t (*)(ZvkPixelFormat_t, std::uint32_t, std::uint32_t, ZvkImage*);
+    const SetImageInfo inventing = [](ZvkPixelFormat_t, std::uint32_t, std::uint32_t, ZvkImage* image) {
+        image->imageInfo.width = width;
+        image->imageInfo.height = height;
+        return ZvkErrorSuccess;
+    };
+    using Transform = ZvkError_t (*)(const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t);
+    const Transform nothing = [](const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t) {
+        return ZvkErrorSuccess;
+    };
+    sdk.SimTransformReplaceEntry("ZvkSetImageInfoFromPixelFormat", reinterpret_cast<void*>(inventing));
+    sdk.SimTransformReplaceEntry("ZvkImageTransform", reinterpret_cast<void*>(nothing));
+    for (const auto& [w, h] :
+         {std::pair{0u, 16u}, {33u, 16u}, {0x10000u, 0x10000u}, {0xFFFFFFFFu, 0xFFFFFFFFu}}) {
+        width = w;
+        height = h;
+        StreamColor("RGB8");
+        DeliverFrames(1);
+        EXPECT_EQ(Fetch(1, kColorPixels * 3), std::vector<unsigned char>(kColorPixels * 3, 0xA5));
+    }
+}
+
+TEST_F(DeliveryTest, AFrameThatCannotBeQueuedAgainIsDeliveredAllTheSame)
+{
+    ExpectErrors();
+    Stream(0);
+    DeliverFrames(0, 2);
+    sdk.SimFailCall("ZvkCaptureFrameQueue", 1, -12, 0);
+    EXPECT_NE(Fetch(0, 3072), std::vector<unsigned char>(3072, 0xA5));
+    const std::string error =
+        "GetImage: ERROR while re-queuing frame. channelID=0. Reason=ZvkErrorTimeout (-12)";
+    EXPECT_EQ(TextNow(), error);
+    EXPECT_EQ(CountInLog(error + ", (-12)"), 1);
+    EXPECT_EQ(sdk.State().queuedFrames, 14u);
+    Fetch(0, 3072);
+    EXPECT_EQ(sdk.State().queuedFrames, 15u);
+}
+
+TEST_F(DeliveryTest, RejectionsLeaveTheFrameWaiting)
+{
+    ExpectErrors();
+    Stream(0);
+    DeliverFrames(0);
+    std::uint32_t status = 0xDEAD;
+    EXPECT_EQ(Channel(0).GetImage(text(), 0, nullptr, &status), 1);
+    EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusError));
+    EXPECT_EQ(TextNow(), "GetImage: ERROR. Invalid destination pointer. channelID=0.");
+    GuardedBuffer image(3072);
+    EXPECT_EQ(Channel(0).GetImage(text(), 7, image.Data(), &status), 1);
+    EXPECT_EQ(TextNow(), "GetImage: ERROR. Invalid channelID=7. Available cameras=3");
+    EXPECT_EQ(Channel(0).GetImage(text(), 0, image.Data(), nullptr), 1);
+    ImageAttributes attributes = {};
+    status = 0xDEAD;
+    EXPECT_EQ(Attributes(-1, &attributes, &status), 1);
+    EXPECT_EQ(TextNow(), "GetImageAttributes: ERROR. Invalid channelID=-1. Available cameras=3");
+    EXPECT_EQ(status, 0xDEADu);
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady));
+    Fetch(0, 3072);
+}
+
+} // namespace
+
+} // namespace maravel::test

@@ -1,0 +1,325 @@
+// Channel opening: what the host finds in its descriptor, and every way in which opening can fail.
+#include "boundary/AdapterTest.h"
+
+#include "sdk/ZvkTypes.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace maravel::test {
+
+namespace {
+
+class OpeningTest : public AdapterTest
+{
+};
+
+template <class T>
+T At(const unsigned char* bytes, std::size_t offset)
+{
+    T value;
+    std::memcpy(&value, bytes + offset, sizeof value);
+    return value;
+}
+
+TEST_F(OpeningTest, DescriptorHoldsEveryFieldAtItsOffset)
+{
+    Guarded<VideoChannelDescriptor> descriptor;
+    descriptor->structSize = 684;
+    ASSERT_EQ(GetVideoChannel(0, descriptor.Get()), 0);
+    const unsigned char* bytes = descriptor.Bytes();
+    EXPECT_EQ(At<std::int32_t>(bytes, 0), 684);
+    EXPECT_EQ(At<std::uint32_t>(bytes, 4), 0xA5A5A5A5u);
+    EXPECT_EQ(At<std::int64_t>(bytes, 8), 0);
+    std::vector<std::uint64_t> callbacks;
+    for (const std::size_t offset : {16, 24, 32, 40, 48, 56, 64, 72, 80, 640, 648, 656, 664, 672}) {
+        callbacks.push_back(At<std::uint64_t>(bytes, offset));
+        EXPECT_NE(callbacks.back(), 0u) << offset;
+        EXPECT_NE(callbacks.back(), 0xA5A5A5A5A5A5A5A5u) << offset;
+    }
+    std::sort(callbacks.begin(), callbacks.end());
+    EXPECT_EQ(std::adjacent_find(callbacks.begin(), callbacks.end()), callbacks.end())
+        << "two slots, one callback";
+    EXPECT_STREQ(reinterpret_cast<const char*>(bytes + 88), "Zorvik/HVN TL: Mono");
+    EXPECT_STREQ(reinterpret_cast<const char*>(bytes + 344), "S-0");
+    EXPECT_DOUBLE_EQ(At<double>(bytes, 600), 0.001);
+    EXPECT_EQ(At<std::uint64_t>(bytes, 608), 0xA5A5A5A5A5A5A5A5u);
+    EXPECT_EQ(At<std::uint64_t>(bytes, 616), 0xA5A5A5A5A5A5A5A5u);
+    EXPECT_EQ(At<std::int32_t>(bytes, 624), 64);
+    EXPECT_EQ(At<std::int32_t>(bytes, 628), 48);
+    EXPECT_GT(At<double>(bytes, 632), 0.0);
+    EXPECT_LT(At<double>(bytes, 632), 1000.0); // microseconds
+    EXPECT_EQ(At<std::int32_t>(bytes, 680), 0);
+}
+
+TEST_F(OpeningTest, ExtendedCallbacksGoByStructSize)
+{
+    Open();
+    for (const std::int32_t size : {-0x7FFFFFFF, -1, 0, 4, 88, 607, 608, 609, 684, 0x7FFFFFFF}) {
+        SCOPED_TRACE(size);
+        Guarded<VideoChannelDescriptor> descriptor;
+        descriptor->structSize = size;
+        ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
+        const bool extended = size > 608;
+        for (const std::size_t offset : {640, 648, 656, 664, 672}) {
+            EXPECT_EQ(At<std::uint64_t>(descriptor.Bytes(), offset) != 0xA5A5A5A5A5A5A5A5u, extended)
+                << offset;
+        }
+        EXPECT_EQ(descriptor->width, 32);
+        EXPECT_EQ(descriptor->openResult, 0);
+        EXPECT_STREQ(descriptor->label, "Zorvik/Other: Color");
+    }
+}
+
+TEST_F(OpeningTest, CallsOfAnOpeningInTheirOrder)
+{
+    Open();
+    sdk.SimClearCalls();
+    Guarded<VideoChannelDescriptor> descriptor;
+    descriptor->structSize = 684;
+    ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
+    std::vector<std::string> names;
+    for (const std::string& call : sdk.Calls()) {
+        names.push_back(call.substr(0, call.find('(')));
+    }
+    const std::vector<std::string> expected = {"ZvkFeatureStringGet",
+                                               "ZvkCameraOpen",
+                                               "ZvkCameraInfoQueryByHandle",
+                                               "ZvkFeatureCommandRun",
+                                               "ZvkFeaturesList",
+                                               "ZvkFeaturesList",
+                                               "ZvkFeatureFloatGet",
+                                               "ZvkFeatureFloatRangeQuery",
+                                               "ZvkFeatureIntGet",
+                                               "ZvkFeatureIntGet",
+                                               "ZvkCameraClose"};
+    EXPECT_EQ(names, expected);
+}
+
+TEST_F(OpeningTest, FlagsAndFeatureCountsAreLogged)
+{
+    Open();
+    EXPECT_EQ(
+        CountInLog(
+            "InitializeVideoChannel: bExposureTimeAvail=1, bExposureTimeAbsAvail=0, bTriggerSourceAvail=1, "
+            "bTriggerActivationAvail=1, bExposureModeAvail=1, bTriggerModeAvail=1"),
+        2);
+    EXPECT_EQ(
+        CountInLog(
+            "InitializeVideoChannel: bExposureTimeAvail=0, bExposureTimeAbsAvail=1, bTriggerSourceAvail=0, "
+            "bTriggerActivationAvail=0, bExposureModeAvail=1, bTriggerModeAvail=1"),
+        1);
+    EXPECT_NE(LogText().find("InitializeVideoChannel: Datatype 7 for feature '"), std::string::npos);
+    EXPECT_EQ(CountInLog("InitializeVideoChannel: devnum=2"), 1);
+    EXPECT_EQ(CountInLog("InitializeVideoChannel: Camera OPENED successfully. channelID 2 (Old [T2])"), 1);
+    EXPECT_EQ(CountInLog("InitializeVideoChannel: Camera CLOSED successfully. channelID 2 (Old [T2])"), 1);
+    EXPECT_DOUBLE_EQ(Channel(2).exposureTime, 0.002);
+}
+
+TEST_F(OpeningTest, ACameraWithoutExposureLeavesTheHostsValues)
+{
+    const std::string description = std::string(kTestCameras) + "remove = [\"ExposureTimeAbs\"]\n";
+    sdk.SimSetDescription(description.c_str());
+    Open();
+    EXPECT_EQ(
+        CountInLog(
+            "InitializeVideoChannel: WARNING: Neither ExposureTime nor ExposureTimeAbs feature was found."),
+        1);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(&Channel(2));
+    EXPECT_EQ(At<std::uint64_t>(bytes, 600), 0xA5A5A5A5A5A5A5A5u);
+    EXPECT_EQ(At<std::uint64_t>(bytes, 632), 0xA5A5A5A5A5A5A5A5u);
+}
+
+TEST_F(OpeningTest, FailuresOfTheSdk)
+{
+    ExpectErrors();
+    struct Row
+    {
+        std::vector<SimFault> faults;
+        int camera;
+        const char* line; // what opening itself says, "" for nothing
+        bool opened;      // whether the channel is handed out all the same
+    };
+    const Row rows[] = {
+        {{{"ZvkCameraOpen", 1, -6, 0}},
+         0,
+         "InitializeVideoChannel: ERROR. Error while opening camera. ChannelID=0. Reason=ZvkErrorInvalidAccess (-6)",
+         false},
+        {{{"ZvkFeaturesList", 1, -3, 0}},
+         0,
+         "InitializeVideoChannel: ERROR. ZvkFeaturesList failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)",
+         false},
+        {{{"ZvkFeaturesList", 2, -3, 0}}, 0, "", false},
+        {{{"ZvkFeatureFloatGet", 1, -12, 0}},
+         0,
+         "InitializeVideoChannel: ERROR. ZvkFeatureFloatGet ExposureTime failed. ChannelID=0. Reason=ZvkErrorTimeout (-12)",
+         false},
+        {{{"ZvkFeatureFloatGet", 1, -12, 0}},
+         2,
+         "InitializeVideoChannel: ERROR. ZvkFeatureFloatGet ExposureTimeAbs failed. ChannelID=2. Reason=ZvkErrorTimeout (-12)",
+         false},
+        {{{"ZvkFeatureFloatRangeQuery", 1, -12, 0}},
+         0,
+         "InitializeVideoChannel: ERROR. ZvkFeatureFloatRangeQuery ExposureTime failed. ChannelID=0. Reason=ZvkErrorTimeout (-12)",
+         false},
+        {{{"ZvkFeatureFloatRangeQuery", 1, 1, 0}},
+         2,
+         "InitializeVideoChannel: ERROR. ZvkFeatureFloatRangeQuery ExposureTimeAbs failed. ChannelID=2. Reason=Unknown Zorvik Error (1)",
+         false},
+        {{{"ZvkFeatureIntGet", 1, -20, 0}},
+         1,
+         "InitializeVideoChannel: ERROR. ZvkFeatureIntGet Width failed. ChannelID=1. Reason=ZvkErrorIO (-20)",
+         false},
+        {{{"ZvkFeatureIntGet", 2, -20, 0}},
+         1,
+         "InitializeVideoChannel: ERROR. ZvkFeatureIntGet Height failed. ChannelID=1. Reason=ZvkErrorIO (-20)",
+         false},
+        {{{"ZvkCameraClose", 1, -23, 0}},
+         0,
+         "InitializeVideoChannel: ERROR. Error while closing camera. ChannelID=0. Reason=ZvkErrorUnspecified (-23)",
+         true},
+        {{{"ZvkFeatureStringGet", 1, -30, 0}}, 0, "", true},
+        {{{"ZvkCameraInfoQueryByHandle", 1, -5, 0}}, 0, "GigEAdjustPacketSize: StreamCount=0", true},
+        // Only the first failure to read a value is reported.
+        {{{"ZvkFeatureFloatGet", 1, -12, 0}, {"ZvkFeatureIntGet", 1, -20, 1}},
+         1,
+         "InitializeVideoChannel: ERROR. ZvkFeatureFloatGet ExposureTime failed. ChannelID=1. Reason=ZvkErrorTimeout (-12)",
+         false},
+        {{{"ZvkFeatureIntGet", 1, -20, 1}},
+         1,
+         "InitializeVideoChannel: ERROR. ZvkFeatureIntGet Width failed. ChannelID=1. Reason=ZvkErrorIO (-20)",
+         false},
+    };
+    const char* const names[] = {"Mono [T0]", "Color [T1]", "Old [T2]"};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.faults[0].entry) + " " + std::to_string(row.faults[0].nth));
+        Open();
+        ClearLog();
+        ClearText();
+        sdk.SimFailCalls(row.faults.data(), static_cast<std::uint32_t>(row.faults.size()));
+        Guarded<VideoChannelDescriptor> descriptor;
+        descriptor->structSize = 684;
+        EXPECT_EQ(GetVideoChannel(row.camera, descriptor.Get()), 0);
+        EXPECT_EQ(descriptor->openResult, row.opened ? 0 : 1);
+        EXPECT_EQ(descriptor->channelID, row.camera);
+        const std::string index = std::to_string(row.camera);
+        const std::string name = "(" + std::string(names[row.camera]) + ")";
+        if (!row.opened) {
+            const std::string unable = "GetVideoChannel: Unable to open cameraID " + index + " " + name + ".";
+            EXPECT_EQ(TextNow(), unable);
+            EXPECT_EQ(CountInLog(unable), 1);
+            EXPECT_EQ(CountInLog("GetVideoChannel: ZvkCameraClose FAILED. channelID " + index + " " + name),
+                      1);
+        }
+        int errors = 0;
+        for (const std::string& line : Log()) {
+            errors += line.starts_with("InitializeVideoChannel: ERROR") ? 1 : 0;
+        }
+        EXPECT_EQ(errors, std::string(row.line).starts_with("InitializeVideoChannel") ? 1 : 0);
+        if (*row.line != '\0') {
+            EXPECT_EQ(CountInLog(row.line), 1) << row.line;
+        }
+        ResetSdk();
+    }
+    ExpectViolations(); // a failed opening closes the camera twice
+}
+
+TEST_F(OpeningTest, TextsOfAnyLengthAreCutAndTerminated)
+{
+    using CamerasList = ZvkError_t (*)(ZvkCameraInfo_t*, std::uint32_t, std::uint32_t*, std::uint32_t);
+    static CamerasList original;
+    static std::string text;
+    original = reinterpret_cast<CamerasList>(sdk.SimOriginalEntry("ZvkCamerasList"));
+    text.assign(5000, 'm');
+    const CamerasList withLongTexts = [](ZvkCameraInfo_t* list, std::uint32_t length, std::uint32_t* found,
+                                         std::uint32_t size) {
+        const ZvkError_t result = original(list, length, found, size);
+        if (list != nullptr) {
+            list[0].modelName = text.c_str();
+            list[0].serialString = text.c_str();
+            list[1].modelName = nullptr;
+            list[1].serialString = nullptr;
+        }
+        return result;
+    };
+    sdk.SimReplaceEntry("ZvkCamerasList", reinterpret_cast<void*>(withLongTexts));
+    Open();
+    EXPECT_EQ(std::string(Channel(0).label), "Zorvik/HVN TL: " + text.substr(0, 255 - 15));
+    EXPECT_EQ(std::string(Channel(0).serialNumber), text.substr(0, 255));
+    EXPECT_STREQ(Channel(1).label, "Zorvik/Other: ");
+    EXPECT_STREQ(Channel(1).serialNumber, "");
+}
+
+TEST_F(OpeningTest, PacketSizeIsNegotiatedWhereTheStreamCan)
+{
+    ExpectErrors();
+    std::string description = kTestCameras;
+    description.replace(description.find("frame_rate"), 0, "packet_size = 8228\npacket_negotiation_ms = 1\n");
+    sdk.SimSetDescription(description.c_str());
+    Open();
+    EXPECT_EQ(CountInLog("GigEAdjustPacketSize: GVSPAdjustPacketSize set to 8228"), 1);
+
+    Guarded<VideoChannelDescriptor> descriptor;
+    sdk.SimHoldCommand(0, "GVSPAdjustPacketSize", 1);
+    ClearLog();
+    ASSERT_EQ(GetVideoChannel(0, descriptor.Get()), 0);
+    EXPECT_EQ(CountInLog("GigEAdjustPacketSize: ERROR. Timeout exceeded. Feature='GVSPAdjustPacketSize'."),
+              1);
+    EXPECT_NE(LogText().find("GigEAdjustPacketSize: GVSPAdjustPacketSize set to "), std::string::npos);
+    EXPECT_EQ(descriptor->openResult, 0);
+    const auto polls = sdk.SimCallCount("ZvkFeatureCommandIsDone");
+    EXPECT_GE(polls, 5u);
+    EXPECT_LE(polls, 45u); // every 50 ms for two seconds
+    sdk.SimHoldCommand(0, "GVSPAdjustPacketSize", 0);
+
+    ClearLog();
+    sdk.SimFailCall("ZvkFeatureCommandIsDone", 1, -5, 0);
+    ASSERT_EQ(GetVideoChannel(0, descriptor.Get()), 0);
+    EXPECT_EQ(LogText().find("GigEAdjustPacketSize: ERROR"), std::string::npos);
+}
+
+TEST_F(OpeningTest, AFeatureListThatChangesBetweenItsQueries)
+{
+    using FeaturesList =
+        ZvkError_t (*)(ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t*, std::uint32_t);
+    static FeaturesList original;
+    static std::int64_t change;
+    original = reinterpret_cast<FeaturesList>(sdk.SimOriginalEntry("ZvkFeaturesList"));
+    const FeaturesList changing = [](ZvkHandle_t camera, ZvkFeatureInfo_t* list, std::uint32_t length,
+                                     std::uint32_t* found, std::uint32_t size) {
+        const ZvkError_t result = original(camera, list, length, found, size);
+        if (list != nullptr) {
+            *found = static_cast<std::uint32_t>(*found + change);
+        }
+        return result;
+    };
+    Open();
+    Guarded<VideoChannelDescriptor> descriptor;
+    descriptor->structSize = 684;
+    sdk.SimReplaceEntry("ZvkFeaturesList", reinterpret_cast<void*>(changing));
+    for (const std::int64_t by : {-5, 7, 1'000'000}) {
+        change = by;
+        ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
+        EXPECT_EQ(descriptor->openResult, 0);
+        GuardedBuffer name(256);
+        int count = 0;
+        while (descriptor->GetFeatureName(text(), 1, count, name.Text()) == 0) {
+            ++count;
+        }
+        EXPECT_GT(count, 20);
+    }
+    const FeaturesList absurd = [](ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t* found,
+                                   std::uint32_t) {
+        *found = 0xFFFFFFFF;
+        return ZvkErrorSuccess;
+    };
+    sdk.SimReplaceEntry("ZvkFeaturesList", reinterpret_cast<void*>(absurd));
+    ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
+    EXPECT_EQ(descriptor->openResult, 1);
+    ExpectErrors();
+    ExpectViolations();
+}
+
+} // namespace
+
+} // namespace maravel::test

@@ -1,0 +1,60 @@
+// What the tests need of the system that they run on.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace maravel::test {
+
+// Sets an environment variable as the adapter sees it; an empty value removes it.
+void SetEnvironment(const std::string& name, const std::string& value);
+
+// The folder of the running program, without a separator at its end.
+std::string ExecutableFolder();
+
+// Whether a library of that file name is loaded into this process.
+bool IsModuleLoaded(const std::string& fileName);
+
+// Resident memory of this process, in bytes.
+std::uint64_t MemoryInUse();
+
+// Handles or file descriptors that this process holds.
+std::uint32_t HandlesInUse();
+
+struct RegistryEntry
+{
+    std::string key;   // below HKEY_LOCAL_MACHINE
+    std::string value; // empty: the key alone
+    std::uint32_t type = 0;
+    std::vector<std::uint8_t> data;
+};
+
+RegistryEntry RegistryKeyOnly(const std::string& key);
+RegistryEntry RegistryNumber(const std::string& key, const std::string& value, std::uint32_t number);
+RegistryEntry RegistryText(const std::string& key, const std::string& value, const std::string& text);
+RegistryEntry RegistryBinary(const std::string& key, const std::string& value,
+                             std::vector<std::uint8_t> data);
+
+// A machine of the test's own: a private HKEY_LOCAL_MACHINE, and the place where the log goes. The state is
+// the process's: one at a time.
+class PrivateMachine
+{
+public:
+    PrivateMachine();
+    ~PrivateMachine();
+    PrivateMachine(const PrivateMachine&) = delete;
+    PrivateMachine& operator=(const PrivateMachine&) = delete;
+
+    // Replaces everything below HKEY_LOCAL_MACHINE.
+    void SetRegistry(const std::vector<RegistryEntry>& entries);
+
+    std::string LogFolder() const { return logFolder_; }
+    std::string LogFile() const;
+
+private:
+    std::string logFolder_;
+    std::string root_; // what stands for the machine on disk or in the registry
+};
+
+} // namespace maravel::test
