@@ -1,10 +1,14 @@
 #include "bench/GoogleStopwatch.h"
 #include "bench/KernelBench.h"
+#include "bench/PathBench.h"
 #include "bench/Peers.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <exception>
+#include <filesystem>
+#include <memory>
 
 namespace maravel::bench {
 namespace {
@@ -12,19 +16,32 @@ namespace {
 int Run(int argc, char** argv)
 {
     CLI::App app("Measures the adapter and prints each goal with pass or fail.");
+    const std::filesystem::path programFolder = std::filesystem::canonical("/proc/self/exe").parent_path();
+    std::string sdk = (programFolder.parent_path() / "sdk").string();
     std::string output;
     std::size_t rounds = 31;
     std::vector<std::string> topics;
     app.add_option("--rounds", rounds, "Interleaved rounds per comparison")->check(CLI::Range(1, 1001));
+    app.add_option("--sdk", sdk, "Built SDK folder")->check(CLI::ExistingDirectory);
     app.add_option("--output", output, "Folder for results.md and the plots' data")
         ->check(CLI::ExistingDirectory);
-    app.add_option("--only", topics, "What to measure: kernels (default: everything)");
+    app.add_option("--only", topics, "What to measure: counts, log, lookup, kernels (default: everything)");
     CLI11_PARSE(app, argc, argv);
     const auto wanted = [&](const char* topic) {
         return topics.empty() || std::find(topics.begin(), topics.end(), topic) != topics.end();
     };
 
     Report report;
+    PathBenchSettings steps;
+    steps.rounds = rounds;
+    steps.stopwatch = GoogleStopwatch;
+    steps.builtSdkFolder = sdk;
+    if (wanted("counts"))
+        CountFramePath(steps, report);
+    if (wanted("log"))
+        MeasureLogAndCallback(steps, report);
+    if (wanted("lookup"))
+        MeasureLookUp(steps, report);
     if (wanted("kernels")) {
         KernelBenchSettings settings;
         settings.rounds = rounds;
