@@ -1,13 +1,16 @@
 #include "Description.h"
 
 #include "PixelFormats.h"
+#include "backends/common/Files.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
+#include <charconv>
 #include <initializer_list>
 #include <string_view>
 
+// Numbers without the C++ streams, for the reason that Files.h has.
+#define TOML_FLOAT_CHARCONV 1
 #define TOML_ENABLE_WINDOWS_COMPAT 0
 #include <toml++/toml.h>
 
@@ -220,7 +223,7 @@ void ReadImage(const TableReader& reader, const std::filesystem::path& folder, C
     if (!reader.Has("pictures"))
         return;
     const std::string pictures = reader.Text("pictures", "a folder of PNG, PGM or PPM pictures");
-    camera->pictures = folder / std::filesystem::path(std::u8string(pictures.begin(), pictures.end()));
+    camera->pictures = folder / backend::PathFromUtf8(pictures);
     std::error_code error;
     if (!std::filesystem::is_directory(camera->pictures, error))
         Fail(*reader.Table().get("pictures"),

@@ -1,12 +1,11 @@
 #include "Feature.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
+#include <array>
+#include <charconv>
 #include <cstring>
-#include <locale>
-#include <sstream>
+#include <string>
+#include <system_error>
 
 namespace maravel::simulated {
 
@@ -286,11 +285,9 @@ std::string FeatureSet::ValueText(const Feature& feature) const
     case ZvkFeatureDataInt:
         return std::to_string(feature.Int());
     case ZvkFeatureDataFloat: {
-        std::ostringstream stream;
-        stream.imbue(std::locale::classic());
-        stream.precision(17);
-        stream << feature.Float();
-        return stream.str();
+        std::array<char, 40> digits{};
+        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), feature.Float()).ptr;
+        return std::string(digits.data(), end);
     }
     case ZvkFeatureDataEnum:
         return feature.EntryName();
@@ -305,16 +302,19 @@ std::string FeatureSet::ValueText(const Feature& feature) const
 
 ZvkError_t FeatureSet::SetValueText(Feature& feature, const char* text)
 {
-    std::istringstream stream(text);
-    stream.imbue(std::locale::classic());
+    const char* const end = text + std::strlen(text);
+    const auto parsed = [text, end](auto* value) {
+        const auto [stop, error] = std::from_chars(text, end, *value);
+        return error == std::errc() && stop == end;
+    };
     switch (feature.type) {
     case ZvkFeatureDataInt: {
         std::int64_t value = 0;
-        return stream >> value ? StoreInt(feature, value) : ZvkErrorInvalidValue;
+        return parsed(&value) ? StoreInt(feature, value) : ZvkErrorInvalidValue;
     }
     case ZvkFeatureDataFloat: {
         double value = 0;
-        return stream >> value ? StoreFloat(feature, value) : ZvkErrorInvalidValue;
+        return parsed(&value) ? StoreFloat(feature, value) : ZvkErrorInvalidValue;
     }
     case ZvkFeatureDataEnum:
         return StoreEnum(feature, text);

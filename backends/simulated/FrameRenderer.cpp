@@ -1,10 +1,10 @@
 #include "FrameRenderer.h"
 
+#include "backends/common/Files.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #define STB_IMAGE_IMPLEMENTATION
 #define STB_IMAGE_STATIC
@@ -149,6 +149,15 @@ void DrawSquare(const FrameGeometry& geometry, std::uint8_t* image, std::uint64_
     Fill(geometry, image, left, geometry.height / 2, size, {255, 128, 0});
 }
 
+bool IsPicture(const std::filesystem::path& file)
+{
+    const std::filesystem::path extension = file.extension();
+    for (const char* const known : {".png", ".pgm", ".ppm"})
+        if (extension == backend::PathFromUtf8(known))
+            return true;
+    return false;
+}
+
 } // namespace
 
 bool FrameRenderer::LoadPictures(const std::filesystem::path& folder, std::string* error)
@@ -156,8 +165,7 @@ bool FrameRenderer::LoadPictures(const std::filesystem::path& folder, std::strin
     std::vector<std::filesystem::path> files;
     std::error_code failure;
     for (const auto& entry : std::filesystem::directory_iterator(folder, failure)) {
-        const std::string extension = entry.path().extension().string();
-        if (extension == ".png" || extension == ".pgm" || extension == ".ppm")
+        if (IsPicture(entry.path()))
             files.push_back(entry.path());
     }
     std::sort(files.begin(), files.end());
@@ -167,16 +175,15 @@ bool FrameRenderer::LoadPictures(const std::filesystem::path& folder, std::strin
         return false;
     }
     for (const std::filesystem::path& file : files) {
-        std::ifstream stream(file, std::ios::binary);
-        const std::vector<char> bytes((std::istreambuf_iterator<char>(stream)),
-                                      std::istreambuf_iterator<char>());
+        std::string bytes;
+        const bool read = backend::ReadWholeFile(file, &bytes);
         int width = 0;
         int height = 0;
         int channels = 0;
         stbi_uc* pixels =
             stbi_load_from_memory(reinterpret_cast<const stbi_uc*>(bytes.data()),
                                   static_cast<int>(bytes.size()), &width, &height, &channels, 3);
-        if (pixels == nullptr) {
+        if (!read || pixels == nullptr) {
             *error = std::string("the picture '") + file.filename().string() +
                      "' cannot be read; expected a PNG, PGM or PPM file";
             return false;

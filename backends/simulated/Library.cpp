@@ -1,13 +1,11 @@
 #include "Library.h"
 
 #include "ControlState.h"
+#include "backends/common/Files.h"
 #include "backends/common/ModuleLife.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 
 namespace maravel::simulated {
 
@@ -25,21 +23,13 @@ constinit bool g_starting MARAVEL_GUARDED_BY(g_mutex) = false;
 
 constexpr const char* DescriptionName = "cameras.toml";
 
-bool ReadFile(const std::filesystem::path& path, std::string* text)
-{
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream)
-        return false;
-    text->assign(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
-    return true;
-}
-
 // The text given by a test, or the file of the SDK folder.
 bool LoadDescriptions(std::vector<CameraDescription>* cameras, std::string* error)
 {
     const std::filesystem::path folder = backend::LibraryFolder().parent_path();
     std::string text;
-    if (!g_control.GetDescription(&text) && !ReadFile(folder / DescriptionName, &text)) {
+    if (!g_control.GetDescription(&text) &&
+        !backend::ReadWholeFile(folder / backend::PathFromUtf8(DescriptionName), &text)) {
         *error = std::string(DescriptionName) +
                  ":1:1: the file cannot be read; expected the description of the "
                  "cameras in the folder above the library's own";

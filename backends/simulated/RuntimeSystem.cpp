@@ -2,11 +2,10 @@
 #include "ControlState.h"
 #include "Library.h"
 #include "SimulatedRuntime.h"
+#include "backends/common/Files.h"
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 namespace maravel::simulated {
@@ -243,17 +242,6 @@ ZvkError_t SimulatedRuntime::ZvkMemoryWrite(ZvkHandle_t handle, std::uint64_t ad
     return bytes == bufferSize ? ZvkErrorSuccess : ZvkErrorIncomplete;
 }
 
-namespace {
-
-// Paths cross the interface as UTF-8.
-std::filesystem::path PathOf(const char* text)
-{
-    const std::string path = text;
-    return std::filesystem::path(std::u8string(path.begin(), path.end()));
-}
-
-} // namespace
-
 // Settings are lines "Feature=value" of what can be written.
 ZvkError_t SimulatedRuntime::ZvkSettingsSave(ZvkHandle_t handle, const char* filePath)
 {
@@ -265,16 +253,15 @@ ZvkError_t SimulatedRuntime::ZvkSettingsSave(ZvkHandle_t handle, const char* fil
         return ZvkErrorBadHandle;
     if (filePath == nullptr)
         return session.Misuse(ZvkErrorBadParameter, "filePath is null");
-    std::ofstream file(PathOf(filePath), std::ios::binary);
+    std::string lines;
     const FeatureSet& features = camera->Features();
     for (std::size_t i = 0; i < features.Size(); ++i) {
         const Feature& feature = features[i];
         const bool hasValue = feature.type != ZvkFeatureDataCommand && feature.type != ZvkFeatureDataRaw;
         if (hasValue && feature.readable && features.IsWritable(feature))
-            file << feature.name << '=' << features.ValueText(feature) << '\n';
+            lines += feature.name + '=' + features.ValueText(feature) + '\n';
     }
-    file.close();
-    return file ? ZvkErrorSuccess : ZvkErrorIO;
+    return backend::WriteWholeFile(backend::PathFromUtf8(filePath), lines) ? ZvkErrorSuccess : ZvkErrorIO;
 }
 
 ZvkError_t SimulatedRuntime::ZvkSettingsLoad(ZvkHandle_t handle, const char* filePath)
@@ -289,14 +276,17 @@ ZvkError_t SimulatedRuntime::ZvkSettingsLoad(ZvkHandle_t handle, const char* fil
         return session.Misuse(ZvkErrorBadParameter, "filePath is null");
     if (camera->IsAcquiring())
         return ZvkErrorInvalidCall;
-    std::ifstream file(PathOf(filePath), std::ios::binary);
-    if (!file)
+    std::string text;
+    if (!backend::ReadWholeFile(backend::PathFromUtf8(filePath), &text))
         return ZvkErrorNotFound;
     std::vector<std::pair<std::string, std::string>> settings;
-    for (std::string line; std::getline(file, line);) {
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        const std::string line = text.substr(begin, end - begin);
         const std::size_t equals = line.find('=');
         if (equals != std::string::npos)
             settings.emplace_back(line.substr(0, equals), line.substr(equals + 1));
+        begin = end + 1;
     }
     // Limits depend on other features: what is refused now may fit once the others are set.
     FeatureSet& features = camera->Features();
