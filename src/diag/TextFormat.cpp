@@ -92,14 +92,15 @@ Conversion TakeConversion(const char*& format) noexcept
     return conversion;
 }
 
-void PutNumber(TextWriter& out, const Conversion& conversion, std::uint64_t magnitude, bool negative,
-               unsigned base) noexcept
+// The base is a constant to the compiler: dividing by a variable would cost more than all the rest of a line.
+template <unsigned Base>
+void PutNumber(TextWriter& out, const Conversion& conversion, std::uint64_t magnitude, bool negative) noexcept
 {
     char digits[20];
     char* first = digits + sizeof digits;
     do {
-        *--first = "0123456789ABCDEF"[magnitude % base];
-        magnitude /= base;
+        *--first = "0123456789ABCDEF"[magnitude % Base];
+        magnitude /= Base;
     } while (magnitude != 0);
     const auto count = static_cast<std::size_t>(digits + sizeof digits - first);
     const std::size_t length = count + (negative ? 1 : 0);
@@ -119,7 +120,7 @@ void PutNumber(TextWriter& out, const Conversion& conversion, std::uint64_t magn
 void PutSigned(TextWriter& out, const Conversion& conversion, std::int64_t value) noexcept
 {
     const auto bits = static_cast<std::uint64_t>(value);
-    PutNumber(out, conversion, value < 0 ? 0 - bits : bits, value < 0, 10);
+    PutNumber<10>(out, conversion, value < 0 ? 0 - bits : bits, value < 0);
 }
 
 // The C library prints the digits exactly, but with the locale's decimal mark, which can be several bytes:
@@ -179,7 +180,12 @@ std::size_t FormatText(char* buffer, std::size_t size, const char* format, std::
         case 'X': {
             const std::uint64_t value =
                 conversion.is64Bit ? va_arg(arguments, unsigned long long) : va_arg(arguments, unsigned int);
-            PutNumber(out, conversion, value, false, conversion.letter == 'X' ? 16 : 10);
+            if (conversion.letter == 'X') {
+                PutNumber<16>(out, conversion, value, false);
+            }
+            else {
+                PutNumber<10>(out, conversion, value, false);
+            }
             break;
         }
         case 'f':
