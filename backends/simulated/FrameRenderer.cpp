@@ -58,7 +58,7 @@ void PutSample(const PixelFormat& format, std::uint8_t* image, std::uint64_t ind
     // First and last byte of a pair hold the high eight bits, the middle one both low halves, the first's
     // below.
     std::uint8_t* pair = image + index / 2 * 3;
-    const auto low = static_cast<std::uint8_t>(value & 0x0FU);
+    const std::uint32_t low = value & 0x0FU;
     if (index % 2 == 0) {
         pair[0] = static_cast<std::uint8_t>(value >> 4);
         pair[1] = static_cast<std::uint8_t>((pair[1] & 0xF0U) | low);

@@ -1,7 +1,8 @@
 // Frames: their life, their pictures, triggers, and what happens when none is queued.
 #include "SimulatedTest.h"
 
-#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 namespace maravel::test {
@@ -226,6 +227,42 @@ TEST_F(FramePathTest, PictureMovesTurnsAndIsCut)
     EXPECT_EQ(buffers[2][20 * 32], 0) << "the sensor's right edge is black, and comes first when mirrored";
     EXPECT_NEAR(buffers[2][20 * 32 + 31], 105, 1) << "magenta, left in the region";
     Release(camera);
+}
+
+TEST_F(FramePathTest, PicturesOfAFolderArePlayedInOrder)
+{
+    const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "simulated_pictures";
+    std::filesystem::create_directory(folder);
+    const auto write = [&folder](const char* name, const std::string& bytes) {
+        std::ofstream(folder / name, std::ios::binary) << bytes;
+    };
+    write("1.pgm", std::string("P5 2 1 255\n") + '\x10' + '\xF0'); // dark left, bright right
+    write("2.ppm", std::string("P6 1 1 255\n") + '\xFF' + '\x00' + '\x00');
+    write("notes.txt", "no picture");
+    const std::string key = "pictures = '" + folder.string() + "'\n";
+    Start((std::string(Small) + key).c_str());
+    const ZvkHandle_t camera = Open(0);
+    SetEnum(camera, "PixelFormat", "RGB8");
+    Capture(camera, 3);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(sim.SimEmitFrame(0, nullptr), ZvkErrorSuccess);
+    const auto pixel = [this](std::size_t frame, std::size_t x) {
+        const std::uint8_t* at = &buffers[frame][(10 * 64 + x) * 3];
+        return std::vector<int>{at[0], at[1], at[2]};
+    };
+    EXPECT_EQ(pixel(0, 31), (std::vector<int>{0x10, 0x10, 0x10}));
+    EXPECT_EQ(pixel(0, 32), (std::vector<int>{0xF0, 0xF0, 0xF0}));
+    EXPECT_EQ(pixel(1, 31), (std::vector<int>{255, 0, 0}));
+    EXPECT_EQ(buffers[2], buffers[0]);
+    Release(camera);
+    sim.ZvkShutdown();
+
+    write("3.png", "no picture either");
+    EXPECT_EQ(sim.ZvkStartup(nullptr), ZvkErrorBadParameter);
+    EXPECT_NE(LastError().find("cameras.toml:2:1: camera 'small': the picture '3.png' cannot be read"),
+              std::string::npos)
+        << LastError();
+    std::filesystem::remove_all(folder);
 }
 
 TEST_F(FramePathTest, EmittedFramesAreAsAsked)
