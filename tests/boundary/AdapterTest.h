@@ -37,6 +37,13 @@ protected:
     // The exported function, with text() as error text.
     std::int32_t GetVideoChannel(std::int32_t index, VideoChannelDescriptor* descriptor);
 
+    // The same with a text buffer of the caller's, for threads.
+    std::int32_t GetVideoChannelOf(char* errorText, std::int32_t index,
+                                   VideoChannelDescriptor* descriptor) const
+    {
+        return getVideoChannel_(errorText, index, descriptor);
+    }
+
     // Collects all channels, as a host does.
     void Open();
 

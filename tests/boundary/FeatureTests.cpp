@@ -132,8 +132,8 @@ TEST_F(FeatureTest, ValuesThereAndBack)
         EXPECT_EQ(Write(row.name, row.written), 0) << TextNow();
         const std::vector<std::string> log = Log();
         EXPECT_EQ(log.back(), row.line);
-        EXPECT_EQ(log[log.size() - 2].find("WriteValue: channelID=0, addr='" + std::string(row.name) +
-                                           "', val='" + row.written + "'"),
+        EXPECT_EQ(log.front().find("WriteValue: channelID=0, addr='" + std::string(row.name) + "', val='" +
+                                   row.written + "'"),
                   0u);
         EXPECT_EQ(Read(row.name), 0) << TextNow();
         EXPECT_EQ(Value(), row.read);

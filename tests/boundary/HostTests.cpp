@@ -1,1 +1,247 @@
-// to come
+// Hosts that are careless, hostile or many.
+#include "boundary/AdapterTest.h"
+
+#include <atomic>
+#include <random>
+#include <thread>
+
+namespace maravel::test {
+
+namespace {
+
+class HostTest : public AdapterTest
+{
+};
+
+TEST_F(HostTest, NullPointersAreRefusedOneByOne)
+{
+    ExpectErrors();
+    Stream(0);
+    DeliverFrames(0);
+    VideoChannelDescriptor& channel = Channel(0);
+    CommonParams params = Params(1, 0);
+    ImageAttributes attributes = {};
+    std::uint32_t status = 0;
+    std::int32_t type = 0;
+    GuardedBuffer value(4096);
+    const std::int32_t results[] = {
+        channel.SetupCommonParams(text(), 0, nullptr),
+        channel.GetImageAttributes(text(), 0, nullptr, &status),
+        channel.GetImageAttributes(text(), 0, &attributes, nullptr),
+        channel.GetImage(text(), 0, nullptr, &status),
+        channel.GetImage(text(), 0, value.Data(), nullptr),
+        channel.ExecuteCommand(text(), 0, nullptr),
+        channel.ReadValue(text(), 0, nullptr, value.Text()),
+        channel.ReadValue(text(), 0, "Width", nullptr),
+        channel.WriteValue(text(), 0, nullptr, "1"),
+        channel.WriteValue(text(), 0, "Width", nullptr),
+        channel.GetFeatureName(text(), 0, 0, nullptr),
+        channel.GetFeatureType(text(), 0, nullptr, &type),
+        channel.GetFeatureType(text(), 0, "Width", nullptr),
+        channel.GetValidEnum(text(), 0, nullptr, 0, value.Text()),
+        channel.GetValidEnum(text(), 0, "PixelFormat", 0, nullptr),
+        channel.GetFeatureAttr(text(), 0, nullptr, 1, value.Text()),
+        channel.GetFeatureAttr(text(), 0, "Width", 1, nullptr),
+        GetVideoChannel(1, nullptr),
+        // No buffer for the error text.
+        channel.SetupCommonParams(nullptr, 0, &params),
+        channel.GetImageAttributes(nullptr, 0, &attributes, &status),
+        channel.GetImage(nullptr, 0, value.Data(), &status),
+        channel.StartAcquisition(nullptr, 0),
+        channel.StopAcquisition(nullptr, 0),
+        channel.ExecuteCommand(nullptr, 0, "TriggerSoftware"),
+        channel.ReadValue(nullptr, 0, "Width", value.Text()),
+        channel.WriteValue(nullptr, 0, "Width", "8"),
+        channel.GetFeatureName(nullptr, 0, 0, value.Text()),
+        channel.GetFeatureType(nullptr, 0, "Width", &type),
+        channel.GetValidEnum(nullptr, 0, "PixelFormat", 0, value.Text()),
+        channel.GetFeatureAttr(nullptr, 0, "Width", 1, value.Text()),
+        channel.ReleaseVideoChannel(nullptr, 0),
+    };
+    int row = 0;
+    for (const std::int32_t result : results) {
+        EXPECT_EQ(result, 1) << "row " << row;
+        ++row;
+    }
+    EXPECT_EQ(TextNow(), "GetVideoChannel: ERROR. Null pointer passed for the descriptor.");
+    EXPECT_EQ(CountInLog("ReadValue: ERROR. Null pointer passed. channelID=0."), 2);
+    EXPECT_EQ(CountInLog("StartAcquisition: ERROR. No buffer for the error text."), 1);
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady));
+}
+
+TEST_F(HostTest, NamesAndValuesOfEverySizeAndContent)
+{
+    ExpectErrors();
+    Open();
+    GuardedBuffer value(256);
+    std::vector<std::string> names = {"",        "%s%n%d%x%p",         "\x01\x02\x7f", "\xff\xfe\x80",
+                                      "Width\n", std::string(255, 'a')};
+    for (const std::size_t size : {255u, 256u, 4096u, 1'000'000u}) {
+        names.emplace_back(size, 'n');
+        names.emplace_back(size, '%');
+    }
+    for (const std::string& name : names) {
+        VideoChannelDescriptor& channel = Channel(0);
+        std::int32_t type = 0;
+        EXPECT_EQ(channel.ReadValue(text(), 0, name.c_str(), value.Text()), 1);
+        EXPECT_EQ(TextNow(),
+                  ("ReadValue: ERROR. Feature '" + name + "' not found for channelID=0.").substr(0, 255));
+        EXPECT_LE(TextNow().size(), 255u);
+        EXPECT_EQ(channel.WriteValue(text(), 0, name.c_str(), name.c_str()), 1);
+        EXPECT_EQ(channel.ExecuteCommand(text(), 0, name.c_str()), 1);
+        EXPECT_EQ(channel.GetFeatureType(text(), 0, name.c_str(), &type), 1);
+        EXPECT_EQ(channel.GetFeatureAttr(text(), 0, name.c_str(), 1, value.Text()), 1);
+        EXPECT_EQ(channel.GetValidEnum(text(), 0, name.c_str(), 0, value.Text()), 1);
+        channel.WriteValue(text(), 0, "DeviceUserID", name.c_str());
+        channel.WriteValue(text(), 0, "PixelFormat", name.c_str());
+        channel.WriteValue(text(), 0, "Width", name.c_str());
+        EXPECT_LE(TextNow().size(), 255u);
+    }
+}
+
+TEST_F(HostTest, ManyThreadsCallEverythingWhileFramesArrive)
+{
+    ExpectErrors();
+    Open();
+    ASSERT_EQ(ChannelCount(), 3u);
+    const VideoChannelDescriptor channel = Channel(0);
+    constexpr int kThreads = 16;
+    constexpr int kCalls = 150;
+    std::atomic<bool> done{false};
+    std::atomic<int> images{0};
+    std::thread emitter([&] {
+        for (std::uint32_t i = 0; !done; ++i) {
+            sdk.SimEmitFrame(i % 3, nullptr);
+        }
+    });
+    std::vector<std::thread> hosts;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        hosts.emplace_back([&, thread] {
+            std::minstd_rand random(static_cast<unsigned>(thread + 1));
+            GuardedBuffer error(256, 0);
+            GuardedBuffer value(256, 0);
+            GuardedBuffer image(64 * 48 * 3);
+            for (int call = 0; call < kCalls; ++call) {
+                const std::int64_t id =
+                    static_cast<std::int64_t>(random() % 4) - (random() % 16 == 0 ? 4 : 0);
+                const CommonParams params =
+                    Params(static_cast<int>(random() % 2), static_cast<int>(random() % 2));
+                ImageAttributes attributes = {};
+                attributes.structSize = sizeof attributes;
+                std::uint32_t status = 0;
+                std::int32_t type = 0;
+                VideoChannelDescriptor descriptor = {};
+                descriptor.structSize = sizeof descriptor;
+                switch (random() % 16) {
+                case 0:
+                    channel.SetupCommonParams(error.Text(), id, &params);
+                    break;
+                case 1:
+                    channel.StopAcquisition(error.Text(), id);
+                    break;
+                case 2:
+                    channel.ReadValue(error.Text(), id, "ExposureTime", value.Text());
+                    break;
+                case 3:
+                    channel.WriteValue(error.Text(), id, "Gain", "1.5");
+                    break;
+                case 4:
+                    channel.GetFeatureName(error.Text(), id, call % 90, value.Text());
+                    break;
+                case 5:
+                    channel.GetFeatureType(error.Text(), id, "Width", &type);
+                    break;
+                case 6:
+                    channel.GetValidEnum(error.Text(), id, "PixelFormat", 0, value.Text());
+                    break;
+                case 7:
+                    channel.GetFeatureAttr(error.Text(), id, "Width", 3, value.Text());
+                    break;
+                case 8:
+                    if (random() % 8 == 0) {
+                        channel.ReleaseVideoChannel(error.Text(), id);
+                    }
+                    break;
+                case 9:
+                    if (random() % 8 == 0) {
+                        GetVideoChannelOf(error.Text(), static_cast<std::int32_t>(random() % 4), &descriptor);
+                    }
+                    break;
+                case 10:
+                case 11:
+                    channel.StartAcquisition(error.Text(), id);
+                    break;
+                case 12:
+                    channel.QueryImageStatus(error.Text(), id, &status);
+                    break;
+                case 13:
+                    channel.GetImageAttributes(error.Text(), id, &attributes, &status);
+                    break;
+                default:
+                    if (channel.GetImage(error.Text(), id, image.Data(), &status) == 0 &&
+                        status == ImageStatusReady) {
+                        ++images;
+                    }
+                    break;
+                }
+            }
+        });
+    }
+    for (std::thread& host : hosts) {
+        host.join();
+    }
+    done = true;
+    emitter.join();
+    // Whatever state that left, a host can begin anew.
+    Stream(1);
+    DeliverFrames(1);
+    EXPECT_EQ(Status(1), static_cast<std::uint32_t>(ImageStatusReady));
+    ExpectViolations(); // stops without starts
+}
+
+TEST_F(HostTest, CallbacksFromManyThreadsOfTheSdk)
+{
+    ExpectErrors();
+    Stream(0);
+    ASSERT_EQ(Setup(1), 0);
+    ASSERT_EQ(Start(1), 0);
+    std::vector<std::thread> emitters;
+    std::atomic<int> emitted{0};
+    for (int thread = 0; thread < 8; ++thread) {
+        emitters.emplace_back([&, thread] {
+            for (int i = 0; i < 200; ++i) {
+                SimFrameRequest request = {};
+                request.fields = SimFrameHasStatus;
+                request.receiveStatus = i % 5 == 0 ? 1 : 0;
+                if (sdk.SimEmitFrame(static_cast<std::uint32_t>(thread % 2), &request) == 0 &&
+                    request.receiveStatus == 0) {
+                    ++emitted;
+                }
+            }
+        });
+    }
+    int fetched = 0;
+    std::vector<unsigned char> image(64 * 48 * 3);
+    const auto fetchAll = [&] {
+        for (const std::int64_t id : {0, 1}) {
+            std::uint32_t status = 0;
+            Channel(0).GetImage(text(), id, image.data(), &status);
+            fetched += status == ImageStatusReady ? 1 : 0;
+        }
+    };
+    for (int i = 0; i < 400; ++i) {
+        fetchAll();
+    }
+    for (std::thread& emitter : emitters) {
+        emitter.join();
+    }
+    for (int i = 0; i < 16; ++i) {
+        fetchAll();
+    }
+    EXPECT_EQ(fetched, emitted) << "a frame was lost";
+    EXPECT_EQ(sdk.State().queuedFrames, 32u);
+}
+
+} // namespace
+
+} // namespace maravel::test

@@ -1,0 +1,183 @@
+// The contract that the adapter relies on, for the originals under Windows and the stand-ins elsewhere.
+#include "platform/Win32.h"
+#include "support/TestPlatform.h"
+
+#include <cstring>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace maravel::test {
+
+namespace {
+
+constexpr LSTATUS kOk = static_cast<LSTATUS>(ERROR_SUCCESS);
+
+TEST(Win32Registry, OpensQueriesAndEnumerates)
+{
+    PrivateMachine machine;
+    machine.SetRegistry({
+        RegistryNumber("SOFTWARE\\Test", "Number", 0x12345678),
+        RegistryText("SOFTWARE\\Test", "Text", "a \"b\" c\\d"),
+        RegistryText("SOFTWARE\\Test\\Sub Key", "Text", ""),
+        RegistryKeyOnly("SOFTWARE\\Test\\Other"),
+    });
+    HKEY key = nullptr;
+    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Missing", 0, KEY_READ, &key),
+              static_cast<LSTATUS>(ERROR_FILE_NOT_FOUND));
+    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "software\\TEST", 0, KEY_READ, &key), kOk)
+        << "names do not depend on case";
+
+    DWORD number = 0;
+    DWORD size = sizeof number;
+    DWORD type = 0;
+    EXPECT_EQ(RegQueryValueExA(key, "NUMBER", nullptr, &type, reinterpret_cast<BYTE*>(&number), &size), kOk);
+    EXPECT_EQ(number, 0x12345678u);
+    EXPECT_EQ(type, static_cast<DWORD>(REG_DWORD));
+    EXPECT_EQ(RegQueryValueExA(key, "Missing", nullptr, nullptr, nullptr, &size),
+              static_cast<LSTATUS>(ERROR_FILE_NOT_FOUND));
+    size = 2;
+    EXPECT_EQ(RegQueryValueExA(key, "Number", nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size),
+              static_cast<LSTATUS>(ERROR_MORE_DATA));
+    EXPECT_EQ(size, 4u);
+
+    bool sawSubKey = false;
+    char name[64];
+    DWORD index = 0;
+    for (;; ++index) {
+        DWORD nameSize = sizeof name;
+        const LSTATUS status = RegEnumKeyExA(key, index, name, &nameSize, nullptr, nullptr, nullptr, nullptr);
+        if (status != kOk) {
+            EXPECT_EQ(status, static_cast<LSTATUS>(ERROR_NO_MORE_ITEMS));
+            break;
+        }
+        EXPECT_EQ(nameSize, std::strlen(name));
+        sawSubKey |= std::string(name) == "Sub Key";
+    }
+    EXPECT_EQ(index, 2u);
+    EXPECT_TRUE(sawSubKey);
+    DWORD tooSmall = 3;
+    EXPECT_EQ(RegEnumKeyExA(key, 0, name, &tooSmall, nullptr, nullptr, nullptr, nullptr),
+              static_cast<LSTATUS>(ERROR_MORE_DATA));
+
+    bool sawText = false;
+    for (index = 0;; ++index) {
+        DWORD nameSize = sizeof name;
+        char data[64];
+        size = sizeof data;
+        if (RegEnumValueA(key, index, name, &nameSize, nullptr, &type, reinterpret_cast<BYTE*>(data),
+                          &size) != kOk) {
+            break;
+        }
+        if (type == REG_SZ) {
+            EXPECT_STREQ(name, "Text");
+            EXPECT_STREQ(data, "a \"b\" c\\d");
+            EXPECT_EQ(size, std::strlen(data) + 1);
+            sawText = true;
+        }
+    }
+    EXPECT_EQ(index, 2u);
+    EXPECT_TRUE(sawText);
+    HKEY subKey = nullptr;
+    EXPECT_EQ(RegOpenKeyExA(key, "Sub Key", 0, KEY_READ, &subKey), kOk);
+    EXPECT_EQ(RegCloseKey(subKey), kOk);
+    EXPECT_EQ(RegCloseKey(key), kOk);
+}
+
+TEST(Win32Files, FoldersAndTheirAttributes)
+{
+    PrivateMachine machine;
+    char documents[MAX_PATH] = "";
+    ASSERT_EQ(SHGetFolderPathA(nullptr, CSIDL_COMMON_DOCUMENTS, nullptr, 0, documents), 0);
+    std::filesystem::create_directories(documents);
+    const std::string folder = std::string(documents) + PathSeparator + "made by a test";
+    std::filesystem::remove_all(folder);
+    EXPECT_EQ(GetFileAttributesA(folder.c_str()), static_cast<DWORD>(INVALID_FILE_ATTRIBUTES));
+    EXPECT_NE(CreateDirectoryA(folder.c_str(), nullptr), FALSE);
+    EXPECT_EQ(CreateDirectoryA(folder.c_str(), nullptr), FALSE);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ALREADY_EXISTS));
+    EXPECT_NE(GetFileAttributesA(folder.c_str()) & FILE_ATTRIBUTE_DIRECTORY, 0u);
+    EXPECT_EQ(CreateDirectoryA((folder + PathSeparator + "a" + PathSeparator + "b").c_str(), nullptr), FALSE);
+
+    std::FILE* file = _fsopen((folder + PathSeparator + "file").c_str(), "w+", _SH_DENYNO);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(_write(_fileno(file), "line\n", 5), 5);
+    EXPECT_EQ(std::filesystem::file_size(folder + PathSeparator + "file"),
+              std::filesystem::path::preferred_separator == '/' ? 5u : 6u);
+    std::fclose(file);
+    EXPECT_EQ(GetFileAttributesA((folder + PathSeparator + "file").c_str()) & FILE_ATTRIBUTE_DIRECTORY, 0u);
+    std::filesystem::remove_all(folder);
+}
+
+TEST(Win32Text, WideAndNarrow)
+{
+    SetEnvironment("MARAVEL_TEST_VARIABLE", "a folder");
+    wchar_t wide[16] = L"";
+    EXPECT_EQ(GetEnvironmentVariableW(L"MARAVEL_TEST_VARIABLE", wide, 4), 9u) << "the size that is needed";
+    EXPECT_EQ(GetEnvironmentVariableW(L"MARAVEL_TEST_VARIABLE", wide, 16), 8u);
+    EXPECT_STREQ(wide, L"a folder");
+    SetEnvironment("MARAVEL_TEST_VARIABLE", "");
+    EXPECT_EQ(GetEnvironmentVariableW(L"MARAVEL_TEST_VARIABLE", wide, 16), 0u);
+    char narrow[16] = "";
+    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, L"gr\u00FCn", 4, nullptr, 0, nullptr, nullptr), 5);
+    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, L"gr\u00FCn", 4, narrow, sizeof narrow, nullptr, nullptr), 5);
+    EXPECT_STREQ(narrow, "gr\xC3\xBCn");
+}
+
+TEST(Win32Numbers, ParseLikeTheAdapterNeedsThem)
+{
+    EXPECT_EQ(_strtoui64("18446744073709551615", nullptr, 10), 0xFFFFFFFFFFFFFFFFu);
+    EXPECT_EQ(_strtoui64("-1", nullptr, 10), 0xFFFFFFFFFFFFFFFFu);
+    EXPECT_EQ(_strtoui64(" 12x", nullptr, 10), 12u);
+    EXPECT_EQ(_strtoui64("99999999999999999999999", nullptr, 10), 0xFFFFFFFFFFFFFFFFu);
+    EXPECT_EQ(_strtoui64("", nullptr, 10), 0u);
+    const _locale_t locale = _create_locale(LC_ALL, "C");
+    EXPECT_DOUBLE_EQ(_atof_l(" -12.5e1x", locale), -125.0);
+    EXPECT_DOUBLE_EQ(_atof_l("x", locale), 0.0);
+    _free_locale(locale);
+}
+
+TEST(Win32Process, TellsItsOwnImageAndTime)
+{
+    char path[MAX_PATH] = "";
+    DWORD size = MAX_PATH;
+    ASSERT_NE(QueryFullProcessImageNameA(GetCurrentProcess(), 0, path, &size), FALSE);
+    EXPECT_EQ(size, std::strlen(path));
+    EXPECT_NE(std::string(path).find("platform_tests"), std::string::npos) << path;
+    size = 4;
+    EXPECT_EQ(QueryFullProcessImageNameA(GetCurrentProcess(), 0, path, &size), FALSE);
+
+    HANDLE token = nullptr;
+    ASSERT_NE(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token), FALSE);
+    TOKEN_ELEVATION elevation = {};
+    DWORD needed = 0;
+    EXPECT_NE(GetTokenInformation(token, TokenElevation, &elevation, sizeof elevation, &needed), FALSE);
+    EXPECT_EQ(needed, sizeof elevation);
+    EXPECT_NE(CloseHandle(token), FALSE);
+
+    SYSTEMTIME now = {};
+    GetLocalTime(&now);
+    EXPECT_GE(now.wYear, 2026);
+    EXPECT_LT(now.wHour, 24);
+    EXPECT_LT(now.wMinute, 60);
+    EXPECT_LT(now.wMilliseconds, 1000);
+}
+
+TEST(Win32Libraries, LoadResolveFree)
+{
+    EXPECT_EQ(LoadLibraryA("no-such-library.dll"), nullptr);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
+    const std::string adapter = ExecutableFolder() + PathSeparator + MARAVEL_ADAPTER_FILE;
+    const HMODULE library = LoadLibraryExA(
+        adapter.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+    ASSERT_NE(library, nullptr);
+    EXPECT_NE(GetProcAddress(library, "GetVideoChannel"), nullptr);
+    EXPECT_EQ(GetProcAddress(library, "StartAcquisition"), nullptr);
+    EXPECT_TRUE(IsModuleLoaded(MARAVEL_ADAPTER_FILE));
+    EXPECT_NE(FreeLibrary(library), FALSE);
+    EXPECT_FALSE(IsModuleLoaded(MARAVEL_ADAPTER_FILE));
+}
+
+} // namespace
+
+} // namespace maravel::test

@@ -1,0 +1,130 @@
+#include "diag/Log.h"
+#include "support/TestPlatform.h"
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <regex>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+namespace maravel {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class LogTest : public testing::Test
+{
+protected:
+    ~LogTest() override { CloseLog(); }
+
+    std::string Text()
+    {
+        std::ifstream file(machine.LogFile(), std::ios::binary);
+        std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        std::erase(text, '\r');
+        return text;
+    }
+
+    test::PrivateMachine machine;
+};
+
+TEST_F(LogTest, LinesAreOnDiskWhenTheCallReturns)
+{
+    WriteLog(1, "lost: no log is open\n");
+    InitLog();
+    WriteLog(248, "%s: 50%% of '%s'\n", "WriteValue", "100%s");
+    EXPECT_TRUE(std::regex_match(
+        Text(), std::regex(R"(\[\d\d:\d\d:\d\d:\d\d\d L00248\] WriteValue: 50% of '100%s'\n)")))
+        << Text();
+    WriteLog(4'000'000'000u, "open end");
+    WriteLog(7, "%s\n", std::string(5000, 'm').c_str());
+    EXPECT_TRUE(std::regex_search(Text(), std::regex(R"(L4000000000\] open end\[)")));
+    EXPECT_EQ(Text().substr(Text().rfind("] ") + 2), std::string(1023, 'm'));
+    CloseLog();
+    const std::string before = Text();
+    WriteLog(1, "lost: the log is closed\n");
+    CloseLog();
+    EXPECT_EQ(Text(), before);
+    InitLog();
+    EXPECT_EQ(Text(), "");
+}
+
+TEST_F(LogTest, LinesOfManyThreadsNeverMix)
+{
+    InitLog();
+    std::vector<std::thread> threads;
+    constexpr int kThreads = 8;
+    constexpr int kLines = 400;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t] {
+            const std::string text(static_cast<std::size_t>(20 + 100 * t), static_cast<char>('a' + t));
+            for (int i = 0; i < kLines; ++i) {
+                WriteLog(static_cast<unsigned>(t), "%s\n", text.c_str());
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    static const std::regex whole(R"(\[[^\]]+ L0000(\d)\] (\w+))");
+    std::istringstream lines(Text());
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(line, match, whole)) << line;
+        const int t = match[1].str()[0] - '0';
+        EXPECT_EQ(match[2].str(),
+                  std::string(static_cast<std::size_t>(20 + 100 * t), static_cast<char>('a' + t)));
+    }
+    EXPECT_EQ(count, kThreads * kLines);
+}
+
+TEST_F(LogTest, ALineIsWholeOrAbsentWhenTheLogClosesUnderIt)
+{
+    for (int round = 0; round < 20; ++round) {
+        InitLog();
+        std::atomic<bool> done{false};
+        std::thread writer([&] {
+            while (!done) {
+                WriteLog(1, "%s\n", "abcdefghijklmnopqrstuvwxyz");
+            }
+        });
+        while (Text().empty()) {
+        }
+        CloseLog();
+        const std::string text = Text();
+        EXPECT_TRUE(text.ends_with("abcdefghijklmnopqrstuvwxyz\n"));
+        done = true;
+        writer.join();
+        EXPECT_EQ(Text(), text) << "written after the log was closed";
+    }
+}
+
+TEST_F(LogTest, AFolderThatCannotBeMadeLeavesLoggingOff)
+{
+    const fs::path folder = machine.LogFolder();
+    fs::create_directories(folder.parent_path().parent_path());
+    std::ofstream(folder.parent_path()) << "a file stands where the folder should be";
+    InitLog();
+    WriteLog(1, "nowhere\n");
+    EXPECT_FALSE(fs::exists(folder));
+    CloseLog();
+    fs::remove(folder.parent_path());
+    fs::create_directories(folder / "MaravelAdapterZorvik.log"); // a folder stands where the file should be
+    InitLog();
+    WriteLog(1, "nowhere\n");
+    CloseLog();
+    fs::remove_all(folder);
+    InitLog();
+    WriteLog(1, "here\n");
+    EXPECT_NE(Text(), "");
+}
+
+} // namespace
+
+} // namespace maravel
