@@ -3,6 +3,7 @@
 #include "acquisition/FrameReception.h"
 #include "adapter/AdapterState.h"
 
+#include <cstring>
 #include <stdexcept>
 
 // The adapter's one export; hosts look it up by name, so no header declares it.
@@ -20,8 +21,16 @@ ZvkError_t QueueNothing(ZvkHandle_t, const ZvkFrame_t*, ZvkFrameCallback)
     return ZvkErrorSuccess;
 }
 
-ZvkError_t ConvertNothing(const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t)
+ZvkError_t DescribeNothing(ZvkPixelFormat_t, std::uint32_t, std::uint32_t, ZvkImage*)
 {
+    return ZvkErrorSuccess;
+}
+
+// Writes its result, as every conversion does, and asks the system for nothing.
+ZvkError_t ConvertToGrey(const ZvkImage*, ZvkImage* destination, const ZvkTransformInfo*, std::uint32_t)
+{
+    const ZvkImageInfo& info = destination->imageInfo;
+    std::memset(destination->data, 0x80, std::size_t{3} * info.width * info.height);
     return ZvkErrorSuccess;
 }
 
@@ -73,7 +82,8 @@ void InProcessAdapter::SilenceSdk()
 {
     const MutexLock lock(g_adapterMutex);
     g_apiAccess->ZvkCaptureFrameQueue = &QueueNothing;
-    g_imageTransformAccess->ZvkImageTransform = &ConvertNothing;
+    g_imageTransformAccess->ZvkSetImageInfoFromPixelFormat = &DescribeNothing;
+    g_imageTransformAccess->ZvkImageTransform = &ConvertToGrey;
 }
 
 std::size_t InProcessAdapter::FrameCount() const

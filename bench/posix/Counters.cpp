@@ -1,6 +1,9 @@
 #include "bench/posix/Counters.h"
 
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -24,13 +27,28 @@ bool Proceed(pid_t child, int* status)
     return !WIFEXITED(*status) && !WIFSIGNALED(*status);
 }
 
-SystemCalls Follow(pid_t child)
+// What the child reports of itself, over a pipe.
+struct OwnCounts
+{
+    std::uint64_t allocations = 0;
+    std::uint64_t pageFaults = 0;
+};
+
+thread_local std::uint64_t allocations = 0;
+
+OwnCounts CountsSoFar()
+{
+    rusage usage = {};
+    getrusage(RUSAGE_THREAD, &usage);
+    return {allocations, static_cast<std::uint64_t>(usage.ru_minflt + usage.ru_majflt)};
+}
+
+void Follow(pid_t child, Counts& counts)
 {
     int status = 0;
     waitpid(child, &status, 0);
     if (!WIFSTOPPED(status) || ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD) != 0)
         throw std::runtime_error("cannot trace a child process");
-    SystemCalls calls;
     int markers = 0;
     while (Proceed(child, &status)) {
         __ptrace_syscall_info info = {};
@@ -42,14 +60,28 @@ SystemCalls Follow(pid_t child)
         if (number == kMarker)
             ++markers;
         else if (markers == 1)
-            ++(number == SYS_write ? calls.writes : calls.others);
+            ++(number == SYS_write ? counts.writes : counts.otherSystemCalls);
     }
     if (markers != 2 || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
         throw std::runtime_error("the traced process failed");
-    return calls;
 }
 
-thread_local std::uint64_t allocations = 0;
+// The child's part.
+int Run(int resultPipe, const std::function<void()>& prepare, const std::function<void()>& counted)
+{
+    ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    raise(SIGSTOP);
+    prepare();
+    OwnCounts before = CountsSoFar();
+    before = CountsSoFar(); // the first call itself may fault
+    syscall(kMarker);
+    counted();
+    syscall(kMarker);
+    const OwnCounts after = CountsSoFar();
+    const OwnCounts difference = {after.allocations - before.allocations,
+                                  after.pageFaults - before.pageFaults};
+    return write(resultPipe, &difference, sizeof difference) == sizeof difference ? 0 : 1;
+}
 
 } // namespace
 
@@ -63,39 +95,36 @@ std::uint64_t WriteCalls()
     throw std::runtime_error("/proc/self/io does not tell the write calls");
 }
 
-std::uint64_t PageFaults()
+Counts CountInChild(const std::function<void()>& prepare, const std::function<void()>& counted)
 {
-    rusage usage = {};
-    getrusage(RUSAGE_THREAD, &usage);
-    return static_cast<std::uint64_t>(usage.ru_minflt + usage.ru_majflt);
-}
-
-std::uint64_t Allocations()
-{
-    return allocations;
-}
-
-SystemCalls CountSystemCalls(const std::function<void()>& prepare, const std::function<void()>& counted)
-{
+    int pipeEnds[2];
+    if (pipe(pipeEnds) != 0)
+        throw std::runtime_error("cannot make a pipe");
     const pid_t child = fork();
     if (child < 0)
         throw std::runtime_error("cannot start a child process");
-    if (child != 0)
-        return Follow(child);
+    if (child == 0) {
+        int result = 1;
+        try {
+            result = Run(pipeEnds[1], prepare, counted);
+        }
+        catch (const std::exception& error) {
+            std::fprintf(stderr, "%s\n", error.what());
+        }
+        _exit(result);
+    }
 
-    int result = 1;
-    try {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
-        prepare();
-        syscall(kMarker);
-        counted();
-        syscall(kMarker);
-        result = 0;
-    }
-    catch (...) {
-    }
-    _exit(result);
+    Counts counts;
+    Follow(child, counts);
+    OwnCounts own;
+    const bool complete = read(pipeEnds[0], &own, sizeof own) == sizeof own;
+    close(pipeEnds[0]);
+    close(pipeEnds[1]);
+    if (!complete)
+        throw std::runtime_error("the traced process told nothing");
+    counts.allocations = own.allocations;
+    counts.pageFaults = own.pageFaults;
+    return counts;
 }
 
 } // namespace maravel::bench
