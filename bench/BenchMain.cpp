@@ -1,3 +1,4 @@
+#include "bench/EndToEndBench.h"
 #include "bench/GoogleStopwatch.h"
 #include "bench/KernelBench.h"
 #include "bench/PathBench.h"
@@ -18,14 +19,17 @@ int Run(int argc, char** argv)
     CLI::App app("Measures the adapter and prints each goal with pass or fail.");
     const std::filesystem::path programFolder = std::filesystem::canonical("/proc/self/exe").parent_path();
     std::string sdk = (programFolder.parent_path() / "sdk").string();
+    std::string adapter = (programFolder / "MaravelAdapterZorvik.so").string();
     std::string output;
     std::size_t rounds = 31;
     std::vector<std::string> topics;
     app.add_option("--rounds", rounds, "Interleaved rounds per comparison")->check(CLI::Range(1, 1001));
     app.add_option("--sdk", sdk, "Built SDK folder")->check(CLI::ExistingDirectory);
+    app.add_option("--adapter", adapter, "Built adapter")->check(CLI::ExistingFile);
     app.add_option("--output", output, "Folder for results.md and the plots' data")
         ->check(CLI::ExistingDirectory);
-    app.add_option("--only", topics, "What to measure: counts, log, lookup, kernels (default: everything)");
+    app.add_option("--only", topics,
+                   "What to measure: counts, log, lookup, kernels, endtoend (default: everything)");
     CLI11_PARSE(app, argc, argv);
     const auto wanted = [&](const char* topic) {
         return topics.empty() || std::find(topics.begin(), topics.end(), topic) != topics.end();
@@ -49,6 +53,9 @@ int Run(int argc, char** argv)
         settings.peers = SplitPeers();
         MeasureKernels(settings, report);
     }
+
+    if (wanted("endtoend"))
+        MeasureEndToEnd({rounds, sdk, adapter}, report);
 
     if (!output.empty()) {
         const std::string path = output + "/results.md";
