@@ -12,6 +12,11 @@ else()
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual>)
 endif()
 
+# GCC 12 sees overlapping copies in std::string where there are none (GCC bug 105651).
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  target_compile_options(maravel_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+endif()
+
 if(WIN32 AND NOT MSVC)
   # Nothing but system DLLs beside our files; the hardening flags are the linker's to set.
   target_link_options(maravel_options INTERFACE

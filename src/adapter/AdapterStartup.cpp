@@ -5,10 +5,9 @@
 #include "config/TriggerModel.h"
 #include "diag/EnvironmentProbes.h"
 #include "diag/Log.h"
+#include "platform/Win32.h"
 #include "sdk/ResultNames.h"
 #include "sdk/SdkFolder.h"
-
-#include <cstdlib>
 
 namespace maravel {
 

@@ -121,6 +121,11 @@ std::FILE* _fsopen(const char* path, const char* mode, int share);
 int _fileno(std::FILE* stream);
 int _write(int file, const void* data, unsigned int size);
 
+// The exit list of the module that calls it: run when that module is unloaded, and at the latest when the
+// process ends. Linked into each module, so that it knows which one that is.
+using _onexit_t = int (*)();
+_onexit_t _onexit(_onexit_t routine);
+
 // Environment and text. Wide text is UTF-32 here, and the narrow code page is UTF-8; a byte of the
 // environment that is not UTF-8 comes back from the narrow conversion as it was.
 inline constexpr UINT CP_ACP = 0;

@@ -1,11 +1,19 @@
 #include "platform/posix/LastError.h"
 
+#include <bit>
 #include <cerrno>
 #include <ctime>
 #include <unistd.h>
 
 using maravel::posix::SetLastError;
 using maravel::posix::SetLastErrorFromErrno;
+
+// The two names behind every module's exit list (Itanium C++ ABI, 3.3.6). atexit leads to the same list, but
+// a thread sanitizer takes it for the process's own.
+extern "C" {
+extern void* __dso_handle;
+int __cxa_atexit(void (*routine)(void*), void* argument, void* module);
+}
 
 namespace {
 
@@ -37,6 +45,12 @@ void Sleep(DWORD milliseconds)
                      static_cast<long>(milliseconds % 1000) * 1000000};
     while (nanosleep(&left, &left) != 0 && errno == EINTR) {
     }
+}
+
+_onexit_t _onexit(_onexit_t routine)
+{
+    const auto run = [](void* argument) { std::bit_cast<_onexit_t>(argument)(); };
+    return __cxa_atexit(run, std::bit_cast<void*>(routine), &__dso_handle) == 0 ? routine : nullptr;
 }
 
 HANDLE GetCurrentProcess()
