@@ -144,8 +144,8 @@ TEST_F(StartupTest, InstalledAdaptersAreListed)
         RegistryText("SOFTWARE\\maravel\\PLK\\Other", "Path", "C:\\Other 50%s"),
         RegistryBinary("SOFTWARE\\maravel\\PLK\\Other", "Blob", {1, 2, 3}),
         {"SOFTWARE\\maravel\\PLK\\Other", "Unterminated", 1, {'a', 'b', 'c'}},
-        {"SOFTWARE\\maravel\\PLK\\Other", "Full", 1, fullText},
         RegistryNumber("SOFTWARE\\maravel\\PLK\\Other", "Version", 0xFFFFFFFF),
+        {"SOFTWARE\\maravel\\PLK\\Full", "Text", 1, fullText},
     });
     Open();
     EXPECT_EQ(CountInLog("listAdapters: AdapterZorvik"), 1);
@@ -153,6 +153,9 @@ TEST_F(StartupTest, InstalledAdaptersAreListed)
     EXPECT_EQ(CountInLog("listAdapters: Other"), 1);
     EXPECT_EQ(CountInLog("listAdapters:  Path=C:\\Other 50%s"), 1);
     EXPECT_EQ(CountInLog("listAdapters:  Unterminated=abc"), 1);
+    EXPECT_EQ(CountInLog("listAdapters:  Version=4294967295"), 1);
+    EXPECT_LE(CountInLog("listAdapters:  Text=" + std::string(995, 'x')),
+              1); // a message ends there, if it is listed
     EXPECT_EQ(LogText().find("Blob"), std::string::npos);
 }
 

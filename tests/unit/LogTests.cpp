@@ -108,6 +108,7 @@ TEST_F(LogTest, ALineIsWholeOrAbsentWhenTheLogClosesUnderIt)
 TEST_F(LogTest, AFolderThatCannotBeMadeLeavesLoggingOff)
 {
     const fs::path folder = machine.LogFolder();
+    fs::remove_all(folder.parent_path());
     fs::create_directories(folder.parent_path().parent_path());
     std::ofstream(folder.parent_path()) << "a file stands where the folder should be";
     InitLog();

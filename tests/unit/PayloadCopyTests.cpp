@@ -1,5 +1,6 @@
 #include "acquisition/InstructionSet.h"
 #include "acquisition/PayloadCopy.h"
+#include "acquisition/StoreChoice.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,7 @@ namespace {
 
 constexpr std::uint8_t kGuard = 0xA5;
 constexpr std::size_t kGuardSize = 256;
-constexpr std::size_t kFrame = std::size_t{13} << 20; // large enough for the copy past the caches
+constexpr std::size_t kFrame = std::size_t{1} << 20; // large enough for the copy past the caches
 
 class PayloadCopyTest : public testing::TestWithParam<InstructionSet>
 {
@@ -51,17 +52,47 @@ TEST_P(PayloadCopyTest, CopiesExactlyTheBytesAtAnySizeAndAlignment)
         const auto begin = target.begin() + static_cast<std::ptrdiff_t>(kGuardSize + row.targetOffset);
         const auto end = begin + static_cast<std::ptrdiff_t>(row.byteCount);
 
-        CopyPayload(&*begin, source.data() + row.sourceOffset, row.byteCount);
-
-        const auto isGuard = [](std::uint8_t byte) { return byte == kGuard; };
-        EXPECT_TRUE(std::equal(begin, end, source.begin() + static_cast<std::ptrdiff_t>(row.sourceOffset)));
-        EXPECT_TRUE(std::all_of(target.begin(), begin, isGuard)) << "wrote before the destination";
-        EXPECT_TRUE(std::all_of(end, target.end(), isGuard)) << "wrote behind the destination";
+        for (const char* stores : {"first time, streaming", "again, cached"}) {
+            SCOPED_TRACE(stores);
+            std::fill(begin, end, kGuard);
+            CopyPayload(target.data() + kGuardSize + row.targetOffset, source.data() + row.sourceOffset,
+                        row.byteCount);
+            const auto isGuard = [](std::uint8_t byte) { return byte == kGuard; };
+            EXPECT_TRUE(
+                std::equal(begin, end, source.begin() + static_cast<std::ptrdiff_t>(row.sourceOffset)));
+            EXPECT_TRUE(std::all_of(target.begin(), begin, isGuard)) << "wrote before the destination";
+            EXPECT_TRUE(std::all_of(end, target.end(), isGuard)) << "wrote behind the destination";
+        }
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(InstructionSets, PayloadCopyTest, testing::ValuesIn(kInstructionSets),
                          [](const auto& row) { return std::string(InstructionSetName(row.param)); });
+
+TEST(StoreChoiceTest, AnImageGoesPastTheCachesUnlessItsTargetIsStillInThem)
+{
+    constexpr std::size_t kMegabyte = std::size_t{1} << 20;
+    static const std::uint8_t targets[3] = {};
+    struct
+    {
+        const char* what;
+        int target;
+        std::size_t byteCount;
+        StoreKind expected;
+    } const steps[] = {
+        {"a new target", 0, 6 * kMegabyte, StoreKind::Streaming},
+        {"the same again", 0, 6 * kMegabyte, StoreKind::Cached},
+        {"another one", 1, 6 * kMegabyte, StoreKind::Streaming},
+        {"the first, 12 MB after", 0, 6 * kMegabyte, StoreKind::Cached},
+        {"a third", 2, 11 * kMegabyte, StoreKind::Streaming},
+        {"the first, 17 MB after", 0, 6 * kMegabyte, StoreKind::Streaming},
+        {"a target larger than the caches", 1, 17 * kMegabyte, StoreKind::Streaming},
+        {"the same again", 1, 17 * kMegabyte, StoreKind::Streaming},
+        {"a small image", 2, kMegabyte / 8, StoreKind::Cached},
+    };
+    for (const auto& step : steps)
+        EXPECT_EQ(ChooseStores(&targets[step.target], step.byteCount), step.expected) << step.what;
+}
 
 } // namespace
 } // namespace maravel

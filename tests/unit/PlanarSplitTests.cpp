@@ -119,12 +119,14 @@ TEST_P(PlanarSplitTest, TheAdapterSplitsWithTheForcedKernel)
 {
     const InstructionSet before = CurrentInstructionSet();
     ASSERT_TRUE(ForceInstructionSet(GetParam().set));
-    // On both sides of the size from which the stores stream.
     for (const std::size_t pixelCount : {std::size_t{640 * 480}, std::size_t{2592 * 1944 + 1}}) {
         const std::vector<std::uint8_t> rgb = MakeRgb(pixelCount, 0);
         Target target(pixelCount, 0);
-        SplitRgb8IntoPlanes(rgb.data(), pixelCount, target.planes());
-        EXPECT_EQ(target.Fault(), "") << pixelCount << " pixels";
+        for (const char* stores : {"first time, streaming", "again, cached"}) {
+            SplitRgb8IntoPlanes(rgb.data(), pixelCount, target.planes());
+            EXPECT_EQ(target.Fault(), "") << pixelCount << " pixels, " << stores;
+            std::fill_n(target.planes(), 3 * pixelCount, kGuard);
+        }
     }
     ForceInstructionSet(before);
 }
