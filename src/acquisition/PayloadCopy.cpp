@@ -2,24 +2,17 @@
 
 #include "acquisition/InstructionSet.h"
 #include "acquisition/PayloadCopyKernels.h"
+#include "acquisition/StoreChoice.h"
 
 #include <cstdint>
 #include <cstring>
 #include <emmintrin.h>
 
 namespace maravel {
-namespace {
-
-// Below it a host that has one buffer, or reads the image at once, is better served by the C library's copy,
-// which leaves the image in the caches.
-constexpr std::size_t kStreamingBytes = std::size_t{12} << 20;
-
-} // namespace
-
 void CopyPayload(void* destination, const void* source, std::size_t byteCount) noexcept
 {
     const InstructionSet set = CurrentInstructionSet();
-    if (byteCount < kStreamingBytes || set == InstructionSet::Plain) {
+    if (ChooseStores(destination, byteCount) == StoreKind::Cached || set == InstructionSet::Plain) {
         if (byteCount != 0)
             std::memcpy(destination, source, byteCount);
         return;

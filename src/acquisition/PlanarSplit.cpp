@@ -2,13 +2,10 @@
 
 #include "acquisition/InstructionSet.h"
 #include "acquisition/PlanarSplitKernels.h"
+#include "acquisition/StoreChoice.h"
 
 namespace maravel {
 namespace {
-
-// From this size of the three planes on, streaming stores: measured, they lose by a third where the host
-// reads one small buffer again and again, and win by a third where its buffers rotate, which large ones do.
-constexpr std::size_t kStreamingBytes = std::size_t{4} << 20;
 
 SplitKernel* KernelFor(InstructionSet set) noexcept
 {
@@ -30,8 +27,7 @@ SplitKernel* KernelFor(InstructionSet set) noexcept
 void SplitRgb8IntoPlanes(const std::uint8_t* rgb, std::size_t pixelCount, std::uint8_t* planes) noexcept
 {
     const SplitTarget target{planes, planes + pixelCount, planes + 2 * pixelCount};
-    const StoreKind stores = 3 * pixelCount < kStreamingBytes ? StoreKind::Cached : StoreKind::Streaming;
-    KernelFor(CurrentInstructionSet())(rgb, pixelCount, target, stores);
+    KernelFor(CurrentInstructionSet())(rgb, pixelCount, target, ChooseStores(planes, 3 * pixelCount));
 }
 
 } // namespace maravel

@@ -7,16 +7,12 @@
 // in the three vectors: two blends collect all of a colour in one vector, and one shuffle puts them in order.
 #pragma once
 
+#include "acquisition/StoreChoice.h"
+
 #include <cstddef>
 #include <cstdint>
 
 namespace maravel {
-
-enum class StoreKind
-{
-    Cached,   // ordinary stores: the target fits the caches and is likely read from there
-    Streaming // past the caches: saves reading the target's lines before they are overwritten
-};
 
 struct SplitTarget
 {

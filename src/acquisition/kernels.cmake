@@ -9,7 +9,8 @@ set(MARAVEL_KERNEL_SOURCES
   acquisition/PlanarSplitAvx2.cpp
   acquisition/PlanarSplitAvx512Vbmi.cpp
   acquisition/PlanarSplitPlain.cpp
-  acquisition/PlanarSplitSsse3.cpp)
+  acquisition/PlanarSplitSsse3.cpp
+  acquisition/StoreChoice.cpp)
 
 function(maravel_kernel_options source)
   set_source_files_properties(${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../${source} PROPERTIES COMPILE_OPTIONS "${ARGN}")

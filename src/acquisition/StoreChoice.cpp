@@ -1,0 +1,43 @@
+#include "acquisition/StoreChoice.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace maravel {
+namespace {
+
+// Less than that fits a processor's own cache beside everything else.
+constexpr std::size_t kLeastStreamed = std::size_t{256} << 10;
+
+// When more than that was written since, a target is not expected in the caches any more.
+constexpr std::uint64_t kStillCached = std::uint64_t{16} << 20;
+
+struct Target
+{
+    std::atomic<const void*> address;
+    std::atomic<std::uint64_t> writtenBefore; // bytes of all images up to its last one
+};
+
+// Threads may overwrite each other's entries: at worst an image is written the slower way.
+Target recentTargets[16];
+std::atomic<std::uint64_t> written;
+
+Target& EntryFor(const void* address) noexcept
+{
+    const std::uint64_t spread = reinterpret_cast<std::uintptr_t>(address) * 0x9E3779B97F4A7C15;
+    return recentTargets[spread >> 60];
+}
+
+} // namespace
+
+StoreKind ChooseStores(const void* target, std::size_t byteCount) noexcept
+{
+    const std::uint64_t now = written.fetch_add(byteCount, std::memory_order_relaxed) + byteCount;
+    Target& entry = EntryFor(target);
+    const bool known = entry.address.exchange(target, std::memory_order_relaxed) == target;
+    const std::uint64_t before = entry.writtenBefore.exchange(now, std::memory_order_relaxed);
+    const bool isStillCached = known && now - before <= kStillCached;
+    return byteCount < kLeastStreamed || isStillCached ? StoreKind::Cached : StoreKind::Streaming;
+}
+
+} // namespace maravel
