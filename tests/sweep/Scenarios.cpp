@@ -1,0 +1,240 @@
+#include "sweep/Scenarios.h"
+
+#include <array>
+
+namespace maravel::sweep {
+
+const char* const kSweepCameras = R"(
+[[camera]]
+id = "W0"
+model = "Mono"
+serial = "S-0"
+interface = "GigE"
+transport_vendor = "The Halvane Layer"
+width = 32
+height = 16
+pixel_formats = ["Mono8", "Mono10", "Mono12", "Mono12Packed", "Mono14", "Mono16"]
+frame_rate = 100.0
+exposure_us = 1000.0
+source = "manual"
+
+[[camera]]
+id = "W1"
+model = "Color"
+serial = "S-1"
+interface = "USB3"
+width = 32
+height = 16
+pixel_formats = ["RGB8", "BGR8", "YUV422_8_UYVY", "YUV422_8", "Mono8"]
+frame_rate = 100.0
+exposure_us = 1000.0
+source = "manual"
+
+[[camera]]
+id = "W2"
+model = "Bayer"
+serial = "S-2"
+interface = "GigE"
+width = 32
+height = 16
+pixel_formats = ["BayerRG8", "BayerRG10", "BayerRG12", "BayerRG12Packed"]
+frame_rate = 100.0
+exposure_us = 1000.0
+freerun_source = true
+lines = 4
+source = "manual"
+[[camera.feature]]
+name = "SweepText"
+type = "string"
+value = "text"
+[[camera.feature]]
+name = "SweepFlag"
+type = "bool"
+value = true
+[[camera.feature]]
+name = "SweepCommand"
+type = "command"
+
+[[camera]]
+id = "W3"
+model = "Old"
+serial = "S-3"
+interface = "GigE"
+width = 32
+height = 16
+pixel_formats = ["Mono8", "Mono16"]
+frame_rate = 100.0
+exposure_us = 2000.0
+generation = "legacy"
+source = "manual"
+)";
+
+namespace {
+
+struct Mode
+{
+    const char* name;
+    int acqContinuous;
+    int acqTriggered;
+};
+constexpr std::array kModes = {Mode{"manual", 0, 0}, Mode{"free run", 1, 0}, Mode{"hardware auto", 1, 1},
+                               Mode{"hardware semi-auto", 0, 1}};
+
+constexpr int kFrames = 10;
+
+// Emits and fetches as a host does that polls; one frame in between arrives incomplete.
+void FetchFrames(SweepHost& host, int channel)
+{
+    const auto camera = static_cast<std::uint32_t>(channel);
+    SimFrameRequest incomplete = {};
+    incomplete.fields = SimFrameHasStatus;
+    incomplete.receiveStatus = -1;
+    for (int i = 0; i < kFrames; ++i) {
+        if (i == kFrames / 2) {
+            host.sdk.SimEmitFrame(camera, &incomplete);
+        }
+        host.sdk.SimEmitFrame(camera, nullptr);
+        host.Query(channel);
+        host.Attributes(channel);
+        host.Fetch(channel);
+    }
+}
+
+void Stream(SweepHost& host, int channel, const Mode& mode)
+{
+    host.SetUp(channel, mode.acqContinuous, mode.acqTriggered);
+    host.Start(channel);
+    FetchFrames(host, channel);
+    host.Stop(channel);
+}
+
+// Until the adapter has shut down; releasing a channel whose camera is closed can do that too.
+void ReleaseAll(SweepHost& host)
+{
+    for (int channel = 0; channel < kCameraCount; ++channel) {
+        host.Release(channel);
+    }
+}
+
+void AddWholeLives(std::vector<Scenario>& scenarios)
+{
+    scenarios.push_back({"start-up", "four cameras", -1, [](SweepHost& host) { host.Open(); }});
+    scenarios.push_back({"start-up", "twice", -1, [](SweepHost& host) {
+                             host.Open();
+                             host.Open();
+                         }});
+    for (int channel = 0; channel < kCameraCount; ++channel) {
+        for (const Mode& mode : kModes) {
+            scenarios.push_back({"whole life", std::string(mode.name) + ", camera " + std::to_string(channel),
+                                 -1, [channel, &mode](SweepHost& host) {
+                                     host.Open();
+                                     Stream(host, channel, mode);
+                                     ReleaseAll(host);
+                                 }});
+        }
+    }
+    scenarios.push_back({"restart", "while all stream", -1, [](SweepHost& host) {
+                             host.Open();
+                             for (int channel = 0; channel < kCameraCount; ++channel) {
+                                 host.SetUp(channel, 1, 0);
+                                 host.Start(channel);
+                             }
+                             host.Open();
+                         }});
+    scenarios.push_back({"unload", "while two stream", -1, [](SweepHost& host) {
+                             host.Open();
+                             for (int channel = 0; channel < 2; ++channel) {
+                                 host.SetUp(channel, 1, 0);
+                                 host.Start(channel);
+                             }
+                             host.Reload();
+                         }});
+    scenarios.push_back({"release", "while all stream", -1, [](SweepHost& host) {
+                             host.Open();
+                             for (int channel = 0; channel < kCameraCount; ++channel) {
+                                 host.SetUp(channel, 1, 0);
+                                 host.Start(channel);
+                             }
+                             ReleaseAll(host);
+                         }});
+}
+
+void AddSetUps(std::vector<Scenario>& scenarios)
+{
+    for (int channel = 0; channel < kCameraCount; ++channel) {
+        for (const Mode& mode : kModes) {
+            for (const int edge : {0, 1}) {
+                scenarios.push_back({"set-up",
+                                     std::string(mode.name) + (edge != 0 ? ", rising" : ", falling"), channel,
+                                     [channel, &mode, edge](SweepHost& host) {
+                                         host.SetUp(channel, mode.acqContinuous, mode.acqTriggered, edge);
+                                     }});
+            }
+        }
+    }
+}
+
+void AddStreams(std::vector<Scenario>& scenarios, SweepHost& host)
+{
+    for (int channel = 0; channel < kCameraCount; ++channel) {
+        for (const std::string& format : host.Entries(channel, "PixelFormat")) {
+            for (const Mode& mode : kModes) {
+                scenarios.push_back({"streaming", format + ", " + mode.name, channel,
+                                     [channel, &mode, format](SweepHost& sweep) {
+                                         sweep.Write(channel, "PixelFormat", format);
+                                         Stream(sweep, channel, mode);
+                                     }});
+            }
+        }
+    }
+}
+
+// Everything that a host can ask about a feature, and its own value written back.
+void AddFeatures(std::vector<Scenario>& scenarios, SweepHost& host)
+{
+    for (int channel = 0; channel < kCameraCount; ++channel) {
+        for (const std::string& feature : host.Names(channel)) {
+            const bool isCommand = host.Type(channel, feature) == FeatureTypeCommand;
+            // As it is now: some values move.
+            const std::string value = host.Read(channel, feature);
+            scenarios.push_back(
+                {"features", feature, channel, [channel, feature, isCommand, value](SweepHost& sweep) {
+                     sweep.Read(channel, feature);
+                     sweep.Type(channel, feature);
+                     for (std::uint32_t kind = 1; kind <= 3; ++kind) {
+                         sweep.Attribute(channel, feature, kind);
+                     }
+                     sweep.Entries(channel, feature);
+                     if (!isCommand) {
+                         sweep.Write(channel, feature, value);
+                     }
+                 }});
+        }
+    }
+    scenarios.push_back({"features", "the whole list", 0, [](SweepHost& sweep) {
+                             for (const std::string& feature : sweep.Names(0)) {
+                                 sweep.Read(0, feature);
+                             }
+                         }});
+    scenarios.push_back(
+        {"command", "that is done at once", 2, [](SweepHost& sweep) { sweep.Execute(2, "SweepCommand"); }});
+}
+
+} // namespace
+
+std::vector<Scenario> AllScenarios(SweepHost& host)
+{
+    std::vector<Scenario> scenarios;
+    host.Open();
+    for (int channel = 0; channel < kCameraCount; ++channel) {
+        host.Read(channel, "Width"); // opens the camera
+    }
+    AddWholeLives(scenarios);
+    AddSetUps(scenarios);
+    AddStreams(scenarios, host);
+    AddFeatures(scenarios, host);
+    ReleaseAll(host);
+    return scenarios;
+}
+
+} // namespace maravel::sweep
