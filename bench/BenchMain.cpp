@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <memory>
 
 namespace maravel::bench {
 namespace {
@@ -26,7 +25,7 @@ int Run(int argc, char** argv)
     app.add_option("--rounds", rounds, "Interleaved rounds per comparison")->check(CLI::Range(1, 1001));
     app.add_option("--sdk", sdk, "Built SDK folder")->check(CLI::ExistingDirectory);
     app.add_option("--adapter", adapter, "Built adapter")->check(CLI::ExistingFile);
-    app.add_option("--output", output, "Folder for results.md and the plots' data")
+    app.add_option("--output", output, "Folder for goals.md, tables.md and the plots' data")
         ->check(CLI::ExistingDirectory);
     app.add_option("--only", topics,
                    "What to measure: counts, log, lookup, kernels, endtoend (default: everything)");
@@ -57,15 +56,8 @@ int Run(int argc, char** argv)
     if (wanted("endtoend"))
         MeasureEndToEnd({rounds, sdk, adapter}, report);
 
-    if (!output.empty()) {
-        const std::string path = output + "/results.md";
-        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "w"),
-                                                                   std::fclose);
-        if (!file)
-            throw std::runtime_error("cannot write " + path);
-        report.WriteMarkdown(file.get());
-        report.WritePlotData(output);
-    }
+    if (!output.empty())
+        report.Save(output);
     std::printf("%zu goal%s missed\n", report.missedGoals(), report.missedGoals() == 1 ? "" : "s");
     return report.missedGoals() == 0 ? 0 : 1;
 }

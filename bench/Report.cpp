@@ -1,7 +1,7 @@
 #include "bench/Report.h"
 
 #include <algorithm>
-#include <memory>
+#include <fstream>
 #include <stdexcept>
 
 namespace maravel::bench {
@@ -22,6 +22,14 @@ bool Holds(double value, Bound bound, double limit)
 std::string LimitText(const GoalRow& row)
 {
     return std::string(row.bound == Bound::AtLeast ? ">= " : "<= ") + Number("%.6g", row.limit);
+}
+
+void WriteFile(const std::string& path, const std::string& text)
+{
+    std::ofstream file(path, std::ios::binary);
+    file << text;
+    if (!file.flush())
+        throw std::runtime_error("cannot write " + path);
 }
 
 } // namespace
@@ -58,48 +66,50 @@ std::size_t Report::missedGoals() const
         std::count_if(goals_.begin(), goals_.end(), [](const GoalRow& row) { return !row.met; }));
 }
 
-void Report::WriteMarkdown(std::FILE* file) const
+std::string Report::Goals() const
 {
-    std::fprintf(file, "| Goal | Measured, median (quartiles) | Limit | |\n|---|---|---|---|\n");
+    std::string text;
     for (const GoalRow& row : goals_)
-        std::fprintf(file, "| %s | %s | %s | %s |\n", row.goal.c_str(), row.measured.c_str(),
-                     LimitText(row).c_str(), row.met ? "pass" : "**fail**");
-
-    for (const SpeedTable& table : tables_) {
-        std::fprintf(file, "\n%s\n\n| |", table.title.c_str());
-        for (const std::string& subject : table.subjects)
-            std::fprintf(file, " %s |", subject.c_str());
-        std::fprintf(file, "\n|---|");
-        for (std::size_t i = 0; i < table.subjects.size(); ++i)
-            std::fprintf(file, "---|");
-        std::fprintf(file, "\n");
-        for (const SpeedTable::Line& line : table.lines) {
-            std::fprintf(file, "| %s |", line.label.c_str());
-            for (const Spread& speed : line.speeds)
-                std::fprintf(file, " %.2f |", speed.median);
-            std::fprintf(file, "\n");
-        }
-    }
+        text += "| " + row.goal + " | " + row.measured + " | " + LimitText(row) + " | " +
+                (row.met ? "pass" : "**fail**") + " |\n";
+    return text;
 }
 
-void Report::WritePlotData(const std::string& folder) const
+std::string Report::Tables() const
 {
+    std::string text;
     for (const SpeedTable& table : tables_) {
-        const std::string path = folder + "/" + table.name + ".dat";
-        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "w"),
-                                                                   std::fclose);
-        if (!file)
-            throw std::runtime_error("cannot write " + path);
-        std::fprintf(file.get(), "case");
-        for (const std::string& subject : table.subjects)
-            std::fprintf(file.get(), "\t%s", subject.c_str());
-        std::fprintf(file.get(), "\n");
-        for (const SpeedTable::Line& line : table.lines) {
-            std::fprintf(file.get(), "\"%s\"", line.label.c_str());
-            for (const Spread& speed : line.speeds)
-                std::fprintf(file.get(), "\t%.4f", speed.median);
-            std::fprintf(file.get(), "\n");
+        std::string ruler = "|---|";
+        text += "\n" + table.title + ":\n\n| |";
+        for (const std::string& subject : table.subjects) {
+            text += " " + subject + " |";
+            ruler += "---|";
         }
+        text += "\n" + ruler + "\n";
+        for (const SpeedTable::Line& line : table.lines) {
+            text += "| " + line.label + " |";
+            for (const Spread& speed : line.speeds)
+                text += " " + Number("%.2f", speed.median) + " |";
+            text += "\n";
+        }
+    }
+    return text;
+}
+
+void Report::Save(const std::string& folder) const
+{
+    WriteFile(folder + "/goals.md", Goals());
+    WriteFile(folder + "/tables.md", Tables());
+    for (const SpeedTable& table : tables_) {
+        std::string text = "case";
+        for (const std::string& subject : table.subjects)
+            text += "\t" + subject;
+        for (const SpeedTable::Line& line : table.lines) {
+            text += "\n\"" + line.label + "\"";
+            for (const Spread& speed : line.speeds)
+                text += "\t" + Number("%.4f", speed.median);
+        }
+        WriteFile(folder + "/" + table.name + ".dat", text + "\n");
     }
 }
 

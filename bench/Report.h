@@ -52,14 +52,14 @@ public:
 
     std::size_t missedGoals() const;
 
-    // Everything as Markdown.
-    void WriteMarkdown(std::FILE* file) const;
-
-    // One file per table into the folder, as gnuplot reads it: label, then a median per subject.
-    void WritePlotData(const std::string& folder) const;
+    // Writes goals.md (the lines of a Markdown table), tables.md and, for gnuplot, one .dat file per table
+    // into an existing folder. Throws std::runtime_error when it cannot.
+    void Save(const std::string& folder) const;
 
 private:
     void Add(GoalRow row);
+    std::string Goals() const;
+    std::string Tables() const;
 
     std::vector<GoalRow> goals_;
     std::vector<SpeedTable> tables_;

@@ -39,6 +39,9 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
 endif()
 
 if(MARAVEL_SANITIZE)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU") # it cannot follow the sanitizers' instrumentation
+    target_compile_options(maravel_options INTERFACE -Wno-maybe-uninitialized)
+  endif()
   add_compile_options(-fsanitize=${MARAVEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${MARAVEL_SANITIZE})
 endif()

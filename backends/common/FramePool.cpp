@@ -109,6 +109,15 @@ FramePool::Taken FramePool::TakeOldest()
     return {oldest->record, oldest->callback};
 }
 
+FramePool::Taken FramePool::Take(const ZvkFrame_t* frame)
+{
+    Frame* known = Find(frame);
+    if (known == nullptr || known->state != State::Queued)
+        return {};
+    known->state = State::Filling;
+    return {known->record, known->callback};
+}
+
 void FramePool::Deliver(const ZvkFrame_t* frame)
 {
     Frame* known = Find(frame);

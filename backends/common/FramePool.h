@@ -37,6 +37,8 @@ public:
 
     // The oldest queued frame is the library's alone from now on, until Deliver.
     Taken TakeOldest();
+    // The same with a queued frame that somebody else has picked.
+    Taken Take(const ZvkFrame_t* frame);
     // The frame is filled. The caller may queue it again from here on, within its callback too.
     void Deliver(const ZvkFrame_t* frame);
 

@@ -1,5 +1,5 @@
-// The description of the simulated cameras: the TOML file cameras.toml in the SDK folder. What its keys mean is
-// written in the file that comes with the library.
+// The description of the simulated cameras: the TOML file cameras.toml in the SDK folder. What its keys mean
+// is written in the file that comes with the library.
 #pragma once
 
 #include <cstdint>

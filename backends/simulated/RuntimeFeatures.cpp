@@ -2,11 +2,16 @@
 #include "ControlState.h"
 #include "Library.h"
 #include "SimulatedRuntime.h"
+#include "backends/common/Outputs.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace maravel::simulated {
+
+using backend::CopyOut;
+using backend::FillList;
+
 namespace {
 
 // The way of every entry point that concerns one feature: finds it and runs body(features, feature).
@@ -28,33 +33,6 @@ ZvkError_t WithFeature(const char* entry, ZvkHandle_t handle, const char* name, 
         return ZvkErrorIO;
     Feature* feature = features->Find(name);
     return feature == nullptr ? ZvkErrorNotFound : body(*features, *feature);
-}
-
-// Fills a caller's list from `count` things; at(i) gives one.
-template <typename T, typename At>
-ZvkError_t FillList(T* list, std::uint32_t listLength, std::uint32_t* numFound, std::size_t count, At at)
-{
-    *numFound = static_cast<std::uint32_t>(count);
-    if (list == nullptr)
-        return ZvkErrorSuccess;
-    const std::size_t filled = std::min<std::size_t>(listLength, count);
-    for (std::size_t i = 0; i < filled; ++i)
-        list[i] = at(i);
-    return filled < count ? ZvkErrorMoreData : ZvkErrorSuccess;
-}
-
-// Copies bytes out, or tells how many there are.
-ZvkError_t CopyOut(const char* bytes, std::size_t size, char* buffer, std::uint32_t bufferSize,
-                   std::uint32_t* sizeFilled)
-{
-    if (sizeFilled != nullptr)
-        *sizeFilled = static_cast<std::uint32_t>(size);
-    if (buffer == nullptr)
-        return ZvkErrorSuccess;
-    if (bufferSize < size)
-        return ZvkErrorMoreData;
-    std::memcpy(buffer, bytes, size);
-    return ZvkErrorSuccess;
 }
 
 } // namespace

@@ -37,7 +37,8 @@ extern "C" {
 #define MARAVEL_TEXT_SIZE 256
 
 /* Image status, written by QueryImageStatus, GetImageAttributes and GetImage. */
-enum {
+enum
+{
     ImageStatusReady = 0x0000,      /* an image waits, or was delivered */
     ImageStatusPending = 0x1000,    /* no image waits yet */
     ImageStatusError = 0x2000,      /* the request failed (GetImage only) */
@@ -45,7 +46,8 @@ enum {
 };
 
 /* ImageAttributes::pixelType: how GetImage lays the image out. */
-enum {
+enum
+{
     PixelTypeMono8 = 0,        /* one byte a pixel */
     PixelTypeRgbPlanes = 2,    /* width x height bytes of red, then of green, then of blue */
     PixelTypeMono16 = 9,       /* two bytes a pixel, little-endian */
@@ -56,7 +58,8 @@ enum {
 };
 
 /* Feature types, written by GetFeatureType. */
-enum {
+enum
+{
     FeatureTypeUnsupported = -1, /* a type whose values do not cross this interface */
     FeatureTypeEnum = 1,
     FeatureTypeInt = 2,
@@ -67,7 +70,8 @@ enum {
 };
 
 /* What GetFeatureAttr is asked for. */
-enum {
+enum
+{
     FeatureAttrDescription = 1, /* the feature's description */
     FeatureAttrReadable = 2,    /* "True" or "False": can be read now */
     FeatureAttrWritable = 3     /* "True" or "False": can be written now */
@@ -141,7 +145,8 @@ typedef int32_t(MARAVEL_CALL* ReadValueFn)(char* errorText, int64_t channelID, c
 typedef int32_t(MARAVEL_CALL* WriteValueFn)(char* errorText, int64_t channelID, const char* featureName,
                                             const char* valueText);
 
-/* Name of the feature at listIndex (0, 1, ...) in byte order, into nameText (MARAVEL_TEXT_SIZE characters). */
+/* Name of the feature at listIndex (0, 1, ...) in byte order, into nameText (MARAVEL_TEXT_SIZE characters).
+ */
 typedef int32_t(MARAVEL_CALL* GetFeatureNameFn)(char* errorText, int64_t channelID, int32_t listIndex,
                                                 char* nameText);
 
@@ -166,29 +171,29 @@ typedef int32_t(MARAVEL_CALL* ReleaseVideoChannelFn)(char* errorText, int64_t ch
 #pragma pack(push, 4)
 typedef struct VideoChannelDescriptor
 {
-    int32_t structSize;                        /* 0: set by the host: size of its record in bytes */
-    int32_t hostData4;                         /* 4: the host's own, not touched */
-    int64_t channelID;                         /* 8: second argument of every callback */
-    SetupCommonParamsFn SetupCommonParams;     /* 16 */
-    GetImageAttributesFn GetImageAttributes;   /* 24 */
-    QueryImageStatusFn QueryImageStatus;       /* 32 */
-    GetImageFn GetImage;                       /* 40 */
-    StartAcquisitionFn StartAcquisition;       /* 48 */
-    StopAcquisitionFn StopAcquisition;         /* 56 */
-    ExecuteCommandFn ExecuteCommand;           /* 64 */
-    ReadValueFn ReadValue;                     /* 72 */
-    WriteValueFn WriteValue;                   /* 80 */
-    char label[256];                           /* 88: text to show, null-terminated */
-    char serialNumber[256];                    /* 344: the camera's serial number, null-terminated */
-    double exposureTime;                       /* 600: seconds, at opening; only if the camera has one */
-    uint8_t hostData608[16];                   /* 608: the host's own, not touched */
-    int32_t width;                             /* 624: pixels, at opening */
-    int32_t height;                            /* 628: pixels, at opening */
-    double exposureTimeMin;                    /* 632: microseconds; only if the camera has an exposure time */
-    GetFeatureNameFn GetFeatureName;           /* 640 */
-    GetFeatureTypeFn GetFeatureType;           /* 648 */
-    GetValidEnumFn GetValidEnum;               /* 656 */
-    GetFeatureAttrFn GetFeatureAttr;           /* 664 */
+    int32_t structSize;                      /* 0: set by the host: size of its record in bytes */
+    int32_t hostData4;                       /* 4: the host's own, not touched */
+    int64_t channelID;                       /* 8: second argument of every callback */
+    SetupCommonParamsFn SetupCommonParams;   /* 16 */
+    GetImageAttributesFn GetImageAttributes; /* 24 */
+    QueryImageStatusFn QueryImageStatus;     /* 32 */
+    GetImageFn GetImage;                     /* 40 */
+    StartAcquisitionFn StartAcquisition;     /* 48 */
+    StopAcquisitionFn StopAcquisition;       /* 56 */
+    ExecuteCommandFn ExecuteCommand;         /* 64 */
+    ReadValueFn ReadValue;                   /* 72 */
+    WriteValueFn WriteValue;                 /* 80 */
+    char label[256];                         /* 88: text to show, null-terminated */
+    char serialNumber[256];                  /* 344: the camera's serial number, null-terminated */
+    double exposureTime;                     /* 600: seconds, at opening; only if the camera has one */
+    uint8_t hostData608[16];                 /* 608: the host's own, not touched */
+    int32_t width;                           /* 624: pixels, at opening */
+    int32_t height;                          /* 628: pixels, at opening */
+    double exposureTimeMin;                  /* 632: microseconds; only if the camera has an exposure time */
+    GetFeatureNameFn GetFeatureName;         /* 640 */
+    GetFeatureTypeFn GetFeatureType;         /* 648 */
+    GetValidEnumFn GetValidEnum;             /* 656 */
+    GetFeatureAttrFn GetFeatureAttr;         /* 664 */
     ReleaseVideoChannelFn ReleaseVideoChannel; /* 672 */
     int32_t openResult;                        /* 680: 0 opened and initialised, 1 opening failed */
 } VideoChannelDescriptor;

@@ -64,7 +64,7 @@ CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const cha
 {
     CLI::App* sub = app.add_subcommand(name, text);
     sub->final_callback([&options, command] { options.command = command; });
-    if (command != Command::List)
+    if (command != Command::List && command != Command::Bench)
         sub->add_option("CHANNEL", options.channel, "The camera: its index or its serial number")->required();
     return sub;
 }
@@ -121,6 +121,20 @@ void AddGrab(CLI::App& app, Options& options, Words& words)
         ->option_text("FILE");
 }
 
+void AddBench(CLI::App& app, Options& options)
+{
+    CLI::App* bench = AddCommand(app, options, Command::Bench, "bench",
+                                 "Measures how fast this machine copies images and splits their colours");
+    bench->footer(
+        "Needs neither cameras nor the adapter, but a gigabyte of memory and a minute or two. Ends with exit\n"
+        "code 1 when a goal is missed.");
+    bench->add_option("--rounds", options.rounds, "Interleaved rounds per comparison")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 1001));
+    bench->add_option("--out", options.results,
+                      "Existing folder for the results as Markdown and as plot data");
+}
+
 // One line, whatever the library would print.
 std::string FailureMessage(const CLI::App*, const CLI::Error& error)
 {
@@ -151,6 +165,7 @@ std::optional<Options> ParseCommandLine(int argc, const char* const* argv, int* 
         ->option_text("DIR");
     AddFeatureCommands(app, options, words);
     AddGrab(app, options, words);
+    AddBench(app, options);
     try {
         app.parse(argc, argv);
         options.assignments = SplitAssignments(words.assignments);

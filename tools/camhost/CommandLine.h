@@ -16,7 +16,8 @@ enum class Command
     Get,
     Set,
     Run,
-    Grab
+    Grab,
+    Bench
 };
 
 enum class Trigger
@@ -53,6 +54,9 @@ struct Options
     double timeout = 5; // seconds
     bool progress = false;
     std::string contactSheet;
+
+    int rounds = 31;
+    std::string results; // folder; empty: nothing is written
 };
 
 // Parses the arguments. After --help, --version and wrong arguments the text was printed already and the

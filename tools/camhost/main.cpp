@@ -4,6 +4,7 @@
 #include "Features.h"
 #include "Grab.h"
 #include "System.h"
+#include "bench/KernelBench.h"
 #include "host/AdapterLibrary.h"
 
 #include <cstdio>
@@ -92,6 +93,18 @@ void Perform(const Options& options, const std::vector<Channel>& channels)
     }
 }
 
+int Bench(const Options& options)
+{
+    bench::KernelBenchSettings settings;
+    settings.rounds = static_cast<std::size_t>(options.rounds);
+    settings.copyGoal = 1.0; // the C library may be any system's
+    bench::Report report;
+    bench::MeasureKernels(settings, report);
+    if (!options.results.empty())
+        report.Save(options.results);
+    return report.missedGoals() == 0 ? ExitDone : ExitRefused;
+}
+
 } // namespace
 } // namespace maravel::camhost
 
@@ -103,6 +116,8 @@ int main(int argc, char** argv)
         const auto options = ParseCommandLine(argc, argv, &exitCode);
         if (!options)
             return exitCode;
+        if (options->command == Command::Bench)
+            return Bench(*options);
         ChooseSdkFolder(*options);
         const auto library = LoadAdapter(*options);
         Perform(*options, CollectChannels(*library));
