@@ -9,8 +9,15 @@ namespace {
 // Aravis answers this for a real number without an increment.
 constexpr double kNoIncrement = G_MINDOUBLE;
 
-// What Aravis adds to the description of a GigE Vision camera that leaves the standard registers out.
-constexpr const char* kAddedByAravis[] = {"GevCurrentIPAddress", "GevSCPSPacketSize"};
+// Registers that every GigE Vision camera has, also when its description leaves them out: Aravis has them
+// under names of its own.
+struct StandardRegister
+{
+    const char* name;
+    const char* nameInAravis;
+};
+constexpr StandardRegister kStandardRegisters[] = {{"GevCurrentIPAddress", "ArvGevCurrentIPAddress"},
+                                                   {"GevSCPSPacketSize", "ArvGevSCPSPacketSize"}};
 
 const char* UnitOf(ArvGcFeatureNode* node)
 {
@@ -52,12 +59,11 @@ ZvkFeatureInfo_t NodeFeature::Info() const
 {
     const bool standard = arv_gc_feature_node_get_name_space(node_) == ARV_GC_NAME_SPACE_STANDARD;
     const ArvGcAccessMode mode = arv_gc_feature_node_get_actual_access_mode(node_);
-    const char* name = arv_gc_feature_node_get_name(node_);
     const char* shown = arv_gc_feature_node_get_display_name(node_);
     ZvkFeatureInfo_t info{};
-    info.name = texts_.Keep(name);
+    info.name = texts_.Keep(name_);
     info.category = category_;
-    info.displayName = texts_.Keep(shown == nullptr ? name : shown);
+    info.displayName = texts_.Keep(shown == nullptr ? name_ : shown);
     info.sfncNamespace = standard ? "Standard" : "Custom";
     info.description = texts_.Keep(arv_gc_feature_node_get_description(node_));
     info.tooltip = texts_.Keep(arv_gc_feature_node_get_tooltip(node_));
@@ -269,8 +275,20 @@ NodeModule::NodeModule(ArvDevice* device, TextStore& texts) : device_(device), t
     if (description == nullptr)
         return;
     Walk(arv_gc_get_node(description, "Root"), "", 0);
-    for (const char* name : kAddedByAravis)
-        Walk(arv_gc_get_node(description, name), "/TransportLayerControl", 1);
+    if (ARV_IS_GV_DEVICE(device_))
+        AddStandardRegisters();
+}
+
+void NodeModule::AddStandardRegisters()
+{
+    for (const StandardRegister& standard : kStandardRegisters) {
+        const bool listed = std::any_of(entries_.begin(), entries_.end(), [&standard](const Entry& entry) {
+            return std::strcmp(entry.name, standard.name) == 0;
+        });
+        ArvGcNode* node = arv_device_get_feature(device_, standard.nameInAravis);
+        if (!listed && ARV_IS_GC_FEATURE_NODE(node))
+            entries_.push_back({ARV_GC_FEATURE_NODE(node), standard.name, "/TransportLayerControl"});
+    }
 }
 
 // Categories hold names of features and of other categories. A description may name a feature twice, or
@@ -293,22 +311,22 @@ void NodeModule::Walk(ArvGcNode* node, const std::string& path, int depth)
     const bool known = std::any_of(entries_.begin(), entries_.end(),
                                    [feature](const Entry& entry) { return entry.node == feature; });
     if (!known)
-        entries_.push_back({feature, texts_.Keep(path.c_str())});
+        entries_.push_back({feature, arv_gc_feature_node_get_name(feature), texts_.Keep(path.c_str())});
 }
 
 std::vector<ZvkFeatureInfo_t> NodeModule::List() const
 {
     std::vector<ZvkFeatureInfo_t> list;
     for (const Entry& entry : entries_)
-        list.push_back(NodeFeature(entry.node, entry.category, texts_).Info());
+        list.push_back(NodeFeature(entry.node, entry.name, entry.category, texts_).Info());
     return list;
 }
 
 std::unique_ptr<Feature> NodeModule::Find(const char* name) const
 {
     for (const Entry& entry : entries_)
-        if (std::strcmp(arv_gc_feature_node_get_name(entry.node), name) == 0)
-            return std::make_unique<NodeFeature>(entry.node, entry.category, texts_);
+        if (std::strcmp(entry.name, name) == 0)
+            return std::make_unique<NodeFeature>(entry.node, entry.name, entry.category, texts_);
     // The description may know more than it lists.
     ArvGcNode* node = arv_device_get_feature(device_, name);
     if (node == nullptr || !ARV_IS_GC_FEATURE_NODE(node) || ARV_IS_GC_CATEGORY(node) ||

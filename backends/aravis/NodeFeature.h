@@ -12,7 +12,12 @@ class NodeFeature final : public Feature
 {
 public:
     NodeFeature(ArvGcFeatureNode* node, const char* category, TextStore& texts)
-        : node_(node), category_(category), texts_(texts), type_(TypeOf(node))
+        : NodeFeature(node, arv_gc_feature_node_get_name(node), category, texts)
+    {
+    }
+    // Under another name than the node's.
+    NodeFeature(ArvGcFeatureNode* node, const char* name, const char* category, TextStore& texts)
+        : node_(node), name_(name), category_(category), texts_(texts), type_(TypeOf(node))
     {
     }
 
@@ -64,6 +69,7 @@ private:
     const char* EntryName(ArvGcEnumEntry* entry) const;
 
     ArvGcFeatureNode* const node_;
+    const char* const name_;
     const char* const category_;
     TextStore& texts_;
     const ZvkFeatureDataType type_;
@@ -83,8 +89,10 @@ private:
     struct Entry
     {
         ArvGcFeatureNode* node;
+        const char* name;
         const char* category;
     };
+    void AddStandardRegisters();
     void Walk(ArvGcNode* node, const std::string& path, int depth);
 
     ArvDevice* const device_;

@@ -187,8 +187,8 @@ TEST_F(Camhost, TheAdaptersRefusalIsRepeated)
 
 TEST_F(Camhost, ListAndDescribeAreAligned)
 {
-    EXPECT_EQ(Run("list").output, "CHANNEL  SERIAL  CAMERA               SIZE  EXPOSURE   STATE\n"
-                                  "0        F:1     Zorvik/HVN TL: Fake  5x3   10.000 ms  ready\n");
+    EXPECT_EQ(Run("list").output, "CHANNEL  SERIAL  CAMERA               ADDRESS  SIZE  EXPOSURE   STATE\n"
+                                  "0        F:1     Zorvik/HVN TL: Fake           5x3   10.000 ms  ready\n");
     const std::string description = Run("describe 0").output;
     EXPECT_NE(description.find("FEATURE      TYPE     ACCESS  VALUE     DESCRIPTION\n"), std::string::npos);
     EXPECT_NE(description.find("Gain         float    RW      1.500000  What it does.\n"), std::string::npos);
@@ -344,6 +344,8 @@ TEST_F(Camhost, GrabsFromEverySimulatedCamera)
     EXPECT_EQ(list.exitCode, 0) << list.errors;
     const auto cameras = static_cast<std::size_t>(std::ranges::count(list.output, '\n') - 1);
     ASSERT_GT(cameras, 0u);
+    for (const char* address : {"169.254.0.1 ", "USB3Vision "})
+        EXPECT_NE(list.output.find(address), std::string::npos) << list.output;
     const ProgramResult grab =
         RunBare("grab all --frames 2 --trigger manual --out " + Quoted((folder_ / "out").string()));
     EXPECT_EQ(grab.exitCode, 0) << grab.errors;

@@ -70,6 +70,25 @@ bool IsNumber(const std::string& text)
     return (stream >> value) && stream.peek() == std::istringstream::traits_type::eof();
 }
 
+// Where a camera is reached: its IP address, or else what it is connected by; empty when it does not say.
+std::string AddressOf(const Channel& channel)
+{
+    const std::vector<std::string> names = channel.FeatureNames();
+    const auto read = [&](const char* feature, std::string* text) {
+        return std::ranges::find(names, feature) != names.end() && channel.ReadValue(feature, text);
+    };
+    std::string text;
+    std::uint32_t address = 0;
+    if (read("GevCurrentIPAddress", &text) &&
+        std::from_chars(text.data(), text.data() + text.size(), address).ec == std::errc()) {
+        char dotted[16];
+        std::snprintf(dotted, sizeof(dotted), "%u.%u.%u.%u", address >> 24, address >> 16 & 0xFF,
+                      address >> 8 & 0xFF, address & 0xFF);
+        return dotted;
+    }
+    return read("DeviceTLType", &text) ? text : "";
+}
+
 // The two texts that the adapter knows; any other one when the text means neither.
 std::string BoolText(std::string text)
 {
@@ -118,7 +137,7 @@ void ListChannels(const std::vector<Channel>& channels)
         std::puts("no cameras found; the adapter's log tells more");
         return;
     }
-    Table table({"CHANNEL", "SERIAL", "CAMERA", "SIZE", "EXPOSURE", "STATE"});
+    Table table({"CHANNEL", "SERIAL", "CAMERA", "ADDRESS", "SIZE", "EXPOSURE", "STATE"});
     for (const Channel& channel : channels) {
         const VideoChannelDescriptor& d = channel.Descriptor();
         char size[32] = "";
@@ -127,7 +146,8 @@ void ListChannels(const std::vector<Channel>& channels)
             std::snprintf(size, sizeof(size), "%dx%d", d.width, d.height);
             std::snprintf(exposure, sizeof(exposure), "%.3f ms", d.exposureTime * 1000);
         }
-        table.Add({std::to_string(channel.Index()), channel.SerialNumber(), channel.Label(), size, exposure,
+        table.Add({std::to_string(channel.Index()), channel.SerialNumber(), channel.Label(),
+                   channel.Opened() ? AddressOf(channel) : "", size, exposure,
                    channel.Opened() ? "ready" : "cannot be opened"});
     }
     table.Print();
