@@ -54,7 +54,7 @@ generation = "legacy"
 source = "manual"
 )";
 
-AdapterTest::AdapterTest()
+AdapterTest::AdapterTest(std::string adapterFile) : adapterFile_(std::move(adapterFile))
 {
     SetEnvironment("ZORVIK_HOME", SdkFolder());
     ResetSdk();
@@ -87,8 +87,8 @@ AdapterTest::~AdapterTest()
 
 void AdapterTest::LoadAdapter()
 {
-    adapter_ = LoadLibraryA(AdapterFile().c_str());
-    ASSERT_NE(adapter_, nullptr) << AdapterFile() << " does not load";
+    adapter_ = LoadLibraryA(adapterFile_.c_str());
+    ASSERT_NE(adapter_, nullptr) << adapterFile_ << " does not load";
     const FARPROC entry = GetProcAddress(adapter_, "GetVideoChannel");
     ASSERT_NE(entry, nullptr);
     std::memcpy(&getVideoChannel_, &entry, sizeof entry);

@@ -28,11 +28,20 @@ extern const char* const kTestCameras;
 class AdapterTest : public testing::Test
 {
 protected:
-    AdapterTest();
+    explicit AdapterTest(std::string adapterFile = AdapterFile());
     ~AdapterTest() override;
 
     void LoadAdapter();
     void UnloadAdapter();
+
+    // A further function that the loaded adapter exports; for adapters that are built for a test.
+    template <class Function>
+    void Resolve(const char* name, Function& function)
+    {
+        const FARPROC address = GetProcAddress(adapter_, name);
+        ASSERT_NE(address, nullptr) << name;
+        std::memcpy(&function, &address, sizeof function);
+    }
 
     // The exported function, with text() as error text.
     std::int32_t GetVideoChannel(std::int32_t index, VideoChannelDescriptor* descriptor);
@@ -95,6 +104,7 @@ protected:
     SdkControl sdk{SdkFolder()};
 
 private:
+    std::string adapterFile_;
     HMODULE adapter_ = nullptr;
     GetVideoChannelFn getVideoChannel_ = nullptr;
     std::deque<Guarded<VideoChannelDescriptor>> channels_;

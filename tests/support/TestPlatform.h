@@ -1,7 +1,9 @@
 // What the tests need of the system that they run on.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -50,11 +52,30 @@ public:
     void SetRegistry(const std::vector<RegistryEntry>& entries);
 
     std::string LogFolder() const { return logFolder_; }
+
+    // As another program would, also while the log is open.
+    void RemoveLogFolder();
     std::string LogFile() const;
 
 private:
     std::string logFolder_;
     std::string root_; // what stands for the machine on disk or in the registry
 };
+
+// Something that keeps the log from being written: puts itself in the way and returns what takes it away
+// again.
+struct LogObstacle
+{
+    std::string name;
+    std::function<std::function<void()>(const PrivateMachine&)> put;
+};
+std::vector<LogObstacle> LogObstacles();
+
+// Runs a program of this folder to its end and returns its exit code; -1 when it was ended by a signal or did
+// not end within a minute.
+int RunProgram(const std::string& program, const std::vector<std::string>& arguments);
+
+// How much of the memory in use may differ between two moments without anything having been kept.
+std::uint64_t MemoryTolerance();
 
 } // namespace maravel::test

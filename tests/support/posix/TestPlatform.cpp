@@ -1,5 +1,6 @@
 #include "support/TestPlatform.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
@@ -7,6 +8,9 @@
 #include <iomanip>
 #include <map>
 #include <sstream>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace maravel::test {
@@ -98,6 +102,77 @@ void PrivateMachine::SetRegistry(const std::vector<RegistryEntry>& entries)
     for (const auto& [key, lines] : keys) {
         file << "\n[HKEY_LOCAL_MACHINE\\" << key << "]\n" << lines;
     }
+}
+
+void PrivateMachine::RemoveLogFolder()
+{
+    fs::remove_all(logFolder_);
+}
+
+std::vector<LogObstacle> LogObstacles()
+{
+    const auto linkLog = [](const PrivateMachine& machine, const char* target) -> std::function<void()> {
+        fs::remove_all(machine.LogFolder());
+        fs::create_directories(machine.LogFolder());
+        fs::create_symlink(target, machine.LogFile());
+        return [file = machine.LogFile()] { fs::remove(file); };
+    };
+    return {
+        {"a disk that is full", [=](const PrivateMachine& machine) { return linkLog(machine, "/dev/full"); }},
+        {"a file that cannot be opened",
+         [=](const PrivateMachine& machine) { return linkLog(machine, "/nowhere/at/all"); }},
+        {"a folder that cannot be made",
+         [](const PrivateMachine& machine) -> std::function<void()> {
+             fs::remove_all(machine.LogFolder());
+             fs::create_directories(fs::path(machine.LogFolder()).parent_path());
+             std::ofstream(machine.LogFolder()) << "in the way";
+             return [folder = machine.LogFolder()] { fs::remove(folder); };
+         }},
+        {"a limit on the size of files",
+         [](const PrivateMachine&) -> std::function<void()> {
+             std::signal(SIGXFSZ, SIG_IGN);
+             rlimit old = {};
+             getrlimit(RLIMIT_FSIZE, &old);
+             const rlimit small = {2000, old.rlim_max};
+             setrlimit(RLIMIT_FSIZE, &small);
+             return [old] { setrlimit(RLIMIT_FSIZE, &old); };
+         }},
+    };
+}
+
+int RunProgram(const std::string& program, const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> texts = {program};
+    texts.insert(texts.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (std::string& text : texts) {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        execv(program.c_str(), pointers.data());
+        _exit(127);
+    }
+    for (int i = 0; i < 6000; ++i) {
+        int status = 0;
+        if (waitpid(child, &status, WNOHANG) == child) {
+            return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    return -1;
+}
+
+std::uint64_t MemoryTolerance()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return std::uint64_t{512} << 20; // what was freed is kept for a while, and so is the history of accesses
+#else
+    return std::uint64_t{2} << 20;
+#endif
 }
 
 } // namespace maravel::test

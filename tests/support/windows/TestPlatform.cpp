@@ -3,6 +3,7 @@
 #include "platform/Win32.h"
 
 #include <filesystem>
+#include <fstream>
 #include <psapi.h>
 
 namespace maravel::test {
@@ -84,6 +85,75 @@ void PrivateMachine::SetRegistry(const std::vector<RegistryEntry>& entries)
     }
     RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine);
     RegCloseKey(machine);
+}
+
+void PrivateMachine::RemoveLogFolder()
+{
+    std::error_code ignored; // an open file may keep it
+    fs::remove_all(logFolder_, ignored);
+}
+
+std::vector<LogObstacle> LogObstacles()
+{
+    return {
+        {"a file that another program holds",
+         [](const PrivateMachine& machine) -> std::function<void()> {
+             fs::create_directories(machine.LogFolder());
+             const HANDLE file = CreateFileA(machine.LogFile().c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+                                             nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+             return [file] { CloseHandle(file); };
+         }},
+        {"a folder where the file should be",
+         [](const PrivateMachine& machine) -> std::function<void()> {
+             std::error_code ignored;
+             fs::remove(machine.LogFile(), ignored);
+             fs::create_directories(machine.LogFile());
+             return [file = machine.LogFile()] { fs::remove(file); };
+         }},
+        {"a folder that cannot be made",
+         [](const PrivateMachine& machine) -> std::function<void()> {
+             fs::remove_all(machine.LogFolder());
+             std::ofstream(machine.LogFolder()) << "in the way";
+             return [folder = machine.LogFolder()] { fs::remove(folder); };
+         }},
+        {"a file that is read-only",
+         [](const PrivateMachine& machine) -> std::function<void()> {
+             fs::create_directories(machine.LogFolder());
+             std::ofstream(machine.LogFile()) << "old";
+             SetFileAttributesA(machine.LogFile().c_str(), FILE_ATTRIBUTE_READONLY);
+             return [file = machine.LogFile()] { SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_NORMAL); };
+         }},
+    };
+}
+
+int RunProgram(const std::string& program, const std::vector<std::string>& arguments)
+{
+    std::string line = '"' + program + '"';
+    for (const std::string& argument : arguments) {
+        line += " \"" + argument + '"';
+    }
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                       &process) == FALSE) {
+        return 127;
+    }
+    DWORD code = static_cast<DWORD>(-1);
+    if (WaitForSingleObject(process.hProcess, 60'000) == WAIT_OBJECT_0) {
+        GetExitCodeProcess(process.hProcess, &code);
+    }
+    else {
+        TerminateProcess(process.hProcess, code);
+    }
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return static_cast<int>(code);
+}
+
+std::uint64_t MemoryTolerance()
+{
+    return std::uint64_t{4} << 20;
 }
 
 } // namespace maravel::test

@@ -1,0 +1,112 @@
+// Memory that runs out at every allocation in turn.
+#include "boundary/AdapterTest.h"
+
+#include <cstdio>
+
+namespace maravel::test {
+
+namespace {
+
+class AllocationTest : public AdapterTest
+{
+protected:
+    AllocationTest() : AdapterTest(ExecutableFolder() + "/AllocationAdapter.so")
+    {
+        ExpectErrors();
+        Resolve("FailAllocation", failAllocation_);
+        Resolve("AllocationsMade", allocationsMade_);
+        Resolve("AllocationsAlive", allocationsAlive_);
+    }
+
+    // A failure has to say why.
+    void Note(std::int32_t result)
+    {
+        if (result != MARAVEL_SUCCESS) {
+            ++failures_;
+            EXPECT_NE(TextNow(), "") << "a failure without a word";
+        }
+        ClearText();
+    }
+
+    // Everything that a host does, in one go; failures are counted, and nothing is asked of what they left
+    // out.
+    void UseEverything()
+    {
+        failures_ = 0;
+        VideoChannelDescriptor channels[3] = {};
+        for (std::int32_t i = 0; i < 3; ++i) {
+            channels[i].structSize = sizeof channels[i];
+            const std::int32_t result = GetVideoChannel(i, &channels[i]);
+            if (i == 0) {
+                Note(result);
+            }
+            failures_ += result + channels[i].openResult; // after a start without cameras the list ends at once
+        }
+        GuardedBuffer value(256);
+        GuardedBuffer image(64 * 48 * 3);
+        for (std::int64_t id = 0; id < 3; ++id) {
+            const VideoChannelDescriptor& channel = channels[0];
+            if (channel.StartAcquisition == nullptr) {
+                return;
+            }
+            const CommonParams params = Params(1, 0);
+            Note(channel.SetupCommonParams(text(), id, &params));
+            Note(channel.StartAcquisition(text(), id));
+            for (int frame = 0; frame < 3; ++frame) {
+                sdk.SimEmitFrame(static_cast<std::uint32_t>(id), nullptr);
+                ImageAttributes attributes = {};
+                std::uint32_t status = 0;
+                Note(channel.GetImageAttributes(text(), id, &attributes, &status));
+                Note(channel.GetImage(text(), id, image.Data(), &status));
+            }
+            Note(channel.ReadValue(text(), id, "PixelFormat", value.Text()));
+            Note(channel.WriteValue(text(), id, "DeviceUserID", "a host"));
+            std::int32_t type = 0;
+            Note(channel.GetFeatureType(text(), id, "Width", &type));
+            // The end of a list needs no word, and a list that could not be read is empty.
+            failures_ += channel.GetFeatureName(text(), id, 0, value.Text());
+            failures_ += channel.GetValidEnum(text(), id, "PixelFormat", 0, value.Text());
+            Note(channel.GetFeatureAttr(text(), id, "Width", 1, value.Text()));
+            Note(channel.StopAcquisition(text(), id));
+        }
+        for (std::int64_t id = 0; id < 3; ++id) {
+            channels[0].ReleaseVideoChannel(text(), id);
+        }
+        ClearText();
+    }
+
+    void (*failAllocation_)(std::int64_t, bool) = nullptr;
+    std::int64_t (*allocationsMade_)() = nullptr;
+    std::int64_t (*allocationsAlive_)() = nullptr;
+    int failures_ = 0;
+};
+
+TEST_F(AllocationTest, EveryAllocationMayFail)
+{
+    failAllocation_(0, false);
+    UseEverything();
+    ASSERT_EQ(failures_, 0);
+    const std::int64_t total = allocationsMade_();
+    const std::int64_t alive = allocationsAlive_();
+    ASSERT_GT(total, 100);
+    std::int64_t points = 0;
+    for (const bool forever : {false, true}) {
+        for (std::int64_t nth = 1; nth <= total; ++nth) {
+            SCOPED_TRACE("allocation " + std::to_string(nth) + (forever ? " and all that follow" : ""));
+            failAllocation_(nth, forever);
+            UseEverything();
+            ++points;
+            failAllocation_(0, false);
+            UseEverything();
+            ASSERT_EQ(failures_, 0) << "the second attempt";
+            ASSERT_LE(allocationsAlive_(), alive) << "something was kept";
+            ASSERT_EQ(sdk.State().openCameras, 0u);
+        }
+    }
+    std::printf("allocation fault points: %lld\n", static_cast<long long>(points));
+    ExpectViolations(); // a failed opening closes its camera twice
+}
+
+} // namespace
+
+} // namespace maravel::test

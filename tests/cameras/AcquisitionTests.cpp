@@ -1,0 +1,154 @@
+// Images, from set-up to a camera that goes away.
+#include "CameraTest.h"
+
+#include <thread>
+
+namespace maravel::test {
+namespace {
+
+class CameraAcquisition : public CameraTest
+{
+protected:
+    // Stops, switches the pixel format and fetches a picture.
+    Picture FetchAs(const char* format)
+    {
+        Setup(true);
+        Write("PixelFormat", format);
+        Start();
+        Picture picture = Fetch();
+        Stop();
+        return picture;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(On, CameraAcquisition, testing::ValuesIn(BenchNames()), NameOfBench);
+
+TEST_P(CameraAcquisition, RegionAndExposureReachTheCamera)
+{
+    CommonParams params = Params(1);
+    params.exposure = 0.002;
+    params.roix = 64;
+    params.roiy = 32;
+    params.roiwidth = 256;
+    params.roiheight = 128;
+    const host::Outcome outcome = Channel().SetupCommonParams(params);
+    ASSERT_TRUE(outcome) << outcome.text;
+    Start();
+    const Picture picture = Fetch();
+    EXPECT_EQ(picture.attributes.width, 256);
+    EXPECT_EQ(picture.attributes.height, 128);
+    EXPECT_EQ(picture.attributes.offsetX, 64);
+    EXPECT_EQ(picture.attributes.offsetY, 32);
+    EXPECT_EQ(picture.attributes.pixelType, PixelTypeMono8);
+    Stop();
+    Open();
+    EXPECT_DOUBLE_EQ(Channel().Descriptor().exposureTime, 0.002);
+    EXPECT_EQ(Channel().Descriptor().width, 256);
+}
+
+TEST_P(CameraAcquisition, FreeRunSendsOneImageAfterTheOther)
+{
+    Setup(true);
+    Start();
+    std::uint64_t before = 0;
+    for (int i = 0; i < 10; ++i) {
+        const Picture picture = Fetch();
+        EXPECT_GT(picture.attributes.timestamp, before);
+        before = picture.attributes.timestamp;
+        EXPECT_TRUE(bench->SendsRamp() ? picture.IsRamp(0) : picture.IsVaried(0));
+    }
+    Stop();
+    EXPECT_EQ(Channel().QueryImageStatus(), static_cast<std::uint32_t>(ImageStatusPending));
+}
+
+TEST_P(CameraAcquisition, SoftwareTriggerSendsOneImageEach)
+{
+    Setup(false);
+    for (int i = 0; i < 4; ++i) {
+        Start();
+        Fetch();
+        EXPECT_FALSE(WaitForImage(std::chrono::milliseconds(200))) << "an image came that nobody asked for";
+    }
+    Stop();
+}
+
+// Colour comes through the image-transform library of the SDK folder.
+TEST_P(CameraAcquisition, ColourArrivesAsThreePlanes)
+{
+    for (const char* format : {"BayerRG8", "RGB8"}) {
+        const Picture picture = FetchAs(format);
+        ASSERT_EQ(picture.attributes.pixelType, PixelTypeRgbPlanes) << format;
+        for (int plane = 0; plane < 3; ++plane)
+            EXPECT_TRUE(picture.IsVaried(plane)) << format << ", plane " << plane;
+        EXPECT_NE(picture.bytes, FetchAs("Mono8").bytes);
+    }
+}
+
+TEST_P(CameraAcquisition, StartsAndStopsAHundredTimes)
+{
+    Setup(true);
+    std::uint32_t handles = 0;
+    for (int i = 0; i < 100; ++i) {
+        Start();
+        // A stop must be good at any moment: before, while and after an image comes.
+        if (i % 10 == 0)
+            Fetch();
+        else
+            std::this_thread::sleep_for(std::chrono::milliseconds(i % 10));
+        Stop();
+        if (i == 10)
+            handles = HandlesInUse();
+    }
+    EXPECT_LE(HandlesInUse(), handles + 1);
+}
+
+TEST_P(CameraAcquisition, LostCameraFailsAndComesBack)
+{
+    Setup(true);
+    Start();
+    Fetch();
+    bench->Unplug(0);
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    std::string value;
+    while (Channel().ReadValue("Width", &value) && std::chrono::steady_clock::now() < until)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    const host::Outcome lost = Channel().ReadValue("Width", &value);
+    EXPECT_FALSE(lost) << "the camera still answers";
+    while (Channel().QueryImageStatus() == ImageStatusReady)
+        Fetch(); // what came before can still be fetched
+    EXPECT_FALSE(WaitForImage(std::chrono::milliseconds(500)));
+    EXPECT_FALSE(Channel().StopAcquisition());
+    const host::Outcome released = Channel().Release();
+    EXPECT_TRUE(released) << released.text;
+
+    bench->PlugIn(0);
+    Open();
+    ASSERT_TRUE(Channel().Opened());
+    Setup(true);
+    Start();
+    Fetch();
+    Stop();
+}
+
+TEST_P(CameraAcquisition, TwoCamerasSendAtOnce)
+{
+    if (bench->CameraCount() < 2)
+        GTEST_SKIP() << "only one camera can run here";
+    CommonParams params = Params(1);
+    params.roiwidth = 256;
+    ASSERT_TRUE(Channel(0).SetupCommonParams(params));
+    params.roiwidth = 384;
+    ASSERT_TRUE(Channel(1).SetupCommonParams(params));
+    Start(0);
+    Start(1);
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(Fetch(0).attributes.width, 256);
+        EXPECT_EQ(Fetch(1).attributes.width, 384);
+    }
+    Stop(0);
+    Fetch(1); // goes on
+    Stop(1);
+}
+
+} // namespace
+} // namespace maravel::test

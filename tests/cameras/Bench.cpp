@@ -1,0 +1,113 @@
+#include "Bench.h"
+
+#include "FakeCameras.h"
+#include "support/SdkControl.h"
+#include "support/TestPlatform.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace maravel::test {
+namespace {
+
+// Two cameras as Aravis' fake ones are: of the same size, formats and rate.
+constexpr const char* kCameras = R"(
+[[camera]]
+id = "ONE"
+model = "Fake"
+vendor = "Tests"
+serial = "SIM-A"
+interface = "GigE"
+transport_vendor = "Others"
+width = 2048
+height = 2048
+pixel_formats = ["Mono8", "BayerRG8", "RGB8", "Mono16"]
+frame_rate = 25.0
+exposure_us = 10000.0
+packet_size = 1500
+packet_negotiation_ms = 20
+[camera.values]
+Width = 512
+Height = 512
+
+[[camera]]
+id = "TWO"
+model = "Fake"
+vendor = "Tests"
+serial = "SIM-B"
+interface = "GigE"
+transport_vendor = "Others"
+width = 2048
+height = 2048
+pixel_formats = ["Mono8", "BayerRG8", "RGB8", "Mono16"]
+frame_rate = 25.0
+exposure_us = 10000.0
+packet_size = 1500
+packet_negotiation_ms = 20
+[camera.values]
+Width = 512
+Height = 512
+)";
+
+class SimulatedBench final : public Bench
+{
+public:
+    SimulatedBench()
+    {
+        sdk_.SimReset();
+        EXPECT_EQ(sdk_.SimSetDescription(kCameras), 0);
+    }
+    ~SimulatedBench() override
+    {
+        EXPECT_EQ(sdk_.Violations(), "");
+        sdk_.SimReset();
+        sdk_.SimSetDescription(nullptr);
+    }
+
+    std::size_t CameraCount() const override { return 2; }
+    std::string SdkFolder() const override { return SdkFolderNamed("sdk"); }
+    std::string Serial(std::size_t camera) const override { return camera == 0 ? "SIM-A" : "SIM-B"; }
+    void Unplug(std::size_t camera) override { sdk_.SimUnplug(static_cast<std::uint32_t>(camera), 1); }
+    void PlugIn(std::size_t camera) override { sdk_.SimUnplug(static_cast<std::uint32_t>(camera), 0); }
+    bool SendsRamp() const override { return false; }
+
+private:
+    SdkControl sdk_{SdkFolderNamed("sdk")};
+};
+
+class AravisBench final : public Bench
+{
+public:
+    AravisBench()
+    {
+        for (std::size_t i = 0; i < cameras_.Possible(); ++i)
+            PlugIn(i);
+    }
+
+    std::size_t CameraCount() const override { return cameras_.Possible(); }
+    std::string WhyNone() const override { return cameras_.WhyNone(); }
+    std::string SdkFolder() const override { return SdkFolderNamed("sdk-aravis"); }
+    std::string Serial(std::size_t camera) const override { return FakeCameras::Serial(camera); }
+    void Unplug(std::size_t camera) override { cameras_.Unplug(camera); }
+    void PlugIn(std::size_t camera) override { EXPECT_TRUE(cameras_.PlugIn(camera)); }
+    bool SendsRamp() const override { return true; }
+
+private:
+    FakeCameras cameras_;
+};
+
+} // namespace
+
+std::unique_ptr<Bench> MakeBench(const std::string& name)
+{
+    if (name == "Aravis")
+        return std::make_unique<AravisBench>();
+    return std::make_unique<SimulatedBench>();
+}
+
+std::string SdkFolderNamed(const std::string& name)
+{
+    return (std::filesystem::path(ExecutableFolder()).parent_path() / name).string();
+}
+
+} // namespace maravel::test
