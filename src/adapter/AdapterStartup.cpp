@@ -28,7 +28,10 @@ struct ExitRegistration
     ExitRegistration& operator=(const ExitRegistration&) = delete;
     ~ExitRegistration()
     {
-        std::atexit([]() { Exit(); });
+        _onexit([]() {
+            Exit();
+            return 0;
+        });
     }
 };
 
