@@ -17,7 +17,6 @@ namespace maravel::sweep {
 namespace {
 
 constexpr std::int32_t kCodes[] = {-1, -3, -9, -12, -27, 1};
-constexpr std::uint64_t kDefaultPoints = 20'000;
 // A fault in the adapter usually shows in thousands of points; these are enough to find it by.
 constexpr std::size_t kMaxComplaints = 25;
 
@@ -34,7 +33,7 @@ std::uint64_t WantedPoints()
 {
     const char* text = std::getenv("MARAVEL_SWEEP_POINTS");
     const std::uint64_t points = text != nullptr ? std::strtoull(text, nullptr, 10) : 0;
-    return points > 0 ? points : kDefaultPoints;
+    return points > 0 ? points : MARAVEL_SWEEP_DEFAULT_POINTS;
 }
 
 bool IsInLog(const std::string& log, const std::string& text)
