@@ -51,7 +51,8 @@ void FillRecord(ZvkFrame_t* frame, ArvBuffer* buffer)
     frame->pixelFormat = 0;
     frame->receiveFlags = 0;
     frame->ancillarySize = 0;
-    const bool hasImage = arv_buffer_get_n_parts(buffer) > 0 &&
+    // Aravis tells nothing of the image in a buffer that is not complete.
+    const bool hasImage = frame->receiveStatus == 0 && arv_buffer_get_n_parts(buffer) > 0 &&
                           arv_buffer_get_part_data_type(buffer, 0) == ARV_BUFFER_PART_DATA_TYPE_2D_IMAGE;
     std::size_t size = 0;
     const void* image = hasImage ? arv_buffer_get_part_data(buffer, 0, &size) : nullptr;
@@ -113,9 +114,13 @@ ZvkError_t FrameStream::Start(ArvDevice* device, ZvkHandle_t camera, ZvkHandle_t
         arv_device_create_stream(device, &FrameStream::OnStreamEvent, this, outcome.Slot()));
     if (made == nullptr)
         return outcome.Failed() ? outcome.Code() : ZvkErrorResources;
-    if (ARV_IS_GV_STREAM(made.get()))
+    if (ARV_IS_GV_STREAM(made.get())) {
+        // The thread looks at these when it starts; later, they cost the first frame.
+        arv_stream_stop_thread(made.get(), 0);
         g_object_set(made.get(), "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size",
                      kSocketBufferBytes, nullptr);
+        arv_stream_start_thread(made.get());
+    }
     Lock lock(mutex_);
     stream_ = made.release();
     payloadSize_ = payloadSize;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace maravel::aravis {
 namespace {
@@ -24,6 +25,15 @@ const char* UnitOf(ArvGcFeatureNode* node)
     if (ARV_IS_GC_INTEGER(node))
         return arv_gc_integer_get_unit(ARV_GC_INTEGER(node));
     return ARV_IS_GC_FLOAT(node) ? arv_gc_float_get_unit(ARV_GC_FLOAT(node)) : "";
+}
+
+// A number without limits in the description has GenICam's own, those of its type: no failure.
+ZvkError_t LimitCode(const Outcome& low, const Outcome& high)
+{
+    for (const Outcome* outcome : {&low, &high})
+        if (outcome->Code() != ZvkErrorSuccess && outcome->Code() != ZvkErrorNotAvailable)
+            return outcome->Code();
+    return ZvkErrorSuccess;
 }
 
 // Beginner is 0, and what is to stay unseen is highest.
@@ -181,11 +191,13 @@ ZvkError_t NodeFeature::GetIntRange(std::int64_t* minimum, std::int64_t* maximum
     const ZvkError_t error = CheckType(ZvkFeatureDataInt);
     if (error != ZvkErrorSuccess)
         return error;
-    Outcome outcome;
-    *minimum = arv_gc_integer_get_min(ARV_GC_INTEGER(node_), outcome.Slot());
-    if (!outcome.Failed())
-        *maximum = arv_gc_integer_get_max(ARV_GC_INTEGER(node_), outcome.Slot());
-    return outcome.Code();
+    Outcome low;
+    Outcome high;
+    const std::int64_t least = arv_gc_integer_get_min(ARV_GC_INTEGER(node_), low.Slot());
+    const std::int64_t most = arv_gc_integer_get_max(ARV_GC_INTEGER(node_), high.Slot());
+    *minimum = low.Failed() ? std::numeric_limits<std::int64_t>::min() : least;
+    *maximum = high.Failed() ? std::numeric_limits<std::int64_t>::max() : most;
+    return LimitCode(low, high);
 }
 
 ZvkError_t NodeFeature::GetIntIncrement(std::int64_t* increment) const
@@ -231,11 +243,13 @@ ZvkError_t NodeFeature::GetFloatRange(double* minimum, double* maximum) const
     const ZvkError_t error = CheckType(ZvkFeatureDataFloat);
     if (error != ZvkErrorSuccess)
         return error;
-    Outcome outcome;
-    *minimum = arv_gc_float_get_min(ARV_GC_FLOAT(node_), outcome.Slot());
-    if (!outcome.Failed())
-        *maximum = arv_gc_float_get_max(ARV_GC_FLOAT(node_), outcome.Slot());
-    return outcome.Code();
+    Outcome low;
+    Outcome high;
+    const double least = arv_gc_float_get_min(ARV_GC_FLOAT(node_), low.Slot());
+    const double most = arv_gc_float_get_max(ARV_GC_FLOAT(node_), high.Slot());
+    *minimum = low.Failed() ? std::numeric_limits<double>::lowest() : least;
+    *maximum = high.Failed() ? std::numeric_limits<double>::max() : most;
+    return LimitCode(low, high);
 }
 
 ZvkError_t NodeFeature::GetFloatIncrement(double* increment) const

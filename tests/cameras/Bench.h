@@ -24,6 +24,9 @@ public:
     virtual void Unplug(std::size_t camera) = 0;
     virtual void PlugIn(std::size_t camera) = 0;
 
+    // From here on the SDK may be called wrongly; where it keeps a record of that, this is not looked at.
+    virtual void AllowViolations() {}
+
     // Whether monochrome pictures are the slanting ramp of Aravis' fake camera.
     virtual bool SendsRamp() const = 0;
 };

@@ -1,5 +1,7 @@
 #include "CameraTest.h"
 
+#include "platform/Win32.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>

@@ -86,9 +86,9 @@ TEST_P(CameraFeatures, EveryListedFeatureKeepsItsWord)
 
 TEST_P(CameraFeatures, NumbersAreClampedAndEntriesStay)
 {
-    Write("Width", "300");
-    EXPECT_EQ(Read("Width"), "300");
-    EXPECT_EQ(Read("PayloadSize"), std::to_string(300 * 512));
+    Write("Width", "320");
+    EXPECT_EQ(Read("Width"), "320");
+    EXPECT_EQ(Read("PayloadSize"), std::to_string(320 * 512));
     Write("Width", "100000");
     EXPECT_EQ(Read("Width"), "2048");
     Write("PixelFormat", "RGB8");
