@@ -22,7 +22,9 @@ constexpr ImageSize k1080p{"1080p", 1920, 1080};
 constexpr ImageSize k5Mp{"5 MP", 2592, 1944};
 constexpr ImageSize k20Mp{"20 MP", 5472, 3648};
 
-// Of an image with an odd number of pixels each plane begins elsewhere in its cache line.
+// Of an image with an odd number of pixels each plane begins elsewhere in its cache line. Its source stands
+// where the C heap puts large blocks, which is not on a line either.
+constexpr std::size_t kHeapOffset = 16;
 ImageSize Misaligned(const ImageSize& size)
 {
     return {size.name, size.width - 1, size.height - 1};
@@ -81,11 +83,11 @@ public:
                         Access access,
                         std::function<void(const std::uint8_t* source, std::uint8_t* target)> work)
     {
-        const std::size_t slot = (byteCount + 2 * kLine - 1) / kLine * kLine;
+        const std::size_t slot = (byteCount + 3 * kLine - 1) / kLine * kLine;
         const std::size_t slots = access == Access::Streaming ? kArena / slot : 1;
         return {name, [=, this, next = std::size_t{0}]() mutable {
                     std::uint8_t* target = base_ + kArena + next * slot + misalignment;
-                    work(base_ + next * slot, target);
+                    work(base_ + next * slot + (misalignment == 0 ? 0 : kHeapOffset), target);
                     if (access == Access::ReadAtOnce)
                         sum_ = sum_ + SumOf(target, byteCount);
                     next = (next + 1) % slots;

@@ -155,15 +155,34 @@ std::size_t SplitSteps(const std::uint8_t* rgb, std::size_t stepCount, SplitTarg
     return (stepCount - 1) * kWidth;
 }
 
+// How many pixels to pass over until one begins on a line of the source. There is always one among 64, since
+// 3 * 43 is 1 modulo 64.
+std::size_t PixelsBeforeSourceLine(const std::uint8_t* rgb) noexcept
+{
+    return (0 - reinterpret_cast<std::uintptr_t>(rgb)) * 43 % kWidth;
+}
+
+SplitTarget From(const SplitTarget& target, std::size_t pixel) noexcept
+{
+    return {target.red + pixel, target.green + pixel, target.blue + pixel};
+}
+
 } // namespace
 
 void SplitAvx512Vbmi(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget target,
                      StoreKind stores) noexcept
 {
-    const std::size_t stepCount = pixelCount / kWidth;
-    if (stepCount == 0)
+    // Loads that straddle lines would double the time, so begin at a pixel that stands on a line of the
+    // source.
+    const std::size_t before = PixelsBeforeSourceLine(rgb);
+    if (pixelCount < before + kWidth)
         return SplitPlain(rgb, pixelCount, target, stores);
+    SplitPlain(rgb, before, target, stores);
+    rgb += 3 * before;
+    pixelCount -= before;
+    target = From(target, before);
 
+    const std::size_t stepCount = pixelCount / kWidth;
     const bool aligned =
         (PixelsBeforeLine(target.red) | PixelsBeforeLine(target.green) | PixelsBeforeLine(target.blue)) == 0;
     const std::size_t done = stores == StoreKind::Streaming
@@ -173,8 +192,7 @@ void SplitAvx512Vbmi(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarge
     // What stands before the first line of a plane, and what is left at the end.
     if (!aligned)
         SplitPlain(rgb, kWidth, target, stores);
-    SplitPlain(rgb + 3 * done, pixelCount - done,
-               {target.red + done, target.green + done, target.blue + done}, stores);
+    SplitPlain(rgb + 3 * done, pixelCount - done, From(target, done), stores);
 }
 
 } // namespace maravel

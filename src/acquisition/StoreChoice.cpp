@@ -9,8 +9,8 @@ namespace {
 // Less than that fits a processor's own cache beside everything else.
 constexpr std::size_t kLeastStreamed = std::size_t{256} << 10;
 
-// When more than that was written since, a target is not expected in the caches any more.
-constexpr std::uint64_t kStillCached = std::uint64_t{16} << 20;
+// When more than that was written since, streaming is faster even where a part of the target is still there.
+constexpr std::uint64_t kStillCached = std::uint64_t{12} << 20;
 
 struct Target
 {
