@@ -145,7 +145,7 @@ TEST_F(StartupTest, InstalledAdaptersAreListed)
         RegistryBinary("SOFTWARE\\maravel\\PLK\\Other", "Blob", {1, 2, 3}),
         {"SOFTWARE\\maravel\\PLK\\Other", "Unterminated", 1, {'a', 'b', 'c'}},
         RegistryNumber("SOFTWARE\\maravel\\PLK\\Other", "Version", 0xFFFFFFFF),
-        {"SOFTWARE\\maravel\\PLK\\Full", "Text", 1, fullText},
+        {"SOFTWARE\\maravel\\PLK\\Zz", "Text", 1, fullText},
     });
     Open();
     EXPECT_EQ(CountInLog("listAdapters: AdapterZorvik"), 1);
