@@ -9,9 +9,6 @@ namespace {
 
 class CameraLife : public CameraTest
 {
-protected:
-    // Growth of memory from a point when everything has been used once.
-    static constexpr std::uint64_t kTolerance = 4 * 1024 * 1024;
 };
 
 INSTANTIATE_TEST_SUITE_P(On, CameraLife, testing::ValuesIn(BenchNames()), NameOfBench);
@@ -41,7 +38,7 @@ TEST_P(CameraLife, FreeRunLosesHardlyAnImage)
     for (const std::uint64_t step : steps)
         lost += (step + usual / 2) / usual - std::min<std::uint64_t>(1, (step + usual / 2) / usual);
     EXPECT_LE(lost, 1u);
-    EXPECT_LE(memoryAfter, memory + kTolerance);
+    EXPECT_LE(memoryAfter, memory + MemoryTolerance());
     std::printf("%d images, %llu lost, memory %+lld KiB\n", frames, static_cast<unsigned long long>(lost),
                 (static_cast<long long>(memoryAfter) - static_cast<long long>(memory)) / 1024);
 }
@@ -69,7 +66,7 @@ TEST_P(CameraLife, AdapterLoadsAndUnloadsAgainAndAgain)
     UnloadAdapter();
     const std::uint64_t memoryAfter = MemoryInUse();
     EXPECT_LE(HandlesInUse(), handles);
-    EXPECT_LE(memoryAfter, memory + kTolerance);
+    EXPECT_LE(memoryAfter, memory + MemoryTolerance());
     std::printf("%d cycles, memory %+lld KiB\n", cycles,
                 (static_cast<long long>(memoryAfter) - static_cast<long long>(memory)) / 1024);
 }
