@@ -57,9 +57,10 @@ build() {
     local preset=$1
     shift
     say "Building $preset"
+    [[ $preset != linux && $preset != linux-asan ]] || need_aravis
     local log=build/$preset.log
     mkdir -p build
-    if [[ ! -f build/$preset/build.ninja ]]; then
+    if [[ ! -f build/$preset/build.ninja || CMakePresets.json -nt build/$preset/build.ninja ]]; then
         cmake --preset "$preset" >"$log" 2>&1 || { tail -n 30 "$log" >&2; die "configuring $preset failed (see $log)."; }
     fi
     local targets=()
