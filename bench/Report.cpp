@@ -14,13 +14,29 @@ std::string Number(const char* format, double value)
     return text;
 }
 
+std::string SpreadText(const Spread& spread)
+{
+    return Number("%.2f", spread.median) + " (" + Number("%.2f", spread.lower) + " to " +
+           Number("%.2f", spread.upper) + ")";
+}
+
+// How the row came out, for people.
+const char* Verdict(const GoalRow& row, const char* pass, const char* fail)
+{
+    if (row.bound == Bound::None)
+        return "";
+    return row.met ? pass : fail;
+}
+
 bool Holds(double value, Bound bound, double limit)
 {
-    return bound == Bound::AtLeast ? value >= limit : value <= limit;
+    return bound == Bound::None || (bound == Bound::AtLeast ? value >= limit : value <= limit);
 }
 
 std::string LimitText(const GoalRow& row)
 {
+    if (row.bound == Bound::None)
+        return {};
     return std::string(row.bound == Bound::AtLeast ? ">= " : "<= ") + Number("%.6g", row.limit);
 }
 
@@ -36,10 +52,12 @@ void WriteFile(const std::string& path, const std::string& text)
 
 void Report::AddGoal(const std::string& goal, const Spread& measured, Bound bound, double limit)
 {
-    Add({goal,
-         Number("%.2f", measured.median) + " (" + Number("%.2f", measured.lower) + " to " +
-             Number("%.2f", measured.upper) + ")",
-         bound, limit, Holds(measured.median, bound, limit)});
+    Add({goal, SpreadText(measured), bound, limit, Holds(measured.median, bound, limit)});
+}
+
+void Report::AddFigure(const std::string& name, const Spread& measured)
+{
+    Add({name, SpreadText(measured), Bound::None, 0, true});
 }
 
 void Report::AddGoal(const std::string& goal, double measured, Bound bound, double limit, const char* format)
@@ -49,8 +67,8 @@ void Report::AddGoal(const std::string& goal, double measured, Bound bound, doub
 
 void Report::Add(GoalRow row)
 {
-    std::printf("%-4s  %-78s %-22s %s\n", row.met ? "pass" : "FAIL", row.goal.c_str(), row.measured.c_str(),
-                LimitText(row).c_str());
+    std::printf("%-4s  %-78s %-22s %s\n", Verdict(row, "pass", "FAIL"), row.goal.c_str(),
+                row.measured.c_str(), LimitText(row).c_str());
     std::fflush(stdout);
     goals_.push_back(std::move(row));
 }
@@ -71,7 +89,7 @@ std::string Report::Goals() const
     std::string text;
     for (const GoalRow& row : goals_)
         text += "| " + row.goal + " | " + row.measured + " | " + LimitText(row) + " | " +
-                (row.met ? "pass" : "**fail**") + " |\n";
+                Verdict(row, "pass", "**fail**") + " |\n";
     return text;
 }
 

@@ -12,7 +12,8 @@ namespace maravel::bench {
 enum class Bound
 {
     AtLeast,
-    AtMost
+    AtMost,
+    None
 };
 
 struct GoalRow
@@ -47,6 +48,9 @@ public:
     // A goal of one figure rather than of a ratio.
     void AddGoal(const std::string& goal, double measured, Bound bound, double limit,
                  const char* format = "%.2f");
+
+    // A figure that explains others and is no goal.
+    void AddFigure(const std::string& name, const Spread& measured);
 
     void AddTable(SpeedTable table);
 
