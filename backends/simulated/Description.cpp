@@ -323,6 +323,16 @@ bool ParseDescription(const std::string& text, const std::string& name, const st
         std::replace(error->begin(), error->end(), '\n', ' ');
         return false;
     };
+    // toml++ 3.3 runs into its own unreachable code on some characters in keys; nothing here needs more than
+    // ASCII.
+    toml::source_position position = {1, 1};
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) > 0x7F) {
+            return report(position, "only ASCII characters are taken here");
+        }
+        position.column = c == '\n' ? 1 : position.column + 1;
+        position.line += c == '\n' ? 1 : 0;
+    }
     try {
         ReadDescription(toml::parse(text, name), folder, cameras);
         return true;
