@@ -81,7 +81,9 @@ struct World
         std::string name = (std::filesystem::temp_directory_path() / "maravel-fuzz-XXXXXX").string();
         setenv("MARAVEL_PLATFORM_ROOT", mkdtemp(name.data()), 1);
         setenv("ZORVIK_HOME", MARAVEL_SDK, 1);
+        // Both stay loaded whatever the adapter does: the fuzzer writes into their counters.
         const HMODULE runtime = LoadLibraryA(MARAVEL_SDK "/bin/ZvkC.dll");
+        LoadLibraryA(MARAVEL_SDK "/bin/ZvkImageTransform.dll");
         const HMODULE adapter = LoadLibraryA(MARAVEL_ADAPTER);
 #define RESOLVE(result, functionName, parameters) Resolve(runtime, #functionName, functionName);
         SIM_CONTROL_FUNCTIONS(RESOLVE)
