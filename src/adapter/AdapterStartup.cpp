@@ -28,10 +28,7 @@ struct ExitRegistration
     ExitRegistration& operator=(const ExitRegistration&) = delete;
     ~ExitRegistration()
     {
-        _onexit([]() {
-            Exit();
-            return 0;
-        });
+        AtModuleExit([]() { Exit(); });
     }
 };
 

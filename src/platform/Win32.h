@@ -18,6 +18,14 @@
 inline constexpr char PathSeparator = '\\';
 inline constexpr wchar_t WidePathSeparator = L'\\';
 
+// Puts the routine on the exit list of the module that calls it: run when that module is unloaded, and at the
+// latest when the process ends. Returns 0 for success. (_onexit of the MinGW runtime is the process's list,
+// atexit is the module's.)
+inline int AtModuleExit(void (*routine)())
+{
+    return atexit(routine);
+}
+
 #else
 
 #include <cstddef>
@@ -27,6 +35,11 @@ inline constexpr wchar_t WidePathSeparator = L'\\';
 
 inline constexpr char PathSeparator = '/';
 inline constexpr wchar_t WidePathSeparator = L'/';
+
+// Puts the routine on the exit list of the module that calls it: run when that module is unloaded, and at the
+// latest when the process ends. Linked into each module, so that it knows which one that is. Returns 0 for
+// success.
+int AtModuleExit(void (*routine)());
 
 using BOOL = int;
 using BYTE = std::uint8_t;
@@ -120,11 +133,6 @@ inline constexpr int _SH_DENYNO = 0x40;
 std::FILE* _fsopen(const char* path, const char* mode, int share);
 int _fileno(std::FILE* stream);
 int _write(int file, const void* data, unsigned int size);
-
-// The exit list of the module that calls it: run when that module is unloaded, and at the latest when the
-// process ends. Linked into each module, so that it knows which one that is.
-using _onexit_t = int (*)();
-_onexit_t _onexit(_onexit_t routine);
 
 // Environment and text. Wide text is UTF-32 here, and the narrow code page is UTF-8; a byte of the
 // environment that is not UTF-8 comes back from the narrow conversion as it was.

@@ -47,10 +47,10 @@ void Sleep(DWORD milliseconds)
     }
 }
 
-_onexit_t _onexit(_onexit_t routine)
+int AtModuleExit(void (*routine)())
 {
-    const auto run = [](void* argument) { std::bit_cast<_onexit_t>(argument)(); };
-    return __cxa_atexit(run, std::bit_cast<void*>(routine), &__dso_handle) == 0 ? routine : nullptr;
+    const auto run = [](void* argument) { std::bit_cast<void (*)()>(argument)(); };
+    return __cxa_atexit(run, std::bit_cast<void*>(routine), &__dso_handle);
 }
 
 HANDLE GetCurrentProcess()
