@@ -57,6 +57,26 @@ TEST_F(AcquisitionTest, FreeRunStartsOnceAndRestartsTheCamera)
     EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=0 (Complete=0, Incomplete=0)"), 1);
 }
 
+TEST_F(AcquisitionTest, AStartAfterAStopOrAnAbandonedStartMakesTheSameCalls)
+{
+    Open();
+    ASSERT_EQ(Setup(0), 0);
+    sdk.SimClearCalls();
+    ASSERT_EQ(Start(0), 0);
+    const std::vector<std::string> first = CallNames();
+    ASSERT_EQ(Stop(0), 0);
+    sdk.SimClearCalls();
+    ASSERT_EQ(Start(0), 0);
+    EXPECT_EQ(CallNames(), first);
+    ASSERT_EQ(Stop(0), 0);
+    ExpectErrors();
+    sdk.SimFailCall("ZvkCaptureFrameQueue", 3, ZvkErrorInternalFault, 0);
+    ASSERT_EQ(Start(0), 1);
+    sdk.SimClearCalls();
+    ASSERT_EQ(Start(0), 0);
+    EXPECT_EQ(CallNames(), first);
+}
+
 TEST_F(AcquisitionTest, ManualModeFiresOneTriggerACall)
 {
     Open();

@@ -94,6 +94,26 @@ TEST_F(ConfigurationTest, TriggerModes)
     }
 }
 
+TEST_F(ConfigurationTest, TheLogNamesWhatWasSet)
+{
+    Open();
+    ASSERT_EQ(Setup(0), 0);
+    for (const char* selector : {"AcquisitionStart", "FrameStart"}) {
+        ASSERT_EQ(Channel(0).WriteValue(text(), 0, "TriggerSelector", selector), 0);
+        ASSERT_EQ(Channel(0).WriteValue(text(), 0, "TriggerSource", "Software"), 0);
+    }
+    ClearLog();
+    ASSERT_EQ(Setup(0, 1, 1), 0);
+    for (const char* line : {"SetTriggerSelector: Set to 'AcquisitionStart'", "SetTriggerMode: Set to 'Off'",
+                             "SetTriggerSelector: Set to 'FrameStart'", "SetTriggerMode: Set to 'On'",
+                             "ResetTriggerSource: Set to 'Line0'", "SetAcquisitionMode: Set to 'Continuous'",
+                             "SetTriggerActivation: Set to 'RisingEdge'"}) {
+        EXPECT_EQ(CountInLog(line), 1) << line;
+    }
+    ASSERT_EQ(Setup(0), 0);
+    EXPECT_EQ(CountInLog("SetTriggerSource: Set to 'Software'"), 1);
+}
+
 TEST_F(ConfigurationTest, ALineThatTheUserChoseStays)
 {
     Open();
