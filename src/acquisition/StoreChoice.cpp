@@ -18,7 +18,8 @@ struct Target
     std::atomic<std::uint64_t> writtenBefore; // bytes of all images up to its last one
 };
 
-// Threads may overwrite each other's entries: at worst an image is written the slower way.
+// Read and written without a lock and without locked instructions, which a small image would notice. What
+// threads overwrite of each other's entries costs at worst that an image is written the slower way.
 Target recentTargets[16];
 std::atomic<std::uint64_t> written;
 
@@ -32,10 +33,13 @@ Target& EntryFor(const void* address) noexcept
 
 StoreKind ChooseStores(const void* target, std::size_t byteCount) noexcept
 {
-    const std::uint64_t now = written.fetch_add(byteCount, std::memory_order_relaxed) + byteCount;
+    const std::uint64_t now = written.load(std::memory_order_relaxed) + byteCount;
+    written.store(now, std::memory_order_relaxed);
     Target& entry = EntryFor(target);
-    const bool known = entry.address.exchange(target, std::memory_order_relaxed) == target;
-    const std::uint64_t before = entry.writtenBefore.exchange(now, std::memory_order_relaxed);
+    const bool known = entry.address.load(std::memory_order_relaxed) == target;
+    const std::uint64_t before = entry.writtenBefore.load(std::memory_order_relaxed);
+    entry.address.store(target, std::memory_order_relaxed);
+    entry.writtenBefore.store(now, std::memory_order_relaxed);
     const bool isStillCached = known && now - before <= kStillCached;
     return byteCount < kLeastStreamed || isStillCached ? StoreKind::Cached : StoreKind::Streaming;
 }
