@@ -2,6 +2,7 @@
 #include "CameraTest.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <thread>
 
 namespace maravel::test {
@@ -21,6 +22,28 @@ protected:
         return picture;
     }
 };
+
+// The share of a picture's pixels whose colour is close to one in the first line of the other.
+double ShareOfColours(const Picture& picture, const Picture& palette)
+{
+    constexpr int tolerance = 24;
+    int known = 0;
+    int looked = 0;
+    for (int y = 4; y < picture.attributes.height - 4; y += 16)
+        for (int x = 4; x < picture.attributes.width - 4; x += 3) {
+            bool found = false;
+            for (int i = 0; i < palette.attributes.width && !found; ++i) {
+                found = true;
+                for (int plane = 0; plane < 3; ++plane) {
+                    const int seen = picture.Plane(plane)[y * picture.attributes.width + x];
+                    found &= std::abs(seen - palette.Plane(plane)[i]) <= tolerance;
+                }
+            }
+            known += found ? 1 : 0;
+            ++looked;
+        }
+    return static_cast<double>(known) / looked;
+}
 
 INSTANTIATE_TEST_SUITE_P(On, CameraAcquisition, testing::ValuesIn(BenchNames()), NameOfBench);
 
@@ -79,12 +102,24 @@ TEST_P(CameraAcquisition, SoftwareTriggerSendsOneImageEach)
 // Colour comes through the image-transform library of the SDK folder.
 TEST_P(CameraAcquisition, ColourArrivesAsThreePlanes)
 {
-    for (const char* format : {"BayerRG8", "RGB8"}) {
+    const Picture colour = FetchAs("RGB8");
+    ASSERT_EQ(colour.attributes.pixelType, PixelTypeRgbPlanes);
+    EXPECT_NE(colour.bytes, FetchAs("Mono8").bytes);
+    for (int plane = 0; plane < 3; ++plane)
+        EXPECT_TRUE(bench->SendsRamp() ? colour.IsRamp(plane) : colour.IsVaried(plane)) << "plane " << plane;
+
+    const std::vector<std::string> formats = Channel().EnumEntries("PixelFormat");
+    for (const char* format : {"BayerRG8", "BayerGR8", "BayerGB8", "BayerBG8"}) {
+        if (std::find(formats.begin(), formats.end(), format) == formats.end())
+            continue;
         const Picture picture = FetchAs(format);
         ASSERT_EQ(picture.attributes.pixelType, PixelTypeRgbPlanes) << format;
         for (int plane = 0; plane < 3; ++plane)
             EXPECT_TRUE(picture.IsVaried(plane)) << format << ", plane " << plane;
-        EXPECT_NE(picture.bytes, FetchAs("Mono8").bytes);
+        // The same rainbow, seen through the colour filter: nearly every pixel has one of its colours.
+        if (bench->SendsRamp()) {
+            EXPECT_GT(ShareOfColours(picture, colour), 0.95) << format;
+        }
     }
 }
 

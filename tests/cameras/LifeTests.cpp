@@ -1,8 +1,10 @@
 // Long runs: bounded every day, in full when the environment asks for it.
 #include "CameraTest.h"
 
-#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
 
 namespace maravel::test {
 namespace {
@@ -13,30 +15,37 @@ class CameraLife : public CameraTest
 
 INSTANTIATE_TEST_SUITE_P(On, CameraLife, testing::ValuesIn(BenchNames()), NameOfBench);
 
+// The numbers of the frames that the adapter took in, from its log. Time stamps would not do: a fake camera
+// on a busy machine leaves out frames that it never sends.
+std::vector<std::uint64_t> FrameNumbersIn(const std::string& logFile)
+{
+    std::vector<std::uint64_t> numbers;
+    std::ifstream log(logFile);
+    for (std::string line; std::getline(log, line);) {
+        const std::size_t at = line.find("FrameID=");
+        if (at != std::string::npos)
+            numbers.push_back(std::strtoull(line.c_str() + at + std::strlen("FrameID="), nullptr, 10));
+    }
+    return numbers;
+}
+
 // MARAVEL_TEST_FRAMES: how many images.
 TEST_P(CameraLife, FreeRunLosesHardlyAnImage)
 {
     const int frames = NumberFromEnvironment("MARAVEL_TEST_FRAMES", 150);
     Setup(true);
     Start();
-    std::vector<std::uint64_t> times;
     std::uint64_t memory = 0;
     for (int i = 0; i < frames && !HasFailure(); ++i) {
-        times.push_back(Fetch().attributes.timestamp);
-        if (i == 50)
+        Fetch();
+        if (i == frames / 2)
             memory = MemoryInUse();
     }
     const std::uint64_t memoryAfter = MemoryInUse();
     Stop();
-    std::vector<std::uint64_t> steps;
-    for (std::size_t i = 1; i < times.size(); ++i)
-        steps.push_back(times[i] - times[i - 1]);
-    std::vector<std::uint64_t> sorted = steps;
-    std::sort(sorted.begin(), sorted.end());
-    const std::uint64_t usual = sorted.at(sorted.size() / 2);
-    std::uint64_t lost = 0;
-    for (const std::uint64_t step : steps)
-        lost += (step + usual / 2) / usual - std::min<std::uint64_t>(1, (step + usual / 2) / usual);
+    const std::vector<std::uint64_t> numbers = FrameNumbersIn(machine.LogFile());
+    ASSERT_GE(numbers.size(), static_cast<std::size_t>(frames));
+    const std::uint64_t lost = numbers.back() - numbers.front() + 1 - numbers.size();
     EXPECT_LE(lost, 1u);
     EXPECT_LE(memoryAfter, memory + MemoryTolerance());
     std::printf("%d images, %llu lost, memory %+lld KiB\n", frames, static_cast<unsigned long long>(lost),
