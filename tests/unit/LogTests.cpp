@@ -94,7 +94,9 @@ TEST_F(LogTest, ALineIsWholeOrAbsentWhenTheLogClosesUnderIt)
                 WriteLog(1, "%s\n", "abcdefghijklmnopqrstuvwxyz");
             }
         });
-        while (Text().empty()) {
+        std::error_code notYet;
+        while (fs::file_size(machine.LogFile(), notYet) == 0) {
+            std::this_thread::yield();
         }
         CloseLog();
         const std::string text = Text();
