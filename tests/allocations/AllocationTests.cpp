@@ -40,7 +40,8 @@ protected:
             if (i == 0) {
                 Note(result);
             }
-            failures_ += result + channels[i].openResult; // after a start without cameras the list ends at once
+            failures_ +=
+                result + channels[i].openResult; // after a start without cameras the list ends at once
         }
         GuardedBuffer value(256);
         GuardedBuffer image(64 * 48 * 3);
