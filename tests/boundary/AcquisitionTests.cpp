@@ -305,6 +305,31 @@ TEST_F(AcquisitionTest, TransformFailureAtStart)
     EXPECT_EQ(Start(1), 0);
 }
 
+TEST_F(AcquisitionTest, AnImageSizeThatNoImageHasFailsTheStart)
+{
+    ExpectErrors();
+    static std::int64_t side;
+    using IntGet = ZvkError_t (*)(ZvkHandle_t, const char*, std::int64_t*);
+    const IntGet answer = [](ZvkHandle_t, const char*, std::int64_t* value) {
+        *value = side;
+        return ZvkErrorSuccess;
+    };
+    Open();
+    ASSERT_EQ(Setup(1), 0);
+    for (const std::int64_t size :
+         {std::int64_t{0}, std::int64_t{-1}, INT64_MIN, INT64_MAX, std::int64_t{1} << 31}) {
+        side = size;
+        sdk.SimReplaceEntry("ZvkFeatureIntGet", reinterpret_cast<void*>(answer));
+        EXPECT_EQ(Start(1), 1) << size;
+        EXPECT_EQ(CountInLog("AllocateVideoBuffers: ERROR. channelID=1. No memory for a converted image of " +
+                             std::to_string(size) + " x " + std::to_string(size) + " pixels."),
+                  1);
+        EXPECT_EQ(sdk.State().announcedFrames, 0u);
+    }
+    sdk.SimReplaceEntry("ZvkFeatureIntGet", nullptr);
+    EXPECT_EQ(Start(1), 0) << TextNow();
+}
+
 TEST_F(AcquisitionTest, StopFailures)
 {
     ExpectErrors();

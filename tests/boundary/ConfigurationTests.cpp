@@ -388,6 +388,20 @@ TEST_F(ConfigurationTest, ACameraWithoutOffsets)
         "SetupCommonParams: ERROR. ZvkFeatureIntSet OffsetX=16 failed. ChannelID=2. Reason=ZvkErrorNotFound (-3)");
 }
 
+TEST_F(ConfigurationTest, ACameraWithoutTriggerModeIsNotAskedForIt)
+{
+    const std::string description = std::string(kTestCameras) + "remove = [\"TriggerMode\"]\n";
+    sdk.SimSetDescription(description.c_str());
+    Open();
+    sdk.SimClearCalls();
+    EXPECT_EQ(Setup(2), 0);
+    EXPECT_EQ(TextNow(), "");
+    for (const std::string& call : sdk.Calls()) {
+        EXPECT_EQ(call.find("TriggerMode"), std::string::npos) << call;
+    }
+    EXPECT_EQ(CountInLog("SetExposureMode: Set to 'Off'"), 1);
+}
+
 TEST_F(ConfigurationTest, AClosedCameraIsOpenedOnceAndItsPacketSizeAdjusted)
 {
     ExpectErrors();

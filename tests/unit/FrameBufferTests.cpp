@@ -2,10 +2,14 @@
 #include "acquisition/FrameBuffers.h"
 #include "acquisition/FrameReception.h"
 #include "acquisition/ImageDelivery.h"
+#include "adapter/ChannelOpening.h"
 #include "support/SdkControl.h"
 #include "support/TestPlatform.h"
 
 #include <gtest/gtest.h>
+
+extern "C" std::int32_t MARAVEL_CALL GetVideoChannel(char* errorText, std::int32_t channelIndex,
+                                                     VideoChannelDescriptor* descriptor) noexcept;
 
 namespace maravel {
 
@@ -132,6 +136,30 @@ TEST(StateFromOutside, ANullFrameInTheFifoIsReportedAndStays)
         EXPECT_EQ(channel->fifo.Count(), 1u);
     }
     g_adapterData.reset();
+    g_apiAccess.reset();
+}
+
+// What a start that ran out of memory half-way leaves, and what the host is told of it.
+TEST(StateFromOutside, EveryMissingObjectHasItsOwnWords)
+{
+    char text[256] = "";
+    VideoChannelDescriptor descriptor = {};
+    {
+        const MutexLock lock(g_adapterMutex);
+        EXPECT_FALSE(InitializeVideoChannel(text, descriptor, 0));
+        EXPECT_STREQ(text, "InitializeVideoChannel: ERROR. INVALID class pointer.");
+        g_apiAccess = std::make_unique<CZorvikAPIAccess>(std::wstring());
+    }
+    EXPECT_EQ(GetVideoChannel(text, 1, &descriptor), 1);
+    EXPECT_STREQ(text, "GetVideoChannel: ERROR while loading ImageTransformLibrary.");
+    {
+        const MutexLock lock(g_adapterMutex);
+        g_imageTransformAccess = std::make_unique<CHVNImageTransformAPIAccess>(std::wstring());
+    }
+    EXPECT_EQ(GetVideoChannel(text, 1, &descriptor), 1);
+    EXPECT_STREQ(text, "GetVideoChannel: ERROR. Invalid AdapterData pointer.");
+    const MutexLock lock(g_adapterMutex);
+    g_imageTransformAccess.reset();
     g_apiAccess.reset();
 }
 
