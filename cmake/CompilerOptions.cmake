@@ -46,6 +46,9 @@ if(MARAVEL_SANITIZE)
   add_link_options(-fsanitize=${MARAVEL_SANITIZE})
 endif()
 
+# For code of which the compiler takes longer than it ever runs: tests, above all under the sanitizers.
+set(MARAVEL_UNOPTIMISED $<IF:$<CXX_COMPILER_ID:MSVC>,/Od,-O0>)
+
 # The two libraries of an SDK folder carry their Windows names on every system.
 function(maravel_sdk_library target name)
   set_target_properties(${target} PROPERTIES

@@ -37,7 +37,7 @@ void RunSession(SimulatedLibrary& sim, Arrivals* arrivals, bool tidy)
 TEST(LifeTest, LoadingOftenLeavesNothingBehind)
 {
     constexpr int warmUp = 20;
-    constexpr int rounds = 500;
+    constexpr int rounds = 150;
     ProcessUse before{};
     for (int round = 0; round < warmUp + rounds; ++round) {
         if (round == warmUp)
