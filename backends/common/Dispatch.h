@@ -1,7 +1,7 @@
 // The exported side of a library that serves one of the SDK's entry-point lists. In one source file:
 //
 //     struct Served { ZVK_RUNTIME_ENTRY_POINTS(MARAVEL_ENTRY_MEMBER) };    // usually in a header
-//     MARAVEL_SERVE_ENTRY_POINTS(ZVK_RUNTIME_ENTRY_POINTS, Served)
+//     MARAVEL_SERVE_ENTRY_POINTS(ZVK_RUNTIME_ENTRY_POINTS, Served, CallRingSize)
 //
 // declares the implementations as static members, so that a wrong signature does not compile, and defines the
 // exported functions. Each records its call, fails it when told to, or forwards it to a replacement or to the
@@ -156,7 +156,7 @@ private:
     Function implementation_;
 };
 
-// How many calls a library's record keeps.
+// How many calls a library's record keeps where tests read it.
 inline constexpr std::size_t CallRingSize = 10000;
 
 } // namespace maravel::backend
@@ -172,7 +172,7 @@ inline constexpr std::size_t CallRingSize = 10000;
                                               &ServedEntryPoints::name) ZVK_ARGUMENTS_##name;                \
     }
 
-#define MARAVEL_SERVE_ENTRY_POINTS(LIST, SERVED)                                                             \
+#define MARAVEL_SERVE_ENTRY_POINTS(LIST, SERVED, KEPT)                                                       \
     using ServedEntryPoints = SERVED;                                                                        \
     struct EntryIndexes                                                                                      \
     {                                                                                                        \
@@ -184,7 +184,7 @@ inline constexpr std::size_t CallRingSize = 10000;
     static_assert(EntryIndexes::Count <= ::maravel::backend::CallControl::MaxEntries);                       \
     static constexpr ::maravel::backend::EntryDescription g_entryPointNames[] = {                            \
         LIST(MARAVEL_ENTRY_DESCRIPTION)};                                                                    \
-    static ::maravel::backend::CallRecord g_callRing[::maravel::backend::CallRingSize];                      \
+    static ::maravel::backend::CallRecord g_callRing[KEPT];                                                  \
     static constinit ::maravel::backend::CallControl g_entryPointCalls{                                      \
         g_entryPointNames, EntryIndexes::Count, g_callRing, std::size(g_callRing)};                          \
     LIST(MARAVEL_ENTRY_EXPORT)                                                                               \

@@ -6,7 +6,7 @@
 
 namespace maravel::imagetransform {
 
-MARAVEL_SERVE_ENTRY_POINTS(ZVK_IMAGE_TRANSFORM_ENTRY_POINTS, ImageTransform)
+MARAVEL_SERVE_ENTRY_POINTS(ZVK_IMAGE_TRANSFORM_ENTRY_POINTS, ImageTransform, 256)
 
 } // namespace maravel::imagetransform
 

@@ -11,7 +11,7 @@
 
 namespace maravel::simulated {
 
-MARAVEL_SERVE_ENTRY_POINTS(ZVK_RUNTIME_ENTRY_POINTS, SimulatedRuntime)
+MARAVEL_SERVE_ENTRY_POINTS(ZVK_RUNTIME_ENTRY_POINTS, SimulatedRuntime, backend::CallRingSize)
 
 namespace {
 
