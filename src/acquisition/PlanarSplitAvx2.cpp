@@ -1,3 +1,4 @@
+#include "acquisition/ByteTable.h"
 #include "acquisition/PlanarSplitKernels.h"
 
 #include <immintrin.h>
@@ -10,19 +11,13 @@ namespace {
 constexpr std::size_t kLane = 16;
 constexpr std::size_t kWidth = 2 * kLane;
 
-alignas(kWidth) constexpr std::uint8_t kPositions1[kWidth] = {0, 255, 0,   0, 255, 0, 0,   255, 0, 0,   255,
-                                                              0, 0,   255, 0, 0,   0, 255, 0,   0, 255, 0,
-                                                              0, 255, 0,   0, 255, 0, 0,   255, 0, 0};
-alignas(kWidth) constexpr std::uint8_t kPositions2[kWidth] = {0,   0, 255, 0,   0, 255, 0, 0,   255, 0, 0,
-                                                              255, 0, 0,   255, 0, 0,   0, 255, 0,   0, 255,
-                                                              0,   0, 255, 0,   0, 255, 0, 0,   255, 0};
-alignas(kWidth) constexpr std::uint8_t kIndices[kWidth] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9, 10,
-                                                           11, 12, 13, 14, 15, 0,  1,  2,  3,  4, 5,
-                                                           6,  7,  8,  9,  10, 11, 12, 13, 14, 15};
+constexpr auto kPositions1 = PositionsModulo3<kWidth, kLane>(1);
+constexpr auto kPositions2 = PositionsModulo3<kWidth, kLane>(2);
+constexpr auto kIndices = PositionsTimes<kWidth, kLane>(1);
 
-__m256i Load(const std::uint8_t* bytes) noexcept
+__m256i Load(const ByteTable<kWidth>& table) noexcept
 {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+    return _mm256_load_si256(reinterpret_cast<const __m256i*>(table.bytes));
 }
 
 __m256i LoadLanes(const std::uint8_t* rgb) noexcept

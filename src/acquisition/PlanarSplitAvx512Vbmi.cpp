@@ -1,3 +1,4 @@
+#include "acquisition/ByteTable.h"
 #include "acquisition/PlanarSplitKernels.h"
 
 #include <immintrin.h>
@@ -11,11 +12,7 @@ constexpr std::size_t kWidth = 64; // a vector and a cache line
 constexpr __mmask64 kPositions1 = 0x2492492492492492;
 constexpr __mmask64 kPositions2 = 0x4924924924924924;
 
-alignas(kWidth) constexpr std::uint8_t kMultiplesOf3[kWidth] = {
-    0,   3,   6,   9,   12,  15,  18,  21,  24,  27,  30,  33,  36,  39,  42,  45,
-    48,  51,  54,  57,  60,  63,  66,  69,  72,  75,  78,  81,  84,  87,  90,  93,
-    96,  99,  102, 105, 108, 111, 114, 117, 120, 123, 126, 129, 132, 135, 138, 141,
-    144, 147, 150, 153, 156, 159, 162, 165, 168, 171, 174, 177, 180, 183, 186, 189};
+constexpr auto kMultiplesOf3 = PositionsTimes<kWidth>(3);
 
 constexpr __mmask8 kAllQuads = 0xFF;
 
@@ -41,7 +38,7 @@ std::size_t PixelsBeforeLine(const std::uint8_t* plane) noexcept
 // Where in a step's vector the pixels of a line stand, the line beginning `head` pixels into the step.
 __m512i Order(unsigned colour, std::size_t head) noexcept
 {
-    const __m512i position = _mm512_add_epi8(_mm512_load_si512(kMultiplesOf3),
+    const __m512i position = _mm512_add_epi8(_mm512_load_si512(kMultiplesOf3.bytes),
                                              _mm512_set1_epi8(static_cast<char>(3 * head + colour)));
     return _mm512_and_si512(position, _mm512_set1_epi8(kWidth - 1));
 }

@@ -1,3 +1,4 @@
+#include "acquisition/ByteTable.h"
 #include "acquisition/PlanarSplitKernels.h"
 
 #include <immintrin.h>
@@ -7,12 +8,14 @@ namespace {
 
 constexpr std::size_t kWidth = 16;
 
-alignas(kWidth) constexpr std::uint8_t kPositions1[kWidth] = {0, 255, 0,   0, 255, 0,   0, 255,
-                                                              0, 0,   255, 0, 0,   255, 0, 0};
-alignas(kWidth) constexpr std::uint8_t kPositions2[kWidth] = {0,   0, 255, 0,   0, 255, 0,   0,
-                                                              255, 0, 0,   255, 0, 0,   255, 0};
-alignas(kWidth) constexpr std::uint8_t kMultiplesOf3[kWidth] = {0,  3,  6,  9,  12, 15, 18, 21,
-                                                                24, 27, 30, 33, 36, 39, 42, 45};
+constexpr auto kPositions1 = PositionsModulo3<kWidth>(1);
+constexpr auto kPositions2 = PositionsModulo3<kWidth>(2);
+constexpr auto kMultiplesOf3 = PositionsTimes<kWidth>(3);
+
+__m128i Load(const ByteTable<kWidth>& table) noexcept
+{
+    return _mm_load_si128(reinterpret_cast<const __m128i*>(table.bytes));
+}
 
 __m128i Load(const std::uint8_t* bytes) noexcept
 {
