@@ -1,0 +1,127 @@
+// One whole session, word by word: what the log says of it (Session.log) and what the SDK is asked for
+// (Session.calls). MARAVEL_TEST_REWRITE=1 writes both files anew, beside the program; read them before use.
+#include "boundary/AdapterTest.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+
+namespace maravel::test {
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+Lines ReadLines(const std::string& file)
+{
+    Lines lines;
+    std::ifstream stream(file);
+    for (std::string line; std::getline(stream, line);) {
+        std::erase(line, '\r');
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+class SessionTest : public AdapterTest
+{
+protected:
+    SessionTest()
+    {
+        Open();
+        EXPECT_EQ(Setup(2), 0);
+        EXPECT_EQ(Setup(1, 0, 0), 0);
+        EXPECT_EQ(Setup(1, 0, 1), 0);
+        EXPECT_EQ(Setup(1, 1, 1), 0);
+        EXPECT_EQ(Setup(1), 0);
+        WorkWithFeatures();
+        EXPECT_EQ(Start(1), 0);
+        DeliverFrames(1);
+        Fetch(1, std::size_t{32} * 16 * 3);
+        EXPECT_EQ(Stop(1), 0);
+        EXPECT_EQ(Release(0), 0);
+        UnloadAdapter();
+    }
+
+    void WorkWithFeatures()
+    {
+        const std::pair<const char*, const char*> values[] = {
+            {"Width", "32"},          {"Gain", "1.5"},       {"GainAuto", "Off"},
+            {"DeviceUserID", "here"}, {"ReverseX", "False"},
+        };
+        char value[256];
+        for (const auto& [name, text] : values) {
+            EXPECT_EQ(Channel(1).ReadValue(this->text(), 1, name, value), 0) << name;
+            EXPECT_EQ(Channel(1).WriteValue(this->text(), 1, name, text), 0) << name;
+        }
+        EXPECT_EQ(Channel(1).ExecuteCommand(text(), 1, "TriggerSoftware"), 0);
+        char entry[256];
+        EXPECT_EQ(Channel(1).GetValidEnum(text(), 1, "GainAuto", 0, entry), 0);
+    }
+
+    // Where the machine or the run speaks, a name in angle brackets; repeated lines once, with their number.
+    Lines Masked(const Lines& lines) const
+    {
+        static const std::pair<std::regex, const char*> masks[] = {
+            {std::regex("(Calling process: ).*boundary_tests(?:\\.exe)?"), "$1<program>"},
+            {std::regex("(Adapter version: V\\d+\\.\\d+\\.\\d+\\.)\\d+"), "$1<revision>"},
+            {std::regex("(as admin: )\\d"), "$1<admin>"},
+            {std::regex("(Camera[:=] ?)[0-9A-Fx]+"), "$1<handle>"},
+            {std::regex("(timestamp=)\\d+"), "$1<time>"},
+            {std::regex("(Frame(?:Announce|Queue)\\(camera \\d, )\\w+"), "$1<frame>"},
+        };
+        Lines masked;
+        std::vector<int> times;
+        for (std::string line : lines) {
+            if (const std::size_t at = line.find(SdkFolder()); at != std::string::npos) {
+                line.replace(at, SdkFolder().size(), "<sdk>");
+            }
+            for (const auto& [mask, name] : masks) {
+                line = std::regex_replace(line, mask, name);
+            }
+            if (masked.empty() || line != masked.back()) {
+                masked.push_back(line);
+                times.push_back(0);
+            }
+            ++times.back();
+        }
+        for (std::size_t i = 0; i < masked.size(); ++i) {
+            if (times[i] > 1) {
+                masked[i] += " (" + std::to_string(times[i]) + " times)";
+            }
+        }
+        return masked;
+    }
+
+    void ExpectAsWritten(const Lines& lines, const std::string& name) const
+    {
+        const std::string file = ExecutableFolder() + PathSeparator + name;
+        const Lines masked = Masked(lines);
+        if (std::getenv("MARAVEL_TEST_REWRITE") != nullptr) {
+            std::ofstream stream(file);
+            for (const std::string& line : masked) {
+                stream << line << '\n';
+            }
+        }
+        const Lines expected = ReadLines(file);
+        ASSERT_FALSE(expected.empty()) << file;
+        for (std::size_t i = 0; i < std::max(masked.size(), expected.size()); ++i) {
+            ASSERT_EQ(i < masked.size() ? masked[i] : "(end)", i < expected.size() ? expected[i] : "(end)")
+                << name << ", line " << i + 1;
+        }
+    }
+};
+
+TEST_F(SessionTest, TheLogTellsIt)
+{
+    ExpectAsWritten(Log(), "Session.log");
+}
+
+TEST_F(SessionTest, TheSdkIsAskedForNothingElse)
+{
+    ExpectAsWritten(sdk.Calls(), "Session.calls");
+}
+
+} // namespace
+
+} // namespace maravel::test
