@@ -71,6 +71,9 @@ struct LogObstacle
 };
 std::vector<LogObstacle> LogObstacles();
 
+// Gives this process a locale that writes numbers with a decimal comma; false where there is none.
+bool UseDecimalComma();
+
 // Runs a program of this folder to its end and returns its exit code; -1 when it was ended by a signal or did
 // not end within a minute.
 int RunProgram(const std::string& program, const std::vector<std::string>& arguments);

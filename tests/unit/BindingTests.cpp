@@ -88,7 +88,7 @@ TEST_F(BindingTest, EveryMissingEntryPointMakesTheBindingInvalid)
         EXPECT_EQ(asked, static_cast<int>(i) + 1) << "later ones are not looked up";
         EXPECT_EQ(SetEntries<RuntimeEntryPoints>(access), i);
         EXPECT_EQ(access.GetVersion().major != 0, i != 0) << name;
-        EXPECT_NE(Log().find(std::string("CZorvikAPIAccess::AssignProcAddress: Could not find ") + name),
+        EXPECT_NE(Log().find(std::string("] CZorvikAPIAccess::AssignProcAddress: Could not find ") + name),
                   std::string::npos);
         ++i;
     }
@@ -103,7 +103,8 @@ TEST_F(BindingTest, EveryMissingEntryPointMakesTheBindingInvalid)
         EXPECT_EQ(SetEntries<ImageTransformEntryPoints>(access), i);
         EXPECT_EQ(access.GetVersion().major != 0, i != 0) << name;
         EXPECT_NE(
-            Log().find(std::string("CHVNImageTransformAPIAccess::AssignProcAddress: Could not find ") + name),
+            Log().find(std::string("] CHVNImageTransformAPIAccess::AssignProcAddress: Could not find ") +
+                       name),
             std::string::npos);
         ++i;
     }
@@ -150,6 +151,13 @@ TEST_F(BindingTest, ALibraryThatDoesNotLoad)
         EXPECT_EQ(access.GetVersion().major, 0u);
     }
     EXPECT_EQ(asked, 0);
+}
+
+TEST_F(BindingTest, APathThatNoFileFunctionTakesIsNone)
+{
+    EXPECT_EQ(NarrowPath(L"x"), "x");
+    EXPECT_EQ(NarrowPath(L"/a/path with blanks"), "/a/path with blanks");
+    EXPECT_EQ(NarrowPath({L'a', static_cast<wchar_t>(0xD800), L'b'}), "") << "half a character";
 }
 
 TEST_F(BindingTest, TheSdkFolderIsTakenAsItStands)

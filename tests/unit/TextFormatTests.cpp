@@ -1,5 +1,6 @@
 #include "diag/ErrorText.h"
 #include "diag/TextFormat.h"
+#include "support/TestPlatform.h"
 
 #include <cfloat>
 #include <cmath>
@@ -28,6 +29,7 @@ namespace {
 TEST(TextFormat, PrintsLikeTheCLibrary)
 {
     EXPECT_AS_PRINTF("plain");
+    EXPECT_AS_PRINTF("%dl of %slight, %ull, %12d|%012X", 5, "sun", 7u, -3, 0xABCu);
     EXPECT_AS_PRINTF("100%% of %s: '%s'", "GetImage", "");
     for (const int value : {0, 1, -1, 9, 10, 123456789, INT_MAX, INT_MIN}) {
         EXPECT_AS_PRINTF("%d|%u|0x%08X|%X|%02d|%03d|%05u|%4d", value, static_cast<unsigned>(value),
@@ -42,6 +44,21 @@ TEST(TextFormat, PrintsLikeTheCLibrary)
           DBL_MIN, static_cast<double>(INFINITY), -static_cast<double>(INFINITY)}) {
         EXPECT_AS_PRINTF("%f", value);
     }
+}
+
+TEST(TextFormat, TheHostsLocaleIsNotHeard)
+{
+    if (!test::UseDecimalComma()) {
+        GTEST_SKIP() << "no locale with a decimal comma on this machine";
+    }
+    const std::pair<double, const char*> rows[] = {
+        {0.5, "0.500000"}, {-12.75, "-12.750000"}, {1e15, "1000000000000000.000000"}};
+    for (const auto& [value, expected] : rows) {
+        char text[64];
+        FormatTextInto(text, sizeof text, "%f", value);
+        EXPECT_STREQ(text, expected);
+    }
+    std::setlocale(LC_ALL, "C");
 }
 
 TEST(TextFormat, CutsAtTheEndOfTheBuffer)

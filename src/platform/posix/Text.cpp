@@ -23,10 +23,14 @@ DWORD GetEnvironmentVariableW(const wchar_t* name, wchar_t* buffer, DWORD size)
     return static_cast<DWORD>(wide.size());
 }
 
-int WideCharToMultiByte(UINT, DWORD, const wchar_t* wide, int wideLength, char* narrow, int narrowSize,
+int WideCharToMultiByte(UINT, DWORD flags, const wchar_t* wide, int wideLength, char* narrow, int narrowSize,
                         const char*, BOOL* usedDefaultChar)
 {
     const std::size_t length = wideLength < 0 ? std::wcslen(wide) + 1 : static_cast<std::size_t>(wideLength);
+    if ((flags & WC_ERR_INVALID_CHARS) != 0 && !maravel::posix::IsText({wide, length})) {
+        SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+        return 0;
+    }
     const std::string text = maravel::posix::NarrowText({wide, length});
     if (usedDefaultChar != nullptr) {
         *usedDefaultChar = FALSE;

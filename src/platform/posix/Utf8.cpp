@@ -1,5 +1,6 @@
 #include "platform/posix/Utf8.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace maravel::posix {
@@ -7,6 +8,16 @@ namespace maravel::posix {
 namespace {
 
 constexpr char32_t kEscapedByte = 0xDC00;
+
+bool IsEscapedByte(char32_t character)
+{
+    return character >= kEscapedByte + 0x80 && character <= kEscapedByte + 0xFF;
+}
+
+bool IsCharacter(char32_t character)
+{
+    return character <= 0x10FFFF && (character < 0xD800 || character > 0xDFFF);
+}
 
 // Length of the valid UTF-8 sequence at the start of the text, or 0.
 std::size_t DecodeOne(std::string_view text, char32_t& character)
@@ -30,8 +41,7 @@ std::size_t DecodeOne(std::string_view text, char32_t& character)
         character = (character << 6) | (byte(i) & 0x3Fu);
     }
     const bool overlong = (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
-    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    return overlong || surrogate || character > 0x10FFFF ? 0 : length;
+    return overlong || !IsCharacter(character) ? 0 : length;
 }
 
 } // namespace
@@ -53,13 +63,21 @@ std::wstring WideText(std::string_view narrow)
     return wide;
 }
 
+bool IsText(std::wstring_view wide)
+{
+    return std::all_of(wide.begin(), wide.end(), [](wchar_t unit) {
+        const auto character = static_cast<char32_t>(unit);
+        return IsEscapedByte(character) || IsCharacter(character);
+    });
+}
+
 std::string NarrowText(std::wstring_view wide)
 {
     std::string narrow;
     narrow.reserve(wide.size());
     for (const wchar_t unit : wide) {
         const auto character = static_cast<char32_t>(unit);
-        if (character >= kEscapedByte + 0x80 && character <= kEscapedByte + 0xFF) {
+        if (IsEscapedByte(character)) {
             narrow.push_back(static_cast<char>(character - kEscapedByte));
         }
         else {
@@ -71,7 +89,7 @@ std::string NarrowText(std::wstring_view wide)
 
 void AppendUtf8(std::string& text, char32_t character)
 {
-    if ((character >= 0xD800 && character <= 0xDFFF) || character > 0x10FFFF) {
+    if (!IsCharacter(character)) {
         character = 0xFFFD;
     }
     const auto put = [&](char32_t byte) {

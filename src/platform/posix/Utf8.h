@@ -9,6 +9,9 @@ namespace maravel::posix {
 
 std::wstring WideText(std::string_view narrow);
 
+// Whether all of it is characters, or bytes that came through WideText.
+bool IsText(std::wstring_view wide);
+
 std::string NarrowText(std::wstring_view wide);
 
 // Appends the character as UTF-8; a surrogate or a value above U+10FFFF appends U+FFFD.

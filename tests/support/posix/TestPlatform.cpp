@@ -1,5 +1,6 @@
 #include "support/TestPlatform.h"
 
+#include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -138,6 +139,13 @@ std::vector<LogObstacle> LogObstacles()
              return [old] { setrlimit(RLIMIT_FSIZE, &old); };
          }},
     };
+}
+
+bool UseDecimalComma()
+{
+    // The build makes one, for the many systems that are set up without.
+    setenv("LOCPATH", MARAVEL_LOCALES, 1);
+    return std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
 }
 
 int RunProgram(const std::string& program, const std::vector<std::string>& arguments)

@@ -2,6 +2,7 @@
 
 #include "platform/Win32.h"
 
+#include <clocale>
 #include <filesystem>
 #include <fstream>
 #include <psapi.h>
@@ -124,6 +125,11 @@ std::vector<LogObstacle> LogObstacles()
              return [file = machine.LogFile()] { SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_NORMAL); };
          }},
     };
+}
+
+bool UseDecimalComma()
+{
+    return std::setlocale(LC_ALL, "German_Germany.1252") != nullptr;
 }
 
 int RunProgram(const std::string& program, const std::vector<std::string>& arguments)
