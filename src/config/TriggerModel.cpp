@@ -31,10 +31,7 @@ std::optional<FileVersion> ReadFileVersion(const char* path, DWORD size)
     }
     VS_FIXEDFILEINFO info;
     std::memcpy(&info, fixed, sizeof info);
-    const auto high = [](DWORD pair) { return static_cast<std::uint16_t>(pair >> 16); };
-    const auto low = [](DWORD pair) { return static_cast<std::uint16_t>(pair & 0xFFFF); };
-    return FileVersion{high(info.dwFileVersionMS), low(info.dwFileVersionMS), high(info.dwFileVersionLS),
-                       low(info.dwFileVersionLS)};
+    return UnpackFileVersion(info.dwFileVersionMS, info.dwFileVersionLS);
 }
 
 const char* FileNameOf(const char* path)
@@ -66,6 +63,13 @@ bool DecideTriggerModel(const char* path)
 }
 
 } // namespace
+
+FileVersion UnpackFileVersion(std::uint32_t mostSignificant, std::uint32_t leastSignificant)
+{
+    const auto high = [](std::uint32_t pair) { return static_cast<std::uint16_t>(pair >> 16); };
+    const auto low = [](std::uint32_t pair) { return static_cast<std::uint16_t>(pair & 0xFFFF); };
+    return {high(mostSignificant), low(mostSignificant), high(leastSignificant), low(leastSignificant)};
+}
 
 bool UsesNewTriggerModel(const FileVersion& version)
 {

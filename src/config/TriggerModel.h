@@ -8,6 +8,9 @@ namespace maravel {
 // Major, minor, build, revision.
 using FileVersion = std::array<std::uint16_t, 4>;
 
+// From the two halves of a version resource, two 16-bit numbers each.
+FileVersion UnpackFileVersion(std::uint32_t mostSignificant, std::uint32_t leastSignificant);
+
 // True for hosts that work with the new trigger model: version 2.3.0.14 and later.
 bool UsesNewTriggerModel(const FileVersion& version);
 

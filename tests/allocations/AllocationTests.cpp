@@ -82,6 +82,15 @@ protected:
     int failures_ = 0;
 };
 
+TEST_F(AllocationTest, NothingIsKept)
+{
+    UseEverything();
+    const std::int64_t alive = allocationsAlive_();
+    UseEverything();
+    EXPECT_EQ(failures_, 0);
+    EXPECT_EQ(allocationsAlive_(), alive);
+}
+
 TEST_F(AllocationTest, EveryAllocationMayFail)
 {
     failAllocation_(0, false);

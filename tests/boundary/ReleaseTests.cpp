@@ -185,6 +185,19 @@ TEST_F(ReleaseTest, FailuresAreLoggedAndDoNotStopTheSequence)
     EXPECT_EQ(sdk.State().started, 0u);
 }
 
+TEST_F(ReleaseTest, ACameraThatDoesNotCloseCanStreamAgain)
+{
+    ExpectErrors();
+    Stream(1);
+    ASSERT_EQ(Setup(0), 0);
+    const SimFault fault = {"ZvkCameraClose", 1, -1, 0};
+    sdk.SimFailCalls(&fault, 1);
+    EXPECT_EQ(Release(1), 0);
+    EXPECT_EQ(Start(1), 0) << TextNow();
+    DeliverFrames(1);
+    Fetch(1, std::size_t{32} * 16 * 3);
+}
+
 TEST_F(ReleaseTest, UnloadingClosesEveryCameraInOrder)
 {
     Stream(1);

@@ -17,4 +17,9 @@ TEST(TriggerModel, NewFrom2_3_0_14)
     }
 }
 
+TEST(TriggerModel, VersionsAreFourNumbersOf16Bits)
+{
+    EXPECT_EQ(UnpackFileVersion(0xFFFE0003, 0x0004FFF5), (FileVersion{0xFFFE, 3, 4, 0xFFF5}));
+}
+
 } // namespace maravel

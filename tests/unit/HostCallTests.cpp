@@ -1,0 +1,31 @@
+#include "adapter/HostCall.h"
+#include "support/TestPlatform.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace maravel {
+
+TEST(HostCall, WhateverIsThrownBecomesAText)
+{
+    test::PrivateMachine machine;
+    InitLog();
+    const std::pair<void (*)(), const char*> rows[] = {
+        {[] { throw std::bad_alloc(); }, "Work: ERROR. Out of memory."},
+        {[] { throw std::length_error("too long"); }, "Work: ERROR. Unexpected failure: too long"},
+        {[] { throw 5; }, "Work: ERROR. Unexpected failure."},
+    };
+    for (const auto& [fail, expected] : rows) {
+        char text[MARAVEL_TEXT_SIZE] = "";
+        EXPECT_EQ(GuardedCall(7, "Work", text,
+                              [fail]() -> std::int32_t {
+                                  fail();
+                                  return MARAVEL_SUCCESS;
+                              }),
+                  MARAVEL_FAILURE);
+        EXPECT_STREQ(text, expected);
+    }
+    CloseLog();
+}
+
+} // namespace maravel
