@@ -113,7 +113,7 @@ TEST_F(DeliveryTest, WithNothingToDeliverBothAnswerPending)
     EXPECT_EQ(Fetch(0, 16, 0, ImageStatusPending), std::vector<unsigned char>(16, 0xA5));
     Fetch(0, 16, 0, ImageStatusPending);
     // The message has no line end of its own.
-    EXPECT_NE(LogText().find("GetImage: ERRIR, FIFO empty, pending.["), std::string::npos);
+    EXPECT_NE(LogText().find("] GetImage: ERRIR, FIFO empty, pending.["), std::string::npos);
     EXPECT_EQ(TextNow(), "");
 }
 

@@ -265,7 +265,7 @@ TEST_F(OpeningTest, PacketSizeIsNegotiatedWhereTheStreamCan)
     ASSERT_EQ(GetVideoChannel(0, descriptor.Get()), 0);
     EXPECT_EQ(CountInLog("GigEAdjustPacketSize: ERROR. Timeout exceeded. Feature='GVSPAdjustPacketSize'."),
               1);
-    EXPECT_NE(LogText().find("GigEAdjustPacketSize: GVSPAdjustPacketSize set to "), std::string::npos);
+    EXPECT_NE(LogText().find("] GigEAdjustPacketSize: GVSPAdjustPacketSize set to "), std::string::npos);
     EXPECT_EQ(descriptor->openResult, 0);
     const auto polls = sdk.SimCallCount("ZvkFeatureCommandIsDone");
     EXPECT_GE(polls, 5u);
