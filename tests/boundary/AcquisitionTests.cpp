@@ -373,7 +373,27 @@ TEST_F(AcquisitionTest, StopFailures)
                   1);
         EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
         EXPECT_EQ(Start(0), 0) << TextNow();
+        ClearLog();
+        EXPECT_EQ(Stop(0), 0);
+        EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=0 (Complete=0, Incomplete=0)"), 1);
     }
+}
+
+TEST_F(AcquisitionTest, WhatAFailedStartLeftIsTakenBackOrTheNextOneFails)
+{
+    ExpectErrors();
+    Open();
+    ASSERT_EQ(Setup(0), 0);
+    const SimFault faults[] = {{"ZvkCaptureFrameQueue", 1, -1, 0}, {"ZvkCaptureEnd", 1, -1, 0}};
+    sdk.SimFailCalls(faults, 2);
+    EXPECT_EQ(Start(0), 1);
+    sdk.SimFailCall("ZvkCaptureEnd", 1, -1, 0);
+    EXPECT_EQ(Start(0), 1);
+    EXPECT_EQ(TextNow(),
+              "StartAcquisition: ERROR. Frames of an earlier start cannot be taken back. ChannelID=0.");
+    EXPECT_EQ(Start(0), 0) << TextNow();
+    DeliverFrames(0);
+    Fetch(0, std::size_t{64} * 48);
 }
 
 TEST_F(AcquisitionTest, AStopBeforeAnyStart)

@@ -193,7 +193,9 @@ TEST_F(ReleaseTest, ACameraThatDoesNotCloseCanStreamAgain)
     const SimFault fault = {"ZvkCameraClose", 1, -1, 0};
     sdk.SimFailCalls(&fault, 1);
     EXPECT_EQ(Release(1), 0);
+    sdk.SimClearCalls();
     EXPECT_EQ(Start(1), 0) << TextNow();
+    EXPECT_EQ(sdk.SimCallCount("ZvkFrameRevokeAll"), 0u) << "nothing was left to take back";
     DeliverFrames(1);
     Fetch(1, std::size_t{32} * 16 * 3);
 }

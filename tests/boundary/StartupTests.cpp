@@ -43,6 +43,17 @@ protected:
     }
 };
 
+TEST_F(StartupTest, TheProgramsVersionDecidesTheTriggerModel)
+{
+    if (!ClaimProgramVersion("2.3.0.14")) {
+        GTEST_SKIP() << "a program has the version that it was built with";
+    }
+    Open();
+    ClaimProgramVersion("");
+    EXPECT_EQ(CountInLog("CheckTriggerModel: boundary_tests version: 2.3.0.14"), 1);
+    EXPECT_EQ(CountInLog("CheckTriggerModel: Using new trigger model."), 1);
+}
+
 TEST_F(StartupTest, EveryLineCarriesTimeAndSourceLine)
 {
     Open();

@@ -71,6 +71,9 @@ struct LogObstacle
 };
 std::vector<LogObstacle> LogObstacles();
 
+// Has this program appear in that version, in none when empty; false where that cannot be.
+bool ClaimProgramVersion(const std::string& version);
+
 // Gives this process a locale that writes numbers with a decimal comma; false where there is none.
 bool UseDecimalComma();
 

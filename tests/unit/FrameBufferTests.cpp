@@ -3,10 +3,13 @@
 #include "acquisition/FrameReception.h"
 #include "acquisition/ImageDelivery.h"
 #include "adapter/ChannelOpening.h"
+#include "diag/Log.h"
 #include "support/SdkControl.h"
 #include "support/TestPlatform.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 
 extern "C" std::int32_t MARAVEL_CALL GetVideoChannel(char* errorText, std::int32_t channelIndex,
                                                      VideoChannelDescriptor* descriptor) noexcept;
@@ -84,8 +87,14 @@ TEST_F(StateTest, FrameRecordsFollowThePayload)
 
 TEST_F(StateTest, MissingObjectsAreNoticed)
 {
+    test::PrivateMachine machine;
+    InitLog();
     g_imageTransformAccess.reset();
     EXPECT_FALSE(AllocateVideoBuffers(0));
+    CloseLog();
+    std::ifstream log(machine.LogFile());
+    const std::string text{std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>()};
+    EXPECT_NE(text.find("] AllocateVideoBuffers: ERROR. Invalid class pointer."), std::string::npos) << text;
     g_adapterData->Alloc(2); // without a Free in between
     EXPECT_EQ(g_adapterData->cameraCount, 2u);
     g_adapterData->Free();

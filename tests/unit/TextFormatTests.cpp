@@ -29,7 +29,7 @@ namespace {
 TEST(TextFormat, PrintsLikeTheCLibrary)
 {
     EXPECT_AS_PRINTF("plain");
-    EXPECT_AS_PRINTF("%dl of %slight, %ull, %12d|%012X", 5, "sun", 7u, -3, 0xABCu);
+    EXPECT_AS_PRINTF("%dl of %slight, %ull, %12d|%10d|%012X", 5, "sun", 7u, -3, -3, 0xABCu);
     EXPECT_AS_PRINTF("100%% of %s: '%s'", "GetImage", "");
     for (const int value : {0, 1, -1, 9, 10, 123456789, INT_MAX, INT_MIN}) {
         EXPECT_AS_PRINTF("%d|%u|0x%08X|%X|%02d|%03d|%05u|%4d", value, static_cast<unsigned>(value),

@@ -141,6 +141,12 @@ std::vector<LogObstacle> LogObstacles()
     };
 }
 
+bool ClaimProgramVersion(const std::string& version)
+{
+    SetEnvironment("MARAVEL_PROGRAM_VERSION", version);
+    return true;
+}
+
 bool UseDecimalComma()
 {
     // The build makes one, for the many systems that are set up without.

@@ -127,6 +127,11 @@ std::vector<LogObstacle> LogObstacles()
     };
 }
 
+bool ClaimProgramVersion(const std::string&)
+{
+    return false;
+}
+
 bool UseDecimalComma()
 {
     return std::setlocale(LC_ALL, "German_Germany.1252") != nullptr;
