@@ -133,8 +133,9 @@ TEST_F(AcquisitionTest, APayloadThatChangesWhileCapturingIsRefused)
     sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(answer));
     EXPECT_EQ(Start(0), 1);
     EXPECT_EQ(TextNow(), "StartAcquisition: ERROR. AllocVideoBuffers failed.");
-    EXPECT_NE(LogText().find("Payload size changed from 3072 to 5000 bytes while capturing"),
-              std::string::npos);
+    EXPECT_EQ(CountInLog("AllocateVideoBuffers: ERROR. channelID=0. Payload size changed from 3072 to 5000 "
+                         "bytes while capturing. Stop first."),
+              1);
     DeliverFrames(0);
     EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady));
     payload = 0;

@@ -206,10 +206,10 @@ TEST_F(StartupTest, AnSdkThatRefusesToStartIsReportedInTheLog)
     sdk.SimFailCall("ZvkStartup", 1, -16, 0);
     EXPECT_EQ(StartWithoutChannel(), 1);
     EXPECT_EQ(TextNow(), "");
-    EXPECT_TRUE(std::regex_search(
-        LogText(),
-        std::regex(
-            R"(InitializeAdapter: FAILED\. Reason=ZvkErrorNoTL \(-16\)\. Zorvik V\d+\.\d+\.\d+\.0, ImageTransform V\d+\.\d+\.\d+\.\d+\n)")));
+    EXPECT_EQ(
+        CountInLog(
+            "InitializeAdapter: FAILED. Reason=ZvkErrorNoTL (-16). Zorvik V4.2.1.0, ImageTransform V1.0.0.0"),
+        1);
     EXPECT_EQ(CountInLog("EnumCameras"), 0);
     Open();
     EXPECT_EQ(ChannelCount(), 3u);
