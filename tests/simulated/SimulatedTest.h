@@ -1,20 +1,32 @@
-// The fixture of the simulated cameras' tests: a started library, frames and a counting callback. Its end
+// The fixture of the simulated cameras' tests: a library, a camera, frames and a counting callback. Its end
 // asserts that nothing was left open and, unless a test says what it did wrong, that nothing was done wrong.
 #pragma once
 
-#include "SimulatedLibrary.h"
+#include "simulated/SdkLibraries.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <condition_variable>
-#include <cstring>
 #include <deque>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
+#define EXPECT_OK(call) EXPECT_EQ(call, ZvkErrorSuccess)
+#define ASSERT_OK(call) ASSERT_EQ(call, ZvkErrorSuccess)
+
 namespace maravel::test {
+
+// The cameras that come with the library.
+enum Camera : std::uint32_t
+{
+    Mono,
+    Bayer,
+    Usb,
+    Legacy
+};
 
 // What the frame callback saw.
 struct Arrivals
@@ -32,10 +44,10 @@ struct Arrivals
     std::vector<Arrival> all;
     SimulatedLibrary* requeue = nullptr; // set: the callback queues the frame again
 
-    bool WaitFor(std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(10))
+    bool WaitFor(std::size_t count)
     {
         std::unique_lock<std::mutex> lock(mutex);
-        return changed.wait_for(lock, timeout, [&] { return all.size() >= count; });
+        return changed.wait_for(lock, std::chrono::seconds(10), [&] { return all.size() >= count; });
     }
     std::size_t Count()
     {
@@ -67,12 +79,9 @@ protected:
 
     void TearDown() override
     {
-        if (expectViolations) {
-            EXPECT_NE(Violations(), "");
-        }
-        else {
-            EXPECT_EQ(Violations(), "");
-        }
+        if (camera != nullptr)
+            Release();
+        EXPECT_EQ(Violations() != "", expectViolations) << Violations();
         sim.ZvkShutdown();
         SimStateInfo state{};
         sim.SimState(&state);
@@ -80,63 +89,95 @@ protected:
         sim.SimReset();
     }
 
-    // Starts with the description's text, or with the cameras that come with the library.
-    void Start(const char* description = nullptr)
+    // Starts with the description's text or, when it is empty, with the cameras that come with the library.
+    void Start(const std::string& description = {})
     {
-        ASSERT_EQ(sim.SimSetDescription(description), ZvkErrorSuccess);
-        ASSERT_EQ(sim.ZvkStartup(nullptr), ZvkErrorSuccess) << LastError();
+        ASSERT_OK(sim.SimSetDescription(description.empty() ? nullptr : description.c_str()));
+        ASSERT_OK(sim.ZvkStartup(nullptr)) << LastError();
     }
-
-    ZvkHandle_t Open(std::uint32_t index)
+    void Open(std::uint32_t index, const std::string& description = {})
     {
-        std::vector<ZvkCameraInfo_t> cameras(32);
+        Start(description);
+        camera = OpenAnother(index);
+    }
+    ZvkHandle_t OpenAnother(std::uint32_t index)
+    {
+        ZvkCameraInfo_t cameras[32];
         std::uint32_t count = 0;
-        EXPECT_EQ(sim.ZvkCamerasList(cameras.data(), 32, &count, sizeof(ZvkCameraInfo_t)), ZvkErrorSuccess);
+        EXPECT_OK(sim.ZvkCamerasList(cameras, 32, &count, sizeof(ZvkCameraInfo_t)));
         EXPECT_LT(index, count);
-        ZvkHandle_t camera = nullptr;
-        EXPECT_EQ(sim.ZvkCameraOpen(cameras[index].cameraIdString, ZvkAccessModeFull, &camera),
-                  ZvkErrorSuccess);
-        return camera;
+        ZvkHandle_t handle = nullptr;
+        EXPECT_OK(sim.ZvkCameraOpen(cameras[index].cameraIdString, ZvkAccessModeFull, &handle));
+        return handle;
     }
 
     // Announces frames of the payload's size, starts the capture and queues them.
-    void Capture(ZvkHandle_t camera, std::size_t count)
+    void Capture(std::size_t count)
     {
         std::uint32_t payload = 0;
-        ASSERT_EQ(sim.ZvkPayloadSizeGet(camera, &payload), ZvkErrorSuccess);
+        ASSERT_OK(sim.ZvkPayloadSizeGet(camera, &payload));
         for (std::size_t i = 0; i < count; ++i) {
             buffers.emplace_back(payload, static_cast<std::uint8_t>(0xEE));
             ZvkFrame_t& frame = frames.emplace_back();
             frame.buffer = buffers.back().data();
             frame.bufferSize = payload;
             frame.context[0] = &arrivals;
-            ASSERT_EQ(sim.ZvkFrameAnnounce(camera, &frame, sizeof(frame)), ZvkErrorSuccess);
+            ASSERT_OK(sim.ZvkFrameAnnounce(camera, &frame, sizeof(frame)));
         }
-        ASSERT_EQ(sim.ZvkCaptureStart(camera), ZvkErrorSuccess);
+        ASSERT_OK(sim.ZvkCaptureStart(camera));
         for (std::size_t i = frames.size() - count; i < frames.size(); ++i)
-            ASSERT_EQ(sim.ZvkCaptureFrameQueue(camera, &frames[i], &Arrivals::Callback), ZvkErrorSuccess);
+            ASSERT_OK(sim.ZvkCaptureFrameQueue(camera, &frames[i], &Arrivals::Callback));
+    }
+    // Acquires with frames that are queued again and again.
+    void Stream(std::size_t count)
+    {
+        arrivals.requeue = &sim;
+        Capture(count);
+        Run("AcquisitionStart");
+    }
+    void EndCapture()
+    {
+        EXPECT_OK(sim.ZvkCaptureEnd(camera));
+        EXPECT_OK(sim.ZvkCaptureQueueFlush(camera));
+        EXPECT_OK(sim.ZvkFrameRevokeAll(camera));
+    }
+    void Release()
+    {
+        EndCapture();
+        EXPECT_OK(sim.ZvkCameraClose(camera));
+        camera = nullptr;
     }
 
-    void Release(ZvkHandle_t camera)
+    void Run(const char* command) { EXPECT_OK(sim.ZvkFeatureCommandRun(camera, command)) << command; }
+    void SetInt(const char* name, std::int64_t value)
     {
-        EXPECT_EQ(sim.ZvkCaptureEnd(camera), ZvkErrorSuccess);
-        EXPECT_EQ(sim.ZvkCaptureQueueFlush(camera), ZvkErrorSuccess);
-        EXPECT_EQ(sim.ZvkFrameRevokeAll(camera), ZvkErrorSuccess);
-        EXPECT_EQ(sim.ZvkCameraClose(camera), ZvkErrorSuccess);
+        EXPECT_OK(sim.ZvkFeatureIntSet(camera, name, value)) << name << " = " << value;
     }
-
-    void Run(ZvkHandle_t camera, const char* command)
+    void SetFloat(const char* name, double value)
     {
-        EXPECT_EQ(sim.ZvkFeatureCommandRun(camera, command), ZvkErrorSuccess) << command;
+        EXPECT_OK(sim.ZvkFeatureFloatSet(camera, name, value)) << name << " = " << value;
     }
-    void SetEnum(ZvkHandle_t camera, const char* name, const char* value)
+    void SetEnum(const char* name, const char* value)
     {
-        EXPECT_EQ(sim.ZvkFeatureEnumSet(camera, name, value), ZvkErrorSuccess) << name << " = " << value;
+        EXPECT_OK(sim.ZvkFeatureEnumSet(camera, name, value)) << name << " = " << value;
     }
     std::int64_t GetInt(ZvkHandle_t handle, const char* name)
     {
         std::int64_t value = -1;
-        EXPECT_EQ(sim.ZvkFeatureIntGet(handle, name, &value), ZvkErrorSuccess) << name;
+        EXPECT_OK(sim.ZvkFeatureIntGet(handle, name, &value)) << name;
+        return value;
+    }
+    std::int64_t GetInt(const char* name) { return GetInt(camera, name); }
+    double GetFloat(const char* name)
+    {
+        double value = -1;
+        EXPECT_OK(sim.ZvkFeatureFloatGet(camera, name, &value)) << name;
+        return value;
+    }
+    std::string GetEnum(const char* name)
+    {
+        const char* value = "";
+        EXPECT_OK(sim.ZvkFeatureEnumGet(camera, name, &value)) << name;
         return value;
     }
 
@@ -152,14 +193,17 @@ protected:
         sim.SimLastError(text, sizeof(text));
         return text;
     }
-    SimStatistics Statistics(std::uint32_t index)
+    SimStatistics Statistics()
     {
         SimStatistics statistics{};
-        EXPECT_EQ(sim.SimCameraStatistics(index, &statistics), ZvkErrorSuccess);
+        EXPECT_OK(sim.SimCameraStatistics(0, &statistics));
         return statistics;
     }
+    // Long enough for a frame that must not come.
+    static void WaitABit() { std::this_thread::sleep_for(std::chrono::milliseconds(20)); }
 
     SimulatedLibrary sim;
+    ZvkHandle_t camera = nullptr; // closed at the end
     Arrivals arrivals;
     std::deque<std::vector<std::uint8_t>> buffers;
     std::deque<ZvkFrame_t> frames;
