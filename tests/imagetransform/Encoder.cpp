@@ -1,6 +1,7 @@
 #include "imagetransform/Encoder.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <string_view>
 
@@ -55,16 +56,9 @@ void PutSamples(BitWriter& out, const Format& format, const std::vector<std::uin
 
 double Channel(const Rgb& pixel, char colour)
 {
-    switch (colour) {
-    case 'R':
-        return pixel.red;
-    case 'G':
-        return pixel.green;
-    case 'B':
-        return pixel.blue;
-    default:
-        return 0.6; // alpha, which must not show
-    }
+    if (colour == 'A')
+        return 0.6; // which must not show
+    return colour == 'R' ? pixel.red : colour == 'G' ? pixel.green : pixel.blue;
 }
 
 std::uint8_t YuvByte(const Format& format, const Rgb& pixel, char which)
@@ -133,81 +127,58 @@ char MosaicColour(const Format& format, std::size_t x, std::size_t y)
     return format.order[y % 2 * 3 + x % 2];
 }
 
-const std::vector<Format> kAllFormats = {
-    {0x01080001, "Mono8", "M", 8, Bits::Words},
-    {0x01100003, "Mono10", "M", 10, Bits::Words},
-    {0x01100005, "Mono12", "M", 12, Bits::Words},
-    {0x01100025, "Mono14", "M", 14, Bits::Words},
-    {0x01100007, "Mono16", "M", 16, Bits::Words},
-    {0x010A0046, "Mono10p", "M", 10, Bits::Lsb},
-    {0x010C0047, "Mono12p", "M", 12, Bits::Lsb},
-    {0x010C0006, "Mono12Packed", "M", 12, Bits::Pairs},
-    {0x01080008, "BayerGR8", "GR/BG", 8, Bits::Words},
-    {0x01080009, "BayerRG8", "RG/GB", 8, Bits::Words},
-    {0x0108000A, "BayerGB8", "GB/RG", 8, Bits::Words},
-    {0x0108000B, "BayerBG8", "BG/GR", 8, Bits::Words},
-    {0x0110000C, "BayerGR10", "GR/BG", 10, Bits::Words},
-    {0x0110000D, "BayerRG10", "RG/GB", 10, Bits::Words},
-    {0x0110000E, "BayerGB10", "GB/RG", 10, Bits::Words},
-    {0x0110000F, "BayerBG10", "BG/GR", 10, Bits::Words},
-    {0x01100010, "BayerGR12", "GR/BG", 12, Bits::Words},
-    {0x01100011, "BayerRG12", "RG/GB", 12, Bits::Words},
-    {0x01100012, "BayerGB12", "GB/RG", 12, Bits::Words},
-    {0x01100013, "BayerBG12", "BG/GR", 12, Bits::Words},
-    {0x0110002E, "BayerGR16", "GR/BG", 16, Bits::Words},
-    {0x0110002F, "BayerRG16", "RG/GB", 16, Bits::Words},
-    {0x01100030, "BayerGB16", "GB/RG", 16, Bits::Words},
-    {0x01100031, "BayerBG16", "BG/GR", 16, Bits::Words},
-    {0x010C002A, "BayerGR12Packed", "GR/BG", 12, Bits::Pairs},
-    {0x010C002B, "BayerRG12Packed", "RG/GB", 12, Bits::Pairs},
-    {0x010C002C, "BayerGB12Packed", "GB/RG", 12, Bits::Pairs},
-    {0x010C002D, "BayerBG12Packed", "BG/GR", 12, Bits::Pairs},
-    {0x010A0052, "BayerBG10p", "BG/GR", 10, Bits::Lsb},
-    {0x010A0054, "BayerGB10p", "GB/RG", 10, Bits::Lsb},
-    {0x010A0056, "BayerGR10p", "GR/BG", 10, Bits::Lsb},
-    {0x010A0058, "BayerRG10p", "RG/GB", 10, Bits::Lsb},
-    {0x010C0053, "BayerBG12p", "BG/GR", 12, Bits::Lsb},
-    {0x010C0055, "BayerGB12p", "GB/RG", 12, Bits::Lsb},
-    {0x010C0057, "BayerGR12p", "GR/BG", 12, Bits::Lsb},
-    {0x010C0059, "BayerRG12p", "RG/GB", 12, Bits::Lsb},
-    {0x02180014, "RGB8", "RGB", 8},
-    {0x02180015, "BGR8", "BGR", 8},
-    {0x02200016, "RGBa8", "RGBA", 8},
-    {0x02200017, "BGRa8", "BGRA", 8},
-    {0x02300018, "RGB10", "RGB", 10},
-    {0x02300019, "BGR10", "BGR", 10},
-    {0x0230001A, "RGB12", "RGB", 12},
-    {0x0230001B, "BGR12", "BGR", 12},
-    {0x02300033, "RGB16", "RGB", 16},
-    {0x0230004A, "BGR14", "BGR", 14},
-    {0x0230004B, "BGR16", "BGR", 16},
-    {0x0230005E, "RGB14", "RGB", 14},
-    {0x0240004C, "BGRa10", "BGRA", 10},
-    {0x0240004E, "BGRa12", "BGRA", 12},
-    {0x02400050, "BGRa14", "BGRA", 14},
-    {0x02400051, "BGRa16", "BGRA", 16},
-    {0x0240005F, "RGBa10", "RGBA", 10},
-    {0x02400061, "RGBa12", "RGBA", 12},
-    {0x02400063, "RGBa14", "RGBA", 14},
-    {0x02400064, "RGBa16", "RGBA", 16},
-    {0x020C001E, "YUV411_8_UYYVYY", "UYYVYY", 8, Bits::Words, 0.299, 0.114},
-    {0x0210001F, "YUV422_8_UYVY", "UYVY", 8, Bits::Words, 0.299, 0.114},
-    {0x02100032, "YUV422_8", "YUYV", 8, Bits::Words, 0.299, 0.114},
-    {0x02180020, "YUV8_UYV", "UYV", 8, Bits::Words, 0.299, 0.114},
-    {0x020C003C, "YCbCr411_8_CbYYCrYY", "UYYVYY", 8, Bits::Words, 0.299, 0.114},
-    {0x020C003F, "YCbCr601_411_8_CbYYCrYY", "UYYVYY", 8, Bits::Words, 0.299, 0.114, true},
-    {0x020C0042, "YCbCr709_411_8_CbYYCrYY", "UYYVYY", 8, Bits::Words, 0.2126, 0.0722, true},
-    {0x020C005A, "YCbCr411_8", "YYUYYV", 8, Bits::Words, 0.299, 0.114},
-    {0x0210003B, "YCbCr422_8", "YUYV", 8, Bits::Words, 0.299, 0.114},
-    {0x0210003E, "YCbCr601_422_8", "YUYV", 8, Bits::Words, 0.299, 0.114, true},
-    {0x02100041, "YCbCr709_422_8", "YUYV", 8, Bits::Words, 0.2126, 0.0722, true},
-    {0x02100043, "YCbCr422_8_CbYCrY", "UYVY", 8, Bits::Words, 0.299, 0.114},
-    {0x02100044, "YCbCr601_422_8_CbYCrY", "UYVY", 8, Bits::Words, 0.299, 0.114, true},
-    {0x02100045, "YCbCr709_422_8_CbYCrY", "UYVY", 8, Bits::Words, 0.2126, 0.0722, true},
-    {0x0218003A, "YCbCr8_CbYCr", "UYV", 8, Bits::Words, 0.299, 0.114},
-    {0x0218003D, "YCbCr601_8_CbYCr", "UYV", 8, Bits::Words, 0.299, 0.114, true},
-    {0x02180040, "YCbCr709_8_CbYCr", "UYV", 8, Bits::Words, 0.2126, 0.0722, true},
-    {0x0218005B, "YCbCr8", "YUV", 8, Bits::Words, 0.299, 0.114},
-};
+std::vector<Format> AllFormats()
+{
+    constexpr double red601 = 0.299, blue601 = 0.114, red709 = 0.2126, blue709 = 0.0722;
+    std::vector<Format> all = {
+        {0x01080001, "M", 8, Bits::Words},
+        {0x01100003, "M", 10, Bits::Words},
+        {0x01100005, "M", 12, Bits::Words},
+        {0x01100025, "M", 14, Bits::Words},
+        {0x01100007, "M", 16, Bits::Words},
+        {0x010A0046, "M", 10, Bits::Lsb},
+        {0x010C0047, "M", 12, Bits::Lsb},
+        {0x010C0006, "M", 12, Bits::Pairs},
+        {0x020C001E, "UYYVYY", 8, Bits::Words, red601, blue601},
+        {0x0210001F, "UYVY", 8, Bits::Words, red601, blue601},
+        {0x02100032, "YUYV", 8, Bits::Words, red601, blue601},
+        {0x02180020, "UYV", 8, Bits::Words, red601, blue601},
+        {0x020C003C, "UYYVYY", 8, Bits::Words, red601, blue601},
+        {0x020C003F, "UYYVYY", 8, Bits::Words, red601, blue601, true},
+        {0x020C0042, "UYYVYY", 8, Bits::Words, red709, blue709, true},
+        {0x020C005A, "YYUYYV", 8, Bits::Words, red601, blue601},
+        {0x0210003B, "YUYV", 8, Bits::Words, red601, blue601},
+        {0x0210003E, "YUYV", 8, Bits::Words, red601, blue601, true},
+        {0x02100041, "YUYV", 8, Bits::Words, red709, blue709, true},
+        {0x02100043, "UYVY", 8, Bits::Words, red601, blue601},
+        {0x02100044, "UYVY", 8, Bits::Words, red601, blue601, true},
+        {0x02100045, "UYVY", 8, Bits::Words, red709, blue709, true},
+        {0x0218003A, "UYV", 8, Bits::Words, red601, blue601},
+        {0x0218003D, "UYV", 8, Bits::Words, red601, blue601, true},
+        {0x02180040, "UYV", 8, Bits::Words, red709, blue709, true},
+        {0x0218005B, "YUV", 8, Bits::Words, red601, blue601},
+    };
+    // One layout in four orders.
+    const auto add = [&all](std::array<const char*, 4> orders, unsigned depth, Bits bits,
+                            std::array<std::uint32_t, 4> codes) {
+        for (std::size_t i = 0; i < codes.size(); ++i)
+            all.push_back({codes[i], orders[i], depth, bits});
+    };
+    constexpr std::array mosaics = {"GR/BG", "RG/GB", "GB/RG", "BG/GR"};
+    add(mosaics, 8, Bits::Words, {0x01080008, 0x01080009, 0x0108000A, 0x0108000B});
+    add(mosaics, 10, Bits::Words, {0x0110000C, 0x0110000D, 0x0110000E, 0x0110000F});
+    add(mosaics, 12, Bits::Words, {0x01100010, 0x01100011, 0x01100012, 0x01100013});
+    add(mosaics, 16, Bits::Words, {0x0110002E, 0x0110002F, 0x01100030, 0x01100031});
+    add(mosaics, 12, Bits::Pairs, {0x010C002A, 0x010C002B, 0x010C002C, 0x010C002D});
+    add(mosaics, 10, Bits::Lsb, {0x010A0056, 0x010A0058, 0x010A0054, 0x010A0052});
+    add(mosaics, 12, Bits::Lsb, {0x010C0057, 0x010C0059, 0x010C0055, 0x010C0053});
+    constexpr std::array colours = {"RGB", "BGR", "RGBA", "BGRA"};
+    add(colours, 8, Bits::Words, {0x02180014, 0x02180015, 0x02200016, 0x02200017});
+    add(colours, 10, Bits::Words, {0x02300018, 0x02300019, 0x0240005F, 0x0240004C});
+    add(colours, 12, Bits::Words, {0x0230001A, 0x0230001B, 0x02400061, 0x0240004E});
+    add(colours, 16, Bits::Words, {0x02300033, 0x0230004B, 0x02400064, 0x02400051});
+    add(colours, 14, Bits::Words, {0x0230005E, 0x0230004A, 0x02400063, 0x02400050});
+    return all;
+}
 
 } // namespace maravel::test

@@ -32,7 +32,6 @@ enum class Bits
 struct Format
 {
     std::uint32_t code;
-    const char* name;  // PFNC
     const char* order; // "RGBA": samples of a pixel; "GR/BG": mosaic; "M": mono; "UYVY": bytes of a group
     unsigned depth = 8;
     Bits bits = Bits::Words;
@@ -44,7 +43,7 @@ struct Format
     bool IsYuv() const { return weightRed > 0; }
 };
 
-extern const std::vector<Format> kAllFormats;
+std::vector<Format> AllFormats();
 
 // Exactly the bytes that bits per pixel x width x height takes, rounded up.
 std::vector<std::uint8_t> Encode(const Format& format, const Picture& picture);

@@ -1,16 +1,16 @@
 #include "imagetransform/Encoder.h"
-#include "imagetransform/TransformLibrary.h"
+#include "simulated/SdkLibraries.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <random>
 
 namespace maravel::test {
 namespace {
 
+constexpr ZvkPixelFormat_t kMono8 = 0x01080001;
 constexpr ZvkPixelFormat_t kRgb8 = 0x02180014;
 constexpr ZvkPixelFormat_t kBgr8 = 0x02180015;
 constexpr std::uint8_t kGuard = 0xA5;
@@ -23,14 +23,6 @@ struct Size
 
 // Odd sizes end packed samples and pixel groups in the middle of a byte or a group.
 constexpr Size kSizes[] = {{1, 1}, {2, 1}, {3, 1}, {1, 4}, {2, 2}, {3, 3}, {7, 5}, {16, 4}, {33, 17}};
-
-// A frame's worth of pixels on the heap, to the byte, so that the address sanitizer sees a read beyond it.
-std::unique_ptr<std::uint8_t[]> ExactCopy(const std::vector<std::uint8_t>& bytes)
-{
-    auto copy = std::make_unique<std::uint8_t[]>(bytes.size());
-    std::ranges::copy(bytes, copy.get());
-    return copy;
-}
 
 // Neighbours differ by 0.01 at most, the three colours by 0.2 at least: interpolation is nearly exact, and a
 // mixed-up phase is far off.
@@ -88,9 +80,10 @@ protected:
                                         ZvkPixelFormat_t target = kRgb8)
     {
         const Size size = {picture.width, picture.height};
-        const auto source = ExactCopy(Encode(format, picture));
+        std::vector<std::uint8_t> source = Encode(format, picture);
+        source.shrink_to_fit(); // so that the address sanitizer sees a read beyond it
         std::vector<std::uint8_t> guarded(3 * picture.pixels.size() + 2 * kGuardBytes, kGuard);
-        const ZvkImage from = Describe(format.code, size, source.get());
+        const ZvkImage from = Describe(format.code, size, source.data());
         ZvkImage to = Describe(target, size, guarded.data() + kGuardBytes);
         EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorSuccess);
 
@@ -100,7 +93,16 @@ protected:
         return {guarded.begin() + kGuardBytes, guarded.end() - kGuardBytes};
     }
 
-    static inline TransformLibrary library_;
+    // The same with one pixel, into three bytes.
+    ZvkError_t TransformPixel(ZvkPixelFormat_t format, std::vector<std::uint8_t> code, std::uint8_t* rgb)
+    {
+        const ZvkImage from = Describe(format, {1, 1}, code.data());
+        ZvkImage to = Describe(kRgb8, {1, 1}, rgb);
+        return library_.ZvkImageTransform(&from, &to, nullptr, 0);
+    }
+
+    static inline const TransformLibrary library_;
+    static inline const std::vector<Format> kAllFormats = AllFormats();
 };
 
 // Checks one pixel of a transformed picture; where to expect the original's exact value is the family's
@@ -120,8 +122,8 @@ void ExpectPixel(const Format& format, const Picture& picture, std::size_t x, st
         else if (format.IsYuv())
             tolerance = 3;
         ASSERT_NEAR(actual[channel], Top8(value, format.depth), tolerance)
-            << format.name << ' ' << picture.width << 'x' << picture.height << " pixel " << x << ',' << y
-            << " channel " << channel;
+            << std::hex << format.code << std::dec << ' ' << picture.width << 'x' << picture.height
+            << " pixel " << x << ',' << y << " channel " << channel;
     }
 }
 
@@ -153,7 +155,7 @@ TEST_F(ImageTransform, Bgr8IsRgb8WithRedAndBlueExchanged)
         auto bgr = Transform(format, picture, kBgr8);
         for (std::size_t i = 0; i < bgr.size(); i += 3)
             std::swap(bgr[i], bgr[i + 2]);
-        EXPECT_EQ(rgb, bgr) << format.name;
+        EXPECT_EQ(rgb, bgr) << std::hex << format.code;
     }
 }
 
@@ -163,11 +165,11 @@ TEST_F(ImageTransform, StandardColourCodes)
     struct Row
     {
         ZvkPixelFormat_t format; // 4:4:4, Cb Y Cr
-        std::uint8_t code[3];
+        std::vector<std::uint8_t> code;
         std::uint8_t rgb[3];
     };
     constexpr ZvkPixelFormat_t kFull = 0x0218003A, k601 = 0x0218003D, k709 = 0x02180040;
-    constexpr Row kRows[] = {
+    const Row kRows[] = {
         {kFull, {128, 255, 128}, {255, 255, 255}}, {kFull, {85, 76, 255}, {254, 0, 0}},
         {k601, {128, 235, 128}, {255, 255, 255}},  {k601, {128, 16, 128}, {0, 0, 0}},
         {k601, {90, 81, 240}, {255, 0, 0}},        {k601, {54, 145, 34}, {0, 255, 0}},
@@ -176,12 +178,8 @@ TEST_F(ImageTransform, StandardColourCodes)
         {k709, {128, 0, 128}, {0, 0, 0}},          {k709, {128, 255, 128}, {255, 255, 255}},
     };
     for (const Row& row : kRows) {
-        std::uint8_t code[3];
         std::uint8_t rgb[3] = {};
-        std::ranges::copy(row.code, code);
-        const ZvkImage from = Describe(row.format, {1, 1}, code);
-        ZvkImage to = Describe(kRgb8, {1, 1}, rgb);
-        ASSERT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorSuccess);
+        ASSERT_EQ(TransformPixel(row.format, row.code, rgb), ZvkErrorSuccess);
         for (int channel = 0; channel < 3; ++channel)
             EXPECT_NEAR(rgb[channel], row.rgb[channel], 2) << std::hex << row.format << ' ' << channel;
     }
@@ -196,8 +194,8 @@ TEST_F(ImageTransform, DescribesEveryFormat)
         EXPECT_EQ(info.height, 5u);
         EXPECT_EQ(info.pixelFormat, format.code);
         EXPECT_EQ(info.bitsPerPixel, bits);
-        EXPECT_EQ(static_cast<std::size_t>(info.stride), (7 * bits + 7) / 8) << format.name;
-        EXPECT_EQ((35 * bits + 7) / 8, Encode(format, Noise({7, 5})).size()) << format.name;
+        EXPECT_EQ(static_cast<std::size_t>(info.stride), (7 * bits + 7) / 8) << std::hex << format.code;
+        EXPECT_EQ((35 * bits + 7) / 8, Encode(format, Noise({7, 5})).size()) << std::hex << format.code;
     }
 }
 
@@ -293,48 +291,34 @@ TEST_F(ImageTransform, TransformParametersAreRefused)
     EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 1), ZvkErrorBadParameter);
 }
 
-// A call that is told to fail has no effect, and the record of calls says so.
-TEST_F(ImageTransform, CallsAreRecordedAndFailOnDemand)
+TEST_F(ImageTransform, CallsAreRecordedReplacedAndFailOnDemand)
 {
-    std::uint8_t source[1] = {77};
     std::uint8_t target[3] = {};
-    const ZvkImage from = Describe(0x01080001, {1, 1}, source);
-    ZvkImage to = Describe(kRgb8, {1, 1}, target);
-
     library_.SimTransformReset();
     ASSERT_EQ(library_.SimTransformFailCall("ZvkImageTransform", 2, ZvkErrorResources, 0), ZvkErrorSuccess);
-    EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorSuccess);
-    target[0] = 1;
-    EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorResources);
-    EXPECT_EQ(target[0], 1);
-    EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorSuccess);
-    EXPECT_EQ(target[0], 77);
-
+    EXPECT_EQ(TransformPixel(kMono8, {7}, target), ZvkErrorSuccess);
+    EXPECT_EQ(TransformPixel(kMono8, {77}, target), ZvkErrorResources);
+    EXPECT_EQ(target[0], 7) << "a call that is told to fail has no effect";
     EXPECT_EQ(library_.SimTransformFaultsFired(), 1u);
-    EXPECT_EQ(library_.SimTransformCallCount("ZvkImageTransform"), 3u);
+    EXPECT_EQ(library_.SimTransformCallCount("ZvkImageTransform"), 2u);
     char calls[1024];
-    EXPECT_EQ(library_.SimTransformCalls(calls, sizeof(calls)), 3u);
+    EXPECT_GE(library_.SimTransformCalls(calls, sizeof(calls)), 2u);
     EXPECT_NE(std::string(calls).find(" = -14\n"), std::string::npos) << calls;
     EXPECT_EQ(library_.SimTransformFailCall("ZvkNoSuchEntry", 1, -1, 0), ZvkErrorBadParameter);
-    library_.SimTransformReset();
-}
 
-TEST_F(ImageTransform, AReplacementMayForwardToTheOriginal)
-{
+    constexpr const char* entry = "ZvkGetImageTransformVersion";
     using Version = ZvkError_t (*)(std::uint32_t*);
     static Version original;
-    original = reinterpret_cast<Version>(library_.SimTransformOriginalEntry("ZvkGetImageTransformVersion"));
+    original = reinterpret_cast<Version>(library_.SimTransformOriginalEntry(entry));
     ASSERT_NE(original, nullptr);
     const Version replacement = [](std::uint32_t* version) {
         const ZvkError_t result = original(version);
         *version += 1;
         return result;
     };
-
     std::uint32_t plain = 0, replaced = 0, again = 0;
     EXPECT_EQ(library_.ZvkGetImageTransformVersion(&plain), ZvkErrorSuccess);
-    ASSERT_EQ(library_.SimTransformReplaceEntry("ZvkGetImageTransformVersion",
-                                                reinterpret_cast<void*>(replacement)),
+    ASSERT_EQ(library_.SimTransformReplaceEntry(entry, reinterpret_cast<void*>(replacement)),
               ZvkErrorSuccess);
     EXPECT_EQ(library_.ZvkGetImageTransformVersion(&replaced), ZvkErrorSuccess);
     library_.SimTransformReset();
