@@ -37,11 +37,9 @@ protected:
         for (std::int32_t i = 0; i < 3; ++i) {
             channels[i].structSize = sizeof channels[i];
             const std::int32_t result = GetVideoChannel(i, &channels[i]);
-            if (i == 0) {
-                Note(result);
-            }
-            failures_ +=
-                result + channels[i].openResult; // after a start without cameras the list ends at once
+            // After a start without cameras the list ends at once, and without a word.
+            Note(i == 0 ? result : channels[i].openResult);
+            failures_ += result + channels[i].openResult;
         }
         GuardedBuffer value(256);
         GuardedBuffer image(64 * 48 * 3);

@@ -1,89 +1,138 @@
 // camhost as a person meets it: a program with arguments, texts, files and an exit code.
-#include "tools/RunProgram.h"
+#include "support/TestPlatform.h"
 
 #include <gtest/gtest.h>
 
 #include <stb_image.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
+#include <string>
 #include <vector>
 
 namespace maravel::test {
 namespace {
 
 namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
 
 std::string ReadFile(const fs::path& path)
 {
     std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// Lines end in '\n' whatever the system.
+std::string ReadText(const fs::path& path)
+{
+    std::string text = ReadFile(path);
+    std::erase(text, '\r');
+    return text;
+}
+
+// Read by another library than the one that wrote it.
+struct Png
+{
+    explicit Png(const fs::path& path)
+    {
+        const std::string file = ReadFile(path);
+        stbi_uc* decoded =
+            stbi_load_from_memory(reinterpret_cast<const stbi_uc*>(file.data()),
+                                  static_cast<int>(file.size()), &width, &height, &channels, 0);
+        if (decoded == nullptr)
+            return;
+        pixels.assign(decoded, decoded + width * height * channels);
+        stbi_image_free(decoded);
+    }
+    int At(int x, int y, int channel) const
+    {
+        return pixels.at(static_cast<std::size_t>((y * width + x) * channels + channel));
+    }
+
+    int width = 0, height = 0, channels = 0;
+    std::vector<stbi_uc> pixels;
+};
+
+struct Result
+{
+    int exitCode;
+    std::string output;
+    std::string errors;
+};
+
+// Every test runs in a folder of its own, whose name holds a blank.
 class Camhost : public testing::Test
 {
 protected:
     void SetUp() override
     {
-        folder_ = fs::temp_directory_path() /
-                  ("camhost " + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+        const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
+        folder_ = fs::temp_directory_path() / ("camhost " + name);
         fs::remove_all(folder_);
         fs::create_directories(folder_ / "sdk");
-        SetSdkVariable("");
+        fs::current_path(folder_);
+        SetEnvironment("ZORVIK_HOME", "");
     }
     void TearDown() override
     {
+        fs::current_path(ExecutableFolder());
         std::error_code error;
         fs::remove_all(folder_, error);
     }
 
+    // Through the system's command interpreter: the one of Windows would strip the quotes of a line that
+    // begins with one, and `system` returns the exit code times 256 elsewhere.
+    static Result RunBare(const std::string& arguments)
+    {
+        const int status = std::system(
+            ("cd . && \"" + ExecutableFolder() + "/camhost\" " + arguments + " >output.txt 2>errors.txt")
+                .c_str());
+        return {status > 255 ? status / 256 : status, ReadText("output.txt"), ReadText("errors.txt")};
+    }
     // With the test's own adapter.
-    ProgramResult Run(const std::string& arguments)
+    static Result Run(const std::string& arguments)
     {
-        return RunBare("--adapter " + Quoted(ProgramFolder() + "/" + MARAVEL_FAKE_ADAPTER) + " --sdk " +
-                       Quoted((folder_ / "sdk").string()) + " " + arguments);
+        return RunBare(FakeAdapter() + " --sdk sdk " + arguments);
     }
-    ProgramResult RunBare(const std::string& arguments)
+    static std::string FakeAdapter()
     {
-        return RunProgram(ProgramFolder() + "/camhost", arguments, folder_.string());
+        return "--adapter \"" + ExecutableFolder() + "/" + MARAVEL_FAKE_ADAPTER + "\"";
     }
-    static std::string Quoted(const std::string& text) { return '"' + text + '"'; }
-
     // `grab` with the images going to the folder "out".
-    ProgramResult Grab(const std::string& arguments)
+    static Result Grab(const std::string& arguments) { return Run("grab 0 --out out " + arguments); }
+
+    static void ExpectFailure(const Result& result, int exitCode, const std::string& part)
     {
-        return Run("grab 0 --out " + Quoted((folder_ / "out").string()) + " " + arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << result.errors;
+        EXPECT_NE(result.errors.find(part), std::string::npos) << result.errors;
+        EXPECT_EQ(result.errors.rfind("camhost: ", 0), 0u) << result.errors;
+        EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1) << result.errors;
     }
 
     // What lies in "out", sorted.
-    std::vector<std::string> Written() const
+    static Names Written()
     {
-        std::vector<std::string> names;
-        if (fs::exists(folder_ / "out"))
-            for (const auto& entry : fs::directory_iterator(folder_ / "out"))
+        Names names;
+        if (fs::exists("out"))
+            for (const auto& entry : fs::directory_iterator("out"))
                 names.push_back(entry.path().filename().string());
         std::ranges::sort(names);
         return names;
     }
 
-    std::string Calls() const
+    // The adapter's acquisition calls since it was last asked.
+    static std::string Calls()
     {
-        std::string calls = ReadFile(folder_ / "sdk" / "calls.txt");
-        std::erase(calls, '\r');
+        const std::string calls = ReadText("sdk/calls.txt");
+        fs::remove("sdk/calls.txt");
         return calls;
     }
 
-    static void ExpectOneLine(const std::string& errors, const std::string& part)
-    {
-        EXPECT_NE(errors.find(part), std::string::npos) << errors;
-        EXPECT_EQ(errors.rfind("camhost: ", 0), 0u) << errors;
-        EXPECT_EQ(std::ranges::count(errors, '\n'), 1) << errors;
-    }
-
+private:
+    PrivateMachine machine_;
     fs::path folder_;
 };
 
@@ -117,10 +166,9 @@ TEST_F(Camhost, WrongArgumentsEndWithTwoAndOneLine)
         {"set 0 Reset=1", "use 'camhost run'"},
     };
     for (const Row& row : kRows) {
-        const ProgramResult result = Run(row.arguments);
-        EXPECT_EQ(result.exitCode, 2) << row.arguments;
+        const Result result = Run(row.arguments);
+        ExpectFailure(result, 2, row.says);
         EXPECT_EQ(result.output, "") << row.arguments;
-        ExpectOneLine(result.errors, row.says);
     }
 }
 
@@ -128,7 +176,7 @@ TEST_F(Camhost, HelpAndVersionAnswerWithoutAnAdapter)
 {
     for (const char* arguments : {"--help", "list --help", "describe --help", "get --help", "set --help",
                                   "run --help", "grab --help", "--version"}) {
-        const ProgramResult result = RunBare(arguments);
+        const Result result = RunBare(arguments);
         EXPECT_EQ(result.exitCode, 0) << arguments;
         EXPECT_NE(result.output, "") << arguments;
         EXPECT_EQ(result.errors, "") << arguments;
@@ -138,27 +186,18 @@ TEST_F(Camhost, HelpAndVersionAnswerWithoutAnAdapter)
 
 TEST_F(Camhost, WhatCannotBeLoadedEndsWithThree)
 {
-    std::ofstream(folder_ / "text.dll") << "no library";
-    const std::string foreign = ProgramFolder() + "/../sdk/bin/ZvkImageTransform.dll";
+    std::ofstream("text.dll") << "no library";
+    fs::create_directory("incomplete");
+    const std::string foreign = ExecutableFolder() + "/../sdk/bin/ZvkImageTransform.dll";
     const std::pair<std::string, const char*> rows[] = {
-        {(folder_ / "missing.dll").string(), "there is no such file"},
-        {(folder_ / "text.dll").string(), "cannot be loaded"},
-        {foreign, "is no adapter: it has no function GetVideoChannel"},
+        {"--adapter missing.dll", "there is no such file"},
+        {"--adapter text.dll", "cannot be loaded"},
+        {"--adapter \"" + foreign + "\"", "is no adapter: it has no function GetVideoChannel"},
+        {FakeAdapter() + " --sdk incomplete", "channel 0 is not usable: a callback is missing"},
     };
-    for (const auto& [adapter, says] : rows) {
-        const ProgramResult result = RunBare("list --adapter " + Quoted(adapter));
-        EXPECT_EQ(result.exitCode, 3) << adapter;
-        ExpectOneLine(result.errors, says);
-    }
-
-    fs::create_directories(folder_ / "incomplete");
-    const ProgramResult result = Run("list --sdk " + Quoted((folder_ / "incomplete").string()));
-    EXPECT_EQ(result.exitCode, 2) << "given twice";
-    const ProgramResult incomplete =
-        RunBare("list --adapter " + Quoted(ProgramFolder() + "/" + MARAVEL_FAKE_ADAPTER) + " --sdk " +
-                Quoted((folder_ / "incomplete").string()));
-    EXPECT_EQ(incomplete.exitCode, 3);
-    ExpectOneLine(incomplete.errors, "channel 0 is not usable: a callback is missing");
+    for (const auto& [adapter, says] : rows)
+        ExpectFailure(RunBare("list " + adapter), 3, says);
+    EXPECT_EQ(Run("list --sdk incomplete").exitCode, 2) << "given twice";
 }
 
 TEST_F(Camhost, FeaturesAreReadWrittenAndRun)
@@ -178,11 +217,8 @@ TEST_F(Camhost, TheAdaptersRefusalIsRepeated)
         {"set 0 Mode=Lazy", "for feature 'Mode' failed. (entries now: Fast, Slow)"},
         {"run 0 Width", "ExecuteCommand: ERROR."},
     };
-    for (const auto& [arguments, says] : rows) {
-        const ProgramResult result = Run(arguments);
-        EXPECT_EQ(result.exitCode, 1) << arguments;
-        ExpectOneLine(result.errors, says);
-    }
+    for (const auto& [arguments, says] : rows)
+        ExpectFailure(Run(arguments), 1, says);
 }
 
 TEST_F(Camhost, ListAndDescribeAreAligned)
@@ -190,26 +226,25 @@ TEST_F(Camhost, ListAndDescribeAreAligned)
     EXPECT_EQ(Run("list").output, "CHANNEL  SERIAL  CAMERA               ADDRESS  SIZE  EXPOSURE   STATE\n"
                                   "0        F:1     Zorvik/HVN TL: Fake           5x3   10.000 ms  ready\n");
     const std::string description = Run("describe 0").output;
-    EXPECT_NE(description.find("FEATURE      TYPE     ACCESS  VALUE     DESCRIPTION\n"), std::string::npos);
-    EXPECT_NE(description.find("Gain         float    RW      1.500000  What it does.\n"), std::string::npos);
-    EXPECT_NE(description.find("Mode         enum     RW      Fast      What it does.\n"
-                               "                              of Fast, Slow\n"),
-              std::string::npos);
-    EXPECT_NE(description.find("PayloadSize  int      R-      64        What it does.\n"), std::string::npos);
-    EXPECT_NE(description.find("Reset        command  RW                What it does.\n"), std::string::npos);
+    for (const char* line : {"FEATURE      TYPE     ACCESS  VALUE     DESCRIPTION\n",
+                             "Gain         float    RW      1.500000  What it does.\n",
+                             "Mode         enum     RW      Fast      What it does.\n"
+                             "                              of Fast, Slow\n",
+                             "PayloadSize  int      R-      64        What it does.\n",
+                             "Reset        command  RW                What it does.\n"})
+        EXPECT_NE(description.find(line), std::string::npos) << line << description;
 }
 
 TEST_F(Camhost, GrabAppliesTheParameters)
 {
     EXPECT_EQ(Grab("").exitCode, 0);
     EXPECT_EQ(Calls(), "SetupCommonParams 0.01 101 0,0,5,3\nStartAcquisition\nStopAcquisition\n");
-    fs::remove(folder_ / "sdk" / "calls.txt");
 
     // A start is also a trigger in the manual mode: one for each image.
     EXPECT_EQ(Grab("--frames 3 --trigger manual --edge falling --exposure 0.5 --region 1,2,4,3").exitCode, 0);
     EXPECT_EQ(Calls(), "SetupCommonParams 0.5 000 1,2,4,3\n"
                        "StartAcquisition\nStartAcquisition\nStartAcquisition\nStopAcquisition\n");
-    EXPECT_EQ(Written(), (std::vector<std::string>{"F_1_0001.png", "F_1_0002.png", "F_1_0003.png"}));
+    EXPECT_EQ(Written(), (Names{"F_1_0001.png", "F_1_0002.png", "F_1_0003.png"}));
 }
 
 // Every pixel of every pixel type, through the file.
@@ -230,106 +265,94 @@ TEST_F(Camhost, FilesHoldTheImages)
                              {9, "P5\n5 3\n65535\n", 0, 65535},
                              {18, "P5\n5 3\n4095\n", 0, 4095}};
     for (const Row& row : kRows) {
-        fs::remove_all(folder_ / "out");
-        const ProgramResult result = Grab("--set PixelType=" + std::to_string(row.pixelType));
+        fs::remove_all("out");
+        const Result result = Grab("--set PixelType=" + std::to_string(row.pixelType));
         ASSERT_EQ(result.exitCode, 0) << result.errors;
         const bool png = row.header == nullptr;
-        ASSERT_EQ(Written(), std::vector<std::string>{png ? "F_1_0001.png" : "F_1_0001.pgm"});
-        const std::string file = ReadFile(folder_ / "out" / Written().front());
+        ASSERT_EQ(Written(), Names{png ? "F_1_0001.png" : "F_1_0001.pgm"});
+        const fs::path path = "out/" + Written().front();
         if (!png) {
             std::string expected = row.header;
             for (unsigned i = 0; i < 15; ++i) {
                 expected += static_cast<char>(((i * 100 + 1) & row.mask) >> 8);
                 expected += static_cast<char>((i * 100 + 1) & row.mask & 255);
             }
-            EXPECT_EQ(file, expected) << row.pixelType;
+            EXPECT_EQ(ReadFile(path), expected) << row.pixelType;
             continue;
         }
-        int width = 0, height = 0, channels = 0;
-        stbi_uc* pixels = stbi_load_from_memory(reinterpret_cast<const stbi_uc*>(file.data()),
-                                                static_cast<int>(file.size()), &width, &height, &channels, 0);
-        ASSERT_NE(pixels, nullptr);
-        EXPECT_EQ(width, 5);
-        EXPECT_EQ(height, 3);
-        ASSERT_EQ(channels, row.channels);
-        for (int i = 0; i < 15 * channels; ++i)
-            EXPECT_EQ(pixels[i], i / channels + i % channels * 15) << row.pixelType;
-        stbi_image_free(pixels);
+        const Png image(path);
+        EXPECT_EQ(image.width, 5);
+        EXPECT_EQ(image.height, 3);
+        ASSERT_EQ(image.channels, row.channels);
+        for (int i = 0; i < 15; ++i)
+            for (int channel = 0; channel < image.channels; ++channel)
+                EXPECT_EQ(image.At(i % 5, i / 5, channel), i + channel * 15) << row.pixelType;
     }
 }
 
 TEST_F(Camhost, AFailedGrabLeavesWholeImagesAndAStoppedCamera)
 {
-    const ProgramResult result = Grab("--frames 9 --set FailAtImage=3");
-    EXPECT_EQ(result.exitCode, 1);
-    ExpectOneLine(result.errors, "F:1: GetImage: ERROR. The cable is out.");
-    EXPECT_EQ(Written(), (std::vector<std::string>{"F_1_0001.png", "F_1_0002.png"}));
-    EXPECT_NE(Calls().find("StopAcquisition"), std::string::npos);
-    EXPECT_EQ(result.output, "");
-}
-
-TEST_F(Camhost, ARefusedSetupStartsNothing)
-{
-    const ProgramResult result = Grab("--region 0,0,200,3");
-    EXPECT_EQ(result.exitCode, 1);
-    ExpectOneLine(result.errors, "F:1: SetupCommonParams: ERROR. Width refused.");
-    EXPECT_EQ(Calls().find("StartAcquisition"), std::string::npos);
-    EXPECT_EQ(Written(), std::vector<std::string>{});
-}
-
-TEST_F(Camhost, AMissingImageEndsTheWait)
-{
-    const ProgramResult result = Grab("--set NoImages=True --timeout 0.2");
-    EXPECT_EQ(result.exitCode, 1);
-    ExpectOneLine(result.errors, "F:1: no image within 0.2 s, 0 of 1 arrived");
-    EXPECT_NE(Calls().find("StopAcquisition"), std::string::npos);
+    struct Row
+    {
+        const char* arguments;
+        const char* says;
+        const char* calls; // after the setup
+        Names written;
+    };
+    const Row rows[] = {
+        {"--region 0,0,200,3", "F:1: SetupCommonParams: ERROR. Width refused.", "", {}},
+        {"--set NoImages=True --timeout 0.2",
+         "F:1: no image within 0.2 s, 0 of 1 arrived",
+         "StartAcquisition\nStopAcquisition\n",
+         {}},
+        {"--frames 9 --set FailAtImage=3",
+         "F:1: GetImage: ERROR. The cable is out.",
+         "StartAcquisition\nStopAcquisition\n",
+         {"F_1_0001.png", "F_1_0002.png"}},
+    };
+    for (const Row& row : rows) {
+        const Result result = Grab(row.arguments);
+        ExpectFailure(result, 1, row.says);
+        EXPECT_EQ(result.output, "");
+        const std::string calls = Calls();
+        EXPECT_EQ(calls.substr(calls.find('\n') + 1), row.calls) << row.arguments;
+        EXPECT_EQ(Written(), row.written) << row.arguments;
+    }
 }
 
 TEST_F(Camhost, AFileThatCannotBeWrittenLeavesNothing)
 {
-    std::ofstream(folder_ / "out") << "a file where the folder should be";
-    const ProgramResult result = Run("grab 0 --out " + Quoted((folder_ / "out").string()));
-    EXPECT_EQ(result.exitCode, 1);
-    ExpectOneLine(result.errors, "cannot be written");
+    std::ofstream("out") << "a file where the folder should be";
+    ExpectFailure(Grab(""), 1, "cannot be written");
     EXPECT_NE(Calls().find("StopAcquisition"), std::string::npos);
 
     // The image can be written here, but not the sheet, whose name is a folder's.
-    fs::create_directories(folder_ / "sheet.png");
-    const ProgramResult sheet = Run("grab 0 --out " + Quoted((folder_ / "images").string()) +
-                                    " --contact-sheet " + Quoted((folder_ / "sheet.png").string()));
-    EXPECT_EQ(sheet.exitCode, 1);
-    ExpectOneLine(sheet.errors, "sheet.png cannot be written");
-    EXPECT_FALSE(fs::exists(folder_ / "sheet.png.part"));
+    fs::create_directory("sheet.png");
+    ExpectFailure(Run("grab 0 --out images --contact-sheet sheet.png"), 1, "sheet.png cannot be written");
+    EXPECT_FALSE(fs::exists("sheet.png.part"));
 }
 
 TEST_F(Camhost, ContactSheetShowsEveryImage)
 {
-    const fs::path path = folder_ / "sheets" / "sheet.png";
-    const ProgramResult result = Grab("--frames 5 --contact-sheet " + Quoted(path.string()));
+    const Result result = Grab("--frames 5 --contact-sheet \"all sheets/sheet.png\"");
     ASSERT_EQ(result.exitCode, 0) << result.errors;
-    const std::string file = ReadFile(path);
-    int width = 0, height = 0, channels = 0;
-    stbi_uc* pixels = stbi_load_from_memory(reinterpret_cast<const stbi_uc*>(file.data()),
-                                            static_cast<int>(file.size()), &width, &height, &channels, 3);
-    ASSERT_NE(pixels, nullptr);
-    EXPECT_EQ(width, 3 * 168 + 8);
-    EXPECT_EQ(height, 2 * 25 + 8);
-    const auto at = [&](int x, int y) { return static_cast<int>(pixels[3 * (y * width + x)]); };
+    const Png sheet("all sheets/sheet.png");
+    ASSERT_EQ(sheet.width, 3 * 168 + 8);
+    ASSERT_EQ(sheet.height, 2 * 25 + 8);
     for (int i = 0; i < 6; ++i) {
         const int left = 8 + i % 3 * 168, top = 8 + i / 3 * 25;
         int white = 0; // of the label
         for (int y = top; y < top + 12; ++y)
             for (int x = left; x < left + 160; ++x)
-                white += at(x, y) == 255;
+                white += sheet.At(x, y, 0) == 255;
         EXPECT_EQ(white > 0, i < 5) << i;
-        EXPECT_EQ(at(left + 4, top + 14 + 2), i < 5 ? 14 : 32) << i; // the image's last pixel, or paper
+        EXPECT_EQ(sheet.At(left + 4, top + 14 + 2, 0), i < 5 ? 14 : 32) << i; // the last pixel, or paper
     }
-    stbi_image_free(pixels);
 }
 
 TEST_F(Camhost, ProgressAndSummaryTellTheLosses)
 {
-    const ProgramResult result = Grab("--frames 6 --set SkipAtImage=4 --progress");
+    const Result result = Grab("--frames 6 --set SkipAtImage=4 --progress");
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_NE(result.errors.find("F:1: "), std::string::npos) << result.errors;
     EXPECT_NE(result.output.find("F:1: 6 images of 5 x 3 in "), std::string::npos) << result.output;
@@ -340,39 +363,31 @@ TEST_F(Camhost, ProgressAndSummaryTellTheLosses)
 // The real adapter and the simulated cameras, found beside camhost.
 TEST_F(Camhost, GrabsFromEverySimulatedCamera)
 {
-    const ProgramResult list = RunBare("list");
+    const Result list = RunBare("list");
     EXPECT_EQ(list.exitCode, 0) << list.errors;
-    const auto cameras = static_cast<std::size_t>(std::ranges::count(list.output, '\n') - 1);
-    ASSERT_GT(cameras, 0u);
+    const auto cameras = std::ranges::count(list.output, '\n') - 1;
+    ASSERT_GT(cameras, 0);
     for (const char* address : {"169.254.0.1 ", "USB3Vision "})
         EXPECT_NE(list.output.find(address), std::string::npos) << list.output;
-    const ProgramResult grab =
-        RunBare("grab all --frames 2 --trigger manual --out " + Quoted((folder_ / "out").string()));
+    const Result grab = RunBare("grab all --frames 2 --trigger manual --out out");
     EXPECT_EQ(grab.exitCode, 0) << grab.errors;
-    EXPECT_EQ(Written().size(), 2 * cameras);
-    EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(grab.output, '\n')), cameras) << grab.output;
-
-    const ProgramResult refused = RunBare("set 0 PixelFormat=Purple");
-    EXPECT_EQ(refused.exitCode, 1);
-    ExpectOneLine(refused.errors, "Value='Purple'. Reason=ZvkErrorInvalidValue (-11). (entries now: ");
+    EXPECT_EQ(std::ssize(Written()), 2 * cameras);
+    EXPECT_EQ(std::ranges::count(grab.output, '\n'), cameras) << grab.output;
+    ExpectFailure(RunBare("set 0 PixelFormat=Purple"), 1,
+                  "Value='Purple'. Reason=ZvkErrorInvalidValue (-11). (entries now: ");
 }
 
 TEST_F(Camhost, AnSdkThatIsNotThereIsNamed)
 {
-    SetSdkVariable((folder_ / "nowhere").string());
-    const ProgramResult missing = RunBare("list");
-    EXPECT_EQ(missing.exitCode, 3);
-    ExpectOneLine(missing.errors,
+    SetEnvironment("ZORVIK_HOME", "nowhere");
+    ExpectFailure(RunBare("list"), 3,
                   "ERROR while loading 'ZvkC.dll'. Name the SDK folder with --sdk or ZORVIK_HOME.");
 
     // The adapter has no text for a folder without its libraries; the option goes before the variable.
-    const std::string empty = " --sdk " + Quoted((folder_ / "sdk").string());
-    const ProgramResult list = RunBare("list" + empty);
+    const Result list = RunBare("list --sdk sdk");
     EXPECT_EQ(list.exitCode, 0);
     EXPECT_EQ(list.output, "no cameras found; the adapter's log tells more\n");
-    const ProgramResult grab = RunBare("grab all --out " + Quoted((folder_ / "out").string()) + empty);
-    EXPECT_EQ(grab.exitCode, 1);
-    ExpectOneLine(grab.errors, "no cameras found");
+    ExpectFailure(RunBare("grab all --out out --sdk sdk"), 1, "no cameras found");
 }
 
 } // namespace
