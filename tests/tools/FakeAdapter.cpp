@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
@@ -36,16 +37,18 @@ int g_taken = 0;
 
 void Log(const std::string& line)
 {
-    if (const char* folder = std::getenv("ZORVIK_HOME"))
-        if (std::FILE* file = std::fopen((std::string(folder) + "/calls.txt").c_str(), "ab")) {
-            std::fprintf(file, "%s\n", line.c_str());
-            std::fclose(file);
-        }
+    std::ofstream(std::string(std::getenv("ZORVIK_HOME")) + "/calls.txt", std::ios::app) << line << '\n';
+}
+
+std::int32_t Answer(char* text, const std::string& answer)
+{
+    std::snprintf(text, MARAVEL_TEXT_SIZE, "%s", answer.c_str());
+    return MARAVEL_SUCCESS;
 }
 
 std::int32_t Fail(char* errorText, const std::string& text)
 {
-    std::snprintf(errorText, MARAVEL_TEXT_SIZE, "%s", text.c_str());
+    Answer(errorText, text);
     return MARAVEL_FAILURE;
 }
 
@@ -66,14 +69,10 @@ std::int32_t MARAVEL_CALL SetupCommonParams(char* errorText, std::int64_t, const
                                   : MARAVEL_SUCCESS;
 }
 
-bool HasImage()
-{
-    return g_features["NoImages"].text != "True" && (g_ready > 0 || g_params.acqContinuous != 0);
-}
-
 std::int32_t MARAVEL_CALL QueryImageStatus(char*, std::int64_t, std::uint32_t* status)
 {
-    *status = HasImage() ? ImageStatusReady : ImageStatusPending;
+    const bool waits = g_ready > 0 || g_params.acqContinuous != 0;
+    *status = waits && g_features["NoImages"].text != "True" ? ImageStatusReady : ImageStatusPending;
     return MARAVEL_SUCCESS;
 }
 
@@ -92,29 +91,28 @@ std::int32_t MARAVEL_CALL GetImageAttributes(char*, std::int64_t, ImageAttribute
     return MARAVEL_SUCCESS;
 }
 
-// Sample i of an image is i x 100 + 1, as far as its depth goes; the bytes of colour planes count from 0.
+// Sample i of an image is i x 100 + 1, as far as its depth goes; 8-bit ones count from 0.
 std::vector<std::uint8_t> Pixels(std::int32_t pixelType)
 {
     std::vector<std::uint8_t> bytes;
     const auto add = [&](unsigned byte) { bytes.push_back(static_cast<std::uint8_t>(byte)); };
-    if (pixelType == PixelTypeMono12Packed) {
-        for (unsigned i = 0; i < kWidth * kHeight; i += 2) {
-            const unsigned first = i * 100 + 1, second = (i + 1) * 100 + 1;
-            add(first >> 4);
-            add((first & 15) | (second & 15) << 4);
-            if (i + 1 < kWidth * kHeight)
-                add(second >> 4);
-        }
-    }
-    else if (pixelType == PixelTypeMono8 || pixelType == PixelTypeRgbPlanes) {
-        for (unsigned i = 0; i < kWidth * kHeight * (pixelType == PixelTypeMono8 ? 1u : 3u); ++i)
+    const unsigned planes = pixelType == PixelTypeRgbPlanes ? 3 : 1;
+    for (unsigned i = 0; i < kWidth * kHeight * planes; ++i) {
+        const unsigned sample = (i * 100 + 1) & (pixelType == PixelTypeMono10 ? 1023u : 65535u);
+        if (pixelType == PixelTypeMono8 || planes == 3) {
             add(i);
-    }
-    else {
-        for (unsigned i = 0; i < kWidth * kHeight; ++i) {
-            const unsigned sample = (i * 100 + 1) & (pixelType == PixelTypeMono10 ? 1023u : 65535u);
+        }
+        else if (pixelType != PixelTypeMono12Packed) {
             add(sample & 255);
             add(sample >> 8);
+        }
+        else if (i % 2 == 0) {
+            add(sample >> 4);
+            add(sample & 15);
+        }
+        else {
+            bytes.back() = static_cast<std::uint8_t>(bytes.back() | (sample & 15) << 4);
+            add(sample >> 4);
         }
     }
     return bytes;
@@ -153,8 +151,7 @@ std::int32_t MARAVEL_CALL ReadValue(char* errorText, std::int64_t, const char* n
     if (found == g_features.end())
         return Fail(errorText,
                     "ReadValue: ERROR. Feature '" + std::string(name) + "' not found for channelID=0.");
-    std::snprintf(text, MARAVEL_TEXT_SIZE, "%s", found->second.text.c_str());
-    return MARAVEL_SUCCESS;
+    return Answer(text, found->second.text);
 }
 
 std::int32_t MARAVEL_CALL WriteValue(char* errorText, std::int64_t, const char* name, const char* text)
@@ -174,10 +171,8 @@ std::int32_t MARAVEL_CALL ExecuteCommand(char* errorText, std::int64_t, const ch
 std::int32_t MARAVEL_CALL GetFeatureName(char*, std::int64_t, std::int32_t index, char* text)
 {
     for (const auto& [name, value] : g_features)
-        if (index-- == 0) {
-            std::snprintf(text, MARAVEL_TEXT_SIZE, "%s", name.c_str());
-            return MARAVEL_SUCCESS;
-        }
+        if (index-- == 0)
+            return Answer(text, name);
     return MARAVEL_FAILURE;
 }
 
@@ -193,19 +188,16 @@ std::int32_t MARAVEL_CALL GetFeatureType(char* errorText, std::int64_t, const ch
 
 std::int32_t MARAVEL_CALL GetValidEnum(char*, std::int64_t, const char*, std::uint32_t index, char* text)
 {
-    std::snprintf(text, MARAVEL_TEXT_SIZE, "%s", index == 0 ? "Fast" : "Slow");
-    return index < 2 ? MARAVEL_SUCCESS : MARAVEL_FAILURE;
+    return index < 2 ? Answer(text, index == 0 ? "Fast" : "Slow") : MARAVEL_FAILURE;
 }
 
 std::int32_t MARAVEL_CALL GetFeatureAttr(char*, std::int64_t, const char* name, std::uint32_t kind,
                                          char* text)
 {
-    const bool payload = std::strcmp(name, "PayloadSize") == 0;
-    std::snprintf(text, MARAVEL_TEXT_SIZE, "%s",
-                  kind == FeatureAttrDescription           ? "What it does."
-                  : kind == FeatureAttrWritable && payload ? "False"
-                                                           : "True");
-    return MARAVEL_SUCCESS;
+    if (kind == FeatureAttrDescription)
+        return Answer(text, "What it does.");
+    return Answer(text,
+                  kind == FeatureAttrWritable && std::strcmp(name, "PayloadSize") == 0 ? "False" : "True");
 }
 
 std::int32_t MARAVEL_CALL ReleaseVideoChannel(char*, std::int64_t)
