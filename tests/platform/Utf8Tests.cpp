@@ -6,26 +6,11 @@ namespace maravel::posix {
 
 TEST(Utf8, EveryTextSurvivesTheWayThereAndBack)
 {
-    const std::string texts[] = {
-        "",
-        "/opt/zorvik",
-        "gr\xC3\xBCn",
-        "\xE2\x82\xAC",
-        "\xF0\x9F\x93\xB7",
-        "\x80",
-        "\xC3",
-        "\xC3(",
-        "\xE2\x82",
-        "\xF0\x9F\x93",
-        "\xC0\x80",
-        "\xED\xA0\x80",
-        "\xF4\x90\x80\x80",
-        "\xFF\xFE",
-        "a\xFF"
-        "b",
-        "\xE0\x80\x80",
-        "\xF0\x80\x80\x80",
-    };
+    const std::string texts[] = {"", "/opt/zorvik", "gr\xC3\xBCn", "\xE2\x82\xAC", "\xF0\x9F\x93\xB7",
+                                 // not UTF-8
+                                 "\x80", "\xC3", "\xC3(", "\xE2\x82", "\xF0\x9F\x93", "\xC0\x80",
+                                 "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF\xFE", "-\xFF-", "\xE0\x80\x80",
+                                 "\xF0\x80\x80\x80"};
     for (const std::string& text : texts) {
         EXPECT_EQ(NarrowText(WideText(text)), text);
     }

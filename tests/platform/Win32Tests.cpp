@@ -5,13 +5,18 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <map>
+#include <set>
 #include <string>
 
 namespace maravel::test {
 
 namespace {
 
-constexpr LSTATUS kOk = static_cast<LSTATUS>(ERROR_SUCCESS);
+constexpr LSTATUS kOk = ERROR_SUCCESS;
+constexpr LSTATUS kNotFound = ERROR_FILE_NOT_FOUND;
+constexpr LSTATUS kMoreData = ERROR_MORE_DATA;
+constexpr LSTATUS kNoMoreItems = ERROR_NO_MORE_ITEMS;
 
 TEST(Win32Registry, OpensQueriesAndEnumerates)
 {
@@ -23,8 +28,7 @@ TEST(Win32Registry, OpensQueriesAndEnumerates)
         RegistryKeyOnly("SOFTWARE\\Test\\Other"),
     });
     HKEY key = nullptr;
-    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Missing", 0, KEY_READ, &key),
-              static_cast<LSTATUS>(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Missing", 0, KEY_READ, &key), kNotFound);
     ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "software\\TEST", 0, KEY_READ, &key), kOk)
         << "names do not depend on case";
 
@@ -34,50 +38,43 @@ TEST(Win32Registry, OpensQueriesAndEnumerates)
     EXPECT_EQ(RegQueryValueExA(key, "NUMBER", nullptr, &type, reinterpret_cast<BYTE*>(&number), &size), kOk);
     EXPECT_EQ(number, 0x12345678u);
     EXPECT_EQ(type, static_cast<DWORD>(REG_DWORD));
-    EXPECT_EQ(RegQueryValueExA(key, "Missing", nullptr, nullptr, nullptr, &size),
-              static_cast<LSTATUS>(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(RegQueryValueExA(key, "Missing", nullptr, nullptr, nullptr, &size), kNotFound);
     size = 2;
     EXPECT_EQ(RegQueryValueExA(key, "Number", nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size),
-              static_cast<LSTATUS>(ERROR_MORE_DATA));
+              kMoreData);
     EXPECT_EQ(size, 4u);
 
-    bool sawSubKey = false;
+    std::set<std::string> names;
     char name[64];
-    DWORD index = 0;
-    for (;; ++index) {
-        DWORD nameSize = sizeof name;
-        const LSTATUS status = RegEnumKeyExA(key, index, name, &nameSize, nullptr, nullptr, nullptr, nullptr);
-        if (status != kOk) {
-            EXPECT_EQ(status, static_cast<LSTATUS>(ERROR_NO_MORE_ITEMS));
-            break;
-        }
+    DWORD nameSize = sizeof name;
+    LSTATUS status = kOk;
+    const auto enumerate = [&](DWORD index) {
+        nameSize = sizeof name;
+        return RegEnumKeyExA(key, index, name, &nameSize, nullptr, nullptr, nullptr, nullptr);
+    };
+    for (DWORD index = 0; (status = enumerate(index)) == kOk; ++index) {
         EXPECT_EQ(nameSize, std::strlen(name));
-        sawSubKey |= std::string(name) == "Sub Key";
+        names.insert(name);
     }
-    EXPECT_EQ(index, 2u);
-    EXPECT_TRUE(sawSubKey);
-    DWORD tooSmall = 3;
-    EXPECT_EQ(RegEnumKeyExA(key, 0, name, &tooSmall, nullptr, nullptr, nullptr, nullptr),
-              static_cast<LSTATUS>(ERROR_MORE_DATA));
+    EXPECT_EQ(status, kNoMoreItems);
+    EXPECT_EQ(names, (std::set<std::string>{"Other", "Sub Key"}));
+    nameSize = 3;
+    EXPECT_EQ(RegEnumKeyExA(key, 0, name, &nameSize, nullptr, nullptr, nullptr, nullptr), kMoreData);
 
-    bool sawText = false;
-    for (index = 0;; ++index) {
-        DWORD nameSize = sizeof name;
-        char data[64];
+    std::map<std::string, std::string> texts;
+    char data[64];
+    const auto enumerateValue = [&](DWORD index) {
+        nameSize = sizeof name;
         size = sizeof data;
-        if (RegEnumValueA(key, index, name, &nameSize, nullptr, &type, reinterpret_cast<BYTE*>(data),
-                          &size) != kOk) {
-            break;
-        }
-        if (type == REG_SZ) {
-            EXPECT_STREQ(name, "Text");
-            EXPECT_STREQ(data, "a \"b\" c\\d");
-            EXPECT_EQ(size, std::strlen(data) + 1);
-            sawText = true;
-        }
-    }
-    EXPECT_EQ(index, 2u);
-    EXPECT_TRUE(sawText);
+        return RegEnumValueA(key, index, name, &nameSize, nullptr, &type, reinterpret_cast<BYTE*>(data),
+                             &size);
+    };
+    DWORD count = 0;
+    for (; enumerateValue(count) == kOk; ++count)
+        if (type == REG_SZ)
+            texts[name] = std::string(data, size);
+    EXPECT_EQ(count, 2u);
+    EXPECT_EQ(texts, (std::map<std::string, std::string>{{"Text", std::string("a \"b\" c\\d\0", 10)}}));
     HKEY subKey = nullptr;
     EXPECT_EQ(RegOpenKeyExA(key, "Sub Key", 0, KEY_READ, &subKey), kOk);
     EXPECT_EQ(RegCloseKey(subKey), kOk);
