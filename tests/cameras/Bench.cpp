@@ -1,6 +1,5 @@
 #include "Bench.h"
 
-#include "FakeCameras.h"
 #include "support/SdkControl.h"
 #include "support/TestPlatform.h"
 
@@ -10,31 +9,12 @@
 namespace maravel::test {
 namespace {
 
-// Two cameras as Aravis' fake ones are: of the same size, formats and rate.
-constexpr const char* kCameras = R"(
-[[camera]]
-id = "ONE"
+// As Aravis' fake cameras are: of the same size, formats and rate.
+std::string Describe(const std::string& serial)
+{
+    return "[[camera]]\nid = '" + serial + "'\nserial = '" + serial + R"('
 model = "Fake"
 vendor = "Tests"
-serial = "SIM-A"
-interface = "GigE"
-transport_vendor = "Others"
-width = 2048
-height = 2048
-pixel_formats = ["Mono8", "BayerRG8", "RGB8", "Mono16"]
-frame_rate = 25.0
-exposure_us = 10000.0
-packet_size = 1500
-packet_negotiation_ms = 20
-[camera.values]
-Width = 512
-Height = 512
-
-[[camera]]
-id = "TWO"
-model = "Fake"
-vendor = "Tests"
-serial = "SIM-B"
 interface = "GigE"
 transport_vendor = "Others"
 width = 2048
@@ -48,6 +28,7 @@ packet_negotiation_ms = 20
 Width = 512
 Height = 512
 )";
+}
 
 class SimulatedBench final : public Bench
 {
@@ -55,7 +36,7 @@ public:
     SimulatedBench()
     {
         sdk_.SimReset();
-        EXPECT_EQ(sdk_.SimSetDescription(kCameras), 0);
+        EXPECT_EQ(sdk_.SimSetDescription((Describe(Serial(0)) + Describe(Serial(1))).c_str()), 0);
     }
     ~SimulatedBench() override
     {
@@ -79,33 +60,10 @@ private:
     SdkControl sdk_{SdkFolderNamed("sdk")};
 };
 
-class AravisBench final : public Bench
-{
-public:
-    AravisBench()
-    {
-        for (std::size_t i = 0; i < cameras_.Possible(); ++i)
-            PlugIn(i);
-    }
-
-    std::size_t CameraCount() const override { return cameras_.Possible(); }
-    std::string WhyNone() const override { return cameras_.WhyNone(); }
-    std::string SdkFolder() const override { return SdkFolderNamed("sdk-aravis"); }
-    std::string Serial(std::size_t camera) const override { return FakeCameras::Serial(camera); }
-    void Unplug(std::size_t camera) override { cameras_.Unplug(camera); }
-    void PlugIn(std::size_t camera) override { EXPECT_TRUE(cameras_.PlugIn(camera)); }
-    bool SendsRamp() const override { return true; }
-
-private:
-    FakeCameras cameras_;
-};
-
 } // namespace
 
-std::unique_ptr<Bench> MakeBench(const std::string& name)
+std::unique_ptr<Bench> MakeSimulatedBench()
 {
-    if (name == "Aravis")
-        return std::make_unique<AravisBench>();
     return std::make_unique<SimulatedBench>();
 }
 

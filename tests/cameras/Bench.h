@@ -31,8 +31,8 @@ public:
     virtual bool SendsRamp() const = 0;
 };
 
-// "Simulated" or "Aravis".
-std::unique_ptr<Bench> MakeBench(const std::string& name);
+std::unique_ptr<Bench> MakeSimulatedBench();
+std::unique_ptr<Bench> MakeAravisBench(); // null: not on this system
 
 // An SDK folder beside the folder of this program.
 std::string SdkFolderNamed(const std::string& name);

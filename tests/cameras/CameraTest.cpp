@@ -21,6 +21,11 @@ std::vector<std::string> BenchNames()
     return names;
 }
 
+std::unique_ptr<Bench> MakeBench(const std::string& name)
+{
+    return name == "Aravis" ? MakeAravisBench() : MakeSimulatedBench();
+}
+
 std::string NameOfBench(const testing::TestParamInfo<std::string>& info)
 {
     return info.param;
@@ -60,11 +65,6 @@ void CameraTest::SetUp()
     Open();
 }
 
-void CameraTest::TearDown()
-{
-    UnloadAdapter();
-}
-
 void CameraTest::LoadAdapter()
 {
     std::string reason;
@@ -82,12 +82,11 @@ void CameraTest::Open()
 {
     channels_.clear();
     std::vector<host::Channel> all;
-    const host::Outcome outcome = adapter_->CollectChannels(&all);
-    ASSERT_TRUE(outcome) << outcome.text;
+    Expect(adapter_->CollectChannels(&all));
     for (std::size_t i = 0; i < bench->CameraCount(); ++i)
-        std::copy_if(
-            all.begin(), all.end(), std::back_inserter(channels_),
-            [&](const host::Channel& channel) { return channel.SerialNumber() == bench->Serial(i); });
+        std::ranges::copy_if(all, std::back_inserter(channels_), [&](const host::Channel& channel) {
+            return channel.SerialNumber() == bench->Serial(i);
+        });
 }
 
 CommonParams CameraTest::Params(int acqContinuous)
@@ -99,25 +98,6 @@ CommonParams CameraTest::Params(int acqContinuous)
     params.roiwidth = 512;
     params.roiheight = 512;
     return params;
-}
-
-void CameraTest::Setup(bool freeRun, std::size_t camera)
-{
-    const CommonParams params = Params(freeRun ? 1 : 0);
-    const host::Outcome outcome = Channel(camera).SetupCommonParams(params);
-    ASSERT_TRUE(outcome) << outcome.text;
-}
-
-void CameraTest::Start(std::size_t camera)
-{
-    const host::Outcome outcome = Channel(camera).StartAcquisition();
-    ASSERT_TRUE(outcome) << outcome.text;
-}
-
-void CameraTest::Stop(std::size_t camera)
-{
-    const host::Outcome outcome = Channel(camera).StopAcquisition();
-    ASSERT_TRUE(outcome) << outcome.text;
 }
 
 bool CameraTest::WaitForImage(std::chrono::milliseconds patience, std::size_t camera) const
@@ -145,23 +125,8 @@ Picture CameraTest::Fetch(std::size_t camera) const
     const auto pixels = static_cast<std::size_t>(picture.attributes.width) *
                         static_cast<std::size_t>(picture.attributes.height);
     picture.bytes.resize(picture.attributes.pixelType == PixelTypeRgbPlanes ? pixels * 3 : pixels);
-    const host::Outcome outcome = Channel(camera).GetImage(picture.bytes.data(), &status);
-    EXPECT_TRUE(outcome) << outcome.text;
+    Expect(Channel(camera).GetImage(picture.bytes.data(), &status));
     return picture;
-}
-
-std::string CameraTest::Read(const std::string& feature, std::size_t camera) const
-{
-    std::string value;
-    const host::Outcome outcome = Channel(camera).ReadValue(feature, &value);
-    EXPECT_TRUE(outcome) << outcome.text;
-    return value;
-}
-
-void CameraTest::Write(const std::string& feature, const std::string& value, std::size_t camera) const
-{
-    const host::Outcome outcome = Channel(camera).WriteValue(feature, value);
-    ASSERT_TRUE(outcome) << outcome.text;
 }
 
 } // namespace maravel::test

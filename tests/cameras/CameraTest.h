@@ -17,6 +17,7 @@ namespace maravel::test {
 
 // The benches that this run is to use, by name.
 std::vector<std::string> BenchNames();
+std::unique_ptr<Bench> MakeBench(const std::string& name);
 // For INSTANTIATE_TEST_SUITE_P: names tests after their bench.
 std::string NameOfBench(const testing::TestParamInfo<std::string>& info);
 
@@ -44,28 +45,38 @@ protected:
     static constexpr std::chrono::seconds Patience{10};
 
     void SetUp() override;
-    void TearDown() override;
+    void TearDown() override { UnloadAdapter(); }
 
     void LoadAdapter();
     void UnloadAdapter();
     // Collects the channels anew. With the bench's cameras only: channels of others are left out.
     void Open();
 
+    static void Expect(const host::Outcome& outcome) { EXPECT_TRUE(outcome) << outcome.text; }
+
     const host::Channel& Channel(std::size_t camera = 0) const { return channels_.at(camera); }
 
     static CommonParams Params(int acqContinuous);
     // Free run, or software triggers; the whole picture of 512 x 512.
-    void Setup(bool freeRun, std::size_t camera = 0);
-    void Start(std::size_t camera = 0);
-    void Stop(std::size_t camera = 0);
+    void Setup(bool freeRun) { Expect(Channel().SetupCommonParams(Params(freeRun ? 1 : 0))); }
+    void Start(std::size_t camera = 0) { Expect(Channel(camera).StartAcquisition()); }
+    void Stop(std::size_t camera = 0) { Expect(Channel(camera).StopAcquisition()); }
 
     // Waits until an image waits; false when none comes in time.
     bool WaitForImage(std::chrono::milliseconds patience = Patience, std::size_t camera = 0) const;
     // Waits for an image and fetches it.
     Picture Fetch(std::size_t camera = 0) const;
 
-    std::string Read(const std::string& feature, std::size_t camera = 0) const;
-    void Write(const std::string& feature, const std::string& value, std::size_t camera = 0) const;
+    std::string Read(const std::string& feature)
+    {
+        std::string value;
+        Expect(Channel().ReadValue(feature, &value));
+        return value;
+    }
+    void Write(const std::string& feature, const std::string& value)
+    {
+        Expect(Channel().WriteValue(feature, value));
+    }
 
     std::unique_ptr<Bench> bench;
     PrivateMachine machine;

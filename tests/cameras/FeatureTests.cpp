@@ -19,13 +19,11 @@ TEST_P(CameraFeatures, ListTellsWhichCamerasThereAre)
         EXPECT_TRUE(channel.Opened());
         EXPECT_EQ(channel.SerialNumber(), bench->Serial(i));
         EXPECT_EQ(channel.Label(), "Zorvik/Other: Fake");
+        // Copies: the record's fields are packed.
         EXPECT_EQ(std::int32_t{channel.Descriptor().width}, 512);
         EXPECT_EQ(std::int32_t{channel.Descriptor().height}, 512);
-        // Copies: the record's fields are packed.
-        const double exposure = channel.Descriptor().exposureTime;
-        const double shortest = channel.Descriptor().exposureTimeMin;
-        EXPECT_DOUBLE_EQ(exposure, 0.01);
-        EXPECT_GE(shortest, 0.0);
+        EXPECT_DOUBLE_EQ(double{channel.Descriptor().exposureTime}, 0.01);
+        EXPECT_GE(double{channel.Descriptor().exposureTimeMin}, 0.0);
     }
 }
 
@@ -51,7 +49,7 @@ TEST_P(CameraFeatures, EveryTypeIsDescribed)
     EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
     EXPECT_EQ(std::adjacent_find(names.begin(), names.end()), names.end()) << "a feature is listed twice";
     for (const Expected& feature : expected) {
-        EXPECT_NE(std::find(names.begin(), names.end(), feature.name), names.end()) << feature.name;
+        EXPECT_EQ(std::ranges::count(names, feature.name), 1) << feature.name;
         std::int32_t type = 0;
         EXPECT_TRUE(Channel().GetFeatureType(feature.name, &type));
         EXPECT_EQ(type, feature.type) << feature.name;
@@ -61,7 +59,7 @@ TEST_P(CameraFeatures, EveryTypeIsDescribed)
     EXPECT_NE(Channel().Description("Width"), "");
     const std::vector<std::string> formats = Channel().EnumEntries("PixelFormat");
     for (const char* format : {"Mono8", "BayerRG8", "RGB8"})
-        EXPECT_NE(std::find(formats.begin(), formats.end(), format), formats.end()) << format;
+        EXPECT_EQ(std::ranges::count(formats, format), 1) << format;
 }
 
 // What is listed can be used as it is described: a value that was read can be written again.
@@ -74,14 +72,12 @@ TEST_P(CameraFeatures, EveryListedFeatureKeepsItsWord)
         EXPECT_TRUE(Channel().GetFeatureType(name, &type));
         if (type == FeatureTypeCommand || !Channel().IsReadable(name))
             continue;
-        std::string value;
-        const host::Outcome read = Channel().ReadValue(name, &value);
-        EXPECT_TRUE(read) << name << ": " << read.text;
+        SCOPED_TRACE(name);
+        const std::string value = Read(name);
         if (!Channel().IsWritable(name))
             continue;
-        const host::Outcome outcome = Channel().WriteValue(name, value);
-        EXPECT_TRUE(outcome) << name << " = " << value << ": " << outcome.text;
-        EXPECT_EQ(Read(name), value) << name;
+        Write(name, value);
+        EXPECT_EQ(Read(name), value);
         ++written;
     }
     EXPECT_GT(written, 10);

@@ -1,4 +1,5 @@
-#include "cameras/FakeCameras.h"
+// The fake GigE Vision cameras of Aravis, as processes of their own on the loopback interface.
+#include "cameras/Bench.h"
 
 #include <arpa/inet.h>
 #include <array>
@@ -9,6 +10,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sched.h>
@@ -25,8 +27,9 @@ namespace {
 
 constexpr const char* kProgram = "arv-fake-gv-camera-0.8";
 constexpr std::uint16_t kControlPort = 3956;
-constexpr const char* kAddresses[FakeCameras::Most] = {"127.0.0.1", "127.0.0.2"};
-constexpr const char* kSerials[FakeCameras::Most] = {"FAKE-A", "FAKE-B"};
+constexpr std::size_t kMost = 2;
+constexpr const char* kAddresses[kMost] = {"127.0.0.1", "127.0.0.2"};
+constexpr const char* kSerials[kMost] = {"FAKE-A", "FAKE-B"};
 
 sockaddr_in AddressOf(const char* text, std::uint16_t port)
 {
@@ -91,59 +94,77 @@ bool IsFree(const char* text)
     return free;
 }
 
+class AravisBench final : public Bench
+{
+public:
+    // The first one moves this process into a network of its own where it may, so that no other camera is
+    // seen or disturbed and two fake cameras have an address each.
+    AravisBench()
+    {
+        static const bool ownNetwork = MoveIntoOwnNetwork();
+        if (!IsInstalled())
+            whyNone_ = std::string(kProgram) + " is not installed";
+        else if (ownNetwork)
+            possible_ = kMost;
+        else if (IsFree(kAddresses[0]))
+            possible_ = 1;
+        else
+            whyNone_ = "another camera listens on the loopback interface";
+        for (std::size_t i = 0; i < possible_; ++i)
+            PlugIn(i);
+    }
+    ~AravisBench() override
+    {
+        for (std::size_t i = 0; i < kMost; ++i)
+            Kill(i);
+    }
+
+    std::size_t CameraCount() const override { return possible_; }
+    std::string WhyNone() const override { return whyNone_; }
+    std::string SdkFolder() const override { return SdkFolderNamed("sdk-aravis"); }
+    std::string Serial(std::size_t camera) const override { return kSerials[camera]; }
+    void Unplug(std::size_t camera) override { Kill(camera); }
+    bool SendsRamp() const override { return true; }
+
+    // Starts a camera and waits until it listens.
+    void PlugIn(std::size_t camera) override
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL); // it does not outlive a test that crashes
+            const int nothing = open("/dev/null", O_RDWR);
+            dup2(nothing, 1);
+            dup2(nothing, 2);
+            execlp(kProgram, kProgram, "-i", kAddresses[camera], "-s", kSerials[camera], nullptr);
+            _exit(127);
+        }
+        processes_[camera] = child;
+        for (int i = 0; i < 500 && IsFree(kAddresses[camera]); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        EXPECT_FALSE(IsFree(kAddresses[camera]));
+    }
+
+private:
+    // At once: the camera says no farewell.
+    void Kill(std::size_t camera)
+    {
+        if (processes_[camera] == 0)
+            return;
+        kill(processes_[camera], SIGKILL);
+        waitpid(processes_[camera], nullptr, 0);
+        processes_[camera] = 0;
+    }
+
+    std::size_t possible_ = 0;
+    std::string whyNone_;
+    pid_t processes_[kMost] = {}; // 0: does not run
+};
+
 } // namespace
 
-FakeCameras::FakeCameras()
+std::unique_ptr<Bench> MakeAravisBench()
 {
-    static const bool ownNetwork = MoveIntoOwnNetwork();
-    if (!IsInstalled())
-        whyNone_ = std::string(kProgram) + " is not installed";
-    else if (ownNetwork)
-        possible_ = Most;
-    else if (IsFree(kAddresses[0]))
-        possible_ = 1;
-    else
-        whyNone_ = "another camera listens on the loopback interface";
-}
-
-FakeCameras::~FakeCameras()
-{
-    for (std::size_t i = 0; i < Most; ++i)
-        Unplug(i);
-}
-
-std::string FakeCameras::Serial(std::size_t camera)
-{
-    return kSerials[camera];
-}
-
-bool FakeCameras::PlugIn(std::size_t camera)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL); // it does not outlive a test that crashes
-        const int nothing = open("/dev/null", O_RDWR);
-        dup2(nothing, 1);
-        dup2(nothing, 2);
-        execlp(kProgram, kProgram, "-i", kAddresses[camera], "-s", kSerials[camera], nullptr);
-        _exit(127);
-    }
-    processes_[camera] = child;
-    for (int i = 0; i < 500; ++i) {
-        if (!IsFree(kAddresses[camera]))
-            return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
-}
-
-void FakeCameras::Unplug(std::size_t camera)
-{
-    if (processes_[camera] == 0)
-        return;
-    kill(processes_[camera], SIGKILL);
-    waitpid(processes_[camera], nullptr, 0);
-    processes_[camera] = 0;
+    return std::make_unique<AravisBench>();
 }
 
 } // namespace maravel::test
