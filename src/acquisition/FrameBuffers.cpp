@@ -72,12 +72,13 @@ bool PrepareFrames(VideoChannelData& channel, std::uint64_t channelIndex, std::u
 // Bytes of an RGB8 image; 0 for a size that no image has.
 std::size_t Rgb8Size(std::int64_t width, std::int64_t height)
 {
-    constexpr std::int64_t kMaxSide = std::numeric_limits<std::int32_t>::max();
-    if (width <= 0 || height <= 0 || width > kMaxSide || height > kMaxSide) {
-        return 0;
-    }
-    const std::uint64_t pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
-    return pixels > std::numeric_limits<std::size_t>::max() / 3 ? 0 : static_cast<std::size_t>(pixels * 3);
+    // Sides of 31 bits: the product fits.
+    const auto isSide = [](std::int64_t side) {
+        return side > 0 && side <= std::numeric_limits<std::int32_t>::max();
+    };
+    return isSide(width) && isSide(height)
+               ? static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3
+               : 0;
 }
 
 // Makes the conversion image an RGB8 image of the camera's current size.

@@ -342,8 +342,10 @@ TEST_F(FeatureTest, AListLeftFromAnEarlierOpeningIsNotFollowedIntoNothing)
     ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
     EXPECT_EQ(descriptor->openResult, 1);
     GuardedBuffer name(256);
-    EXPECT_EQ(Channel(1).GetFeatureName(text(), 1, 0, name.Text()), 1);
-    EXPECT_EQ(TextNow().find("GetFeatureName: ERROR. Invalid Zorvik feature index="), 0u) << TextNow();
+    for (std::int32_t index = 0; index < 112; ++index) {
+        EXPECT_EQ(Channel(1).GetFeatureName(text(), 1, index, name.Text()), 1);
+        EXPECT_EQ(TextNow().find("GetFeatureName: ERROR. Invalid Zorvik feature index="), 0u) << TextNow();
+    }
     ExpectViolations();
 }
 

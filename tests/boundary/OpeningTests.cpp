@@ -284,11 +284,13 @@ TEST_F(OpeningTest, AFeatureListThatChangesBetweenItsQueries)
         ZvkError_t (*)(ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t*, std::uint32_t);
     static FeaturesList original;
     static std::int64_t change;
+    static std::string last;
     original = reinterpret_cast<FeaturesList>(sdk.SimOriginalEntry("ZvkFeaturesList"));
     const FeaturesList changing = [](ZvkHandle_t camera, ZvkFeatureInfo_t* list, std::uint32_t length,
                                      std::uint32_t* found, std::uint32_t size) {
         const ZvkError_t result = original(camera, list, length, found, size);
         if (list != nullptr) {
+            last = list[length - 1].name;
             *found = static_cast<std::uint32_t>(*found + change);
         }
         return result;
@@ -307,6 +309,9 @@ TEST_F(OpeningTest, AFeatureListThatChangesBetweenItsQueries)
             ++count;
         }
         EXPECT_GT(count, 20);
+        std::int32_t type = 0;
+        EXPECT_EQ(descriptor->GetFeatureType(text(), 1, last.c_str(), &type), by < 0 ? 1 : 0)
+            << "what the list ends before does not exist";
     }
     const FeaturesList absurd = [](ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t* found,
                                    std::uint32_t) {

@@ -2,6 +2,7 @@
 #include "support/TestPlatform.h"
 
 #include <atomic>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -52,6 +53,22 @@ TEST_F(LogTest, LinesAreOnDiskWhenTheCallReturns)
     EXPECT_EQ(Text(), before);
     InitLog();
     EXPECT_EQ(Text(), "");
+}
+
+TEST_F(LogTest, LinesCarryTheLocalTime)
+{
+    const auto now = [] {
+        const std::time_t seconds = std::time(nullptr);
+        char text[8];
+        std::strftime(text, sizeof text, "[%H:%M:", std::localtime(&seconds));
+        return std::string(text);
+    };
+    InitLog();
+    const std::string before = now();
+    WriteLog(1, "now\n");
+    const std::string after = now();
+    const std::string line = Text();
+    EXPECT_TRUE(line.starts_with(before) || line.starts_with(after)) << line << before;
 }
 
 TEST_F(LogTest, LinesOfManyThreadsNeverMix)

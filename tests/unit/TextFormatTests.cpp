@@ -52,7 +52,7 @@ TEST(TextFormat, TheHostsLocaleIsNotHeard)
         GTEST_SKIP() << "no locale with a decimal comma on this machine";
     }
     const std::pair<double, const char*> rows[] = {
-        {0.5, "0.500000"}, {-12.75, "-12.750000"}, {1e15, "1000000000000000.000000"}};
+        {0.5, "0.500000"}, {-12.75, "-12.750000"}, {0.999999, "0.999999"}, {1e15, "1000000000000000.000000"}};
     for (const auto& [value, expected] : rows) {
         char text[64];
         FormatTextInto(text, sizeof text, "%f", value);
