@@ -108,6 +108,8 @@ TEST_F(ControlTest, MisuseIsAnsweredAndNoted)
     std::int64_t value = 0;
     expect(sim.ZvkCamerasList(nullptr, 0, &number, 80), ZvkErrorApiNotStarted,
            "ZvkCamerasList: called before ZvkStartup or after ZvkShutdown");
+    expect(sim.ZvkCaptureStart(nullptr), ZvkErrorApiNotStarted,
+           "ZvkCaptureStart: called before ZvkStartup or after ZvkShutdown");
     ZvkVersionInfo_t version{};
     expect(sim.ZvkVersionQuery(&version, 16), ZvkErrorStructSize,
            "ZvkVersionQuery: the record's size is not that of ZvkVersionInfo_t");

@@ -244,21 +244,5 @@ TEST_F(FeatureTest, ListenersHearOfDependentFeatures)
     EXPECT_EQ(sim.ZvkFeatureInvalidationUnregister(camera, "PayloadSize", listen), ZvkErrorNotFound);
 }
 
-TEST_F(FeatureTest, TransportLayersTellTheirVendor)
-{
-    ZvkCameraInfo_t cameras[4];
-    std::uint32_t count = 0;
-    Start();
-    ASSERT_OK(sim.ZvkCamerasList(cameras, 4, &count, sizeof(ZvkCameraInfo_t)));
-    ASSERT_EQ(count, 4U);
-    for (std::size_t i = 0; i < count; ++i) {
-        char text[64] = "";
-        std::uint32_t size = 0;
-        EXPECT_OK(sim.ZvkFeatureStringGet(cameras[i].transportLayerHandle, "TLVendorName", text, sizeof(text),
-                                          &size));
-        EXPECT_STREQ(text, i % 2 == 0 ? "Halvane Imaging" : "Open Transport Works");
-    }
-}
-
 } // namespace
 } // namespace maravel::test

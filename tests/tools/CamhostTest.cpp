@@ -367,8 +367,8 @@ TEST_F(Camhost, GrabsFromEverySimulatedCamera)
     EXPECT_EQ(list.exitCode, 0) << list.errors;
     const auto cameras = std::ranges::count(list.output, '\n') - 1;
     ASSERT_GT(cameras, 0);
-    for (const char* address : {"169.254.0.1 ", "USB3Vision "})
-        EXPECT_NE(list.output.find(address), std::string::npos) << list.output;
+    for (const char* part : {"Zorvik/HVN TL: ", "Zorvik/Other: ", "169.254.0.1 ", "USB3Vision "})
+        EXPECT_NE(list.output.find(part), std::string::npos) << list.output;
     const Result grab = RunBare("grab all --frames 2 --trigger manual --out out");
     EXPECT_EQ(grab.exitCode, 0) << grab.errors;
     EXPECT_EQ(std::ssize(Written()), 2 * cameras);
