@@ -39,6 +39,9 @@ protected:
             const std::int32_t result = GetVideoChannel(i, &channels[i]);
             // After a start without cameras the list ends at once, and without a word.
             Note(i == 0 ? result : channels[i].openResult);
+            if (channels[i].openResult != 0) {
+                isMemoryNamed_ |= CountInLog("InitializeVideoChannel: ERROR. Out of memory.") != 0;
+            }
             failures_ += result + channels[i].openResult;
         }
         GuardedBuffer value(256);
@@ -78,6 +81,7 @@ protected:
     std::int64_t (*allocationsMade_)() = nullptr;
     std::int64_t (*allocationsAlive_)() = nullptr;
     int failures_ = 0;
+    bool isMemoryNamed_ = false;
 };
 
 TEST_F(AllocationTest, NothingIsKept)
@@ -111,6 +115,7 @@ TEST_F(AllocationTest, EveryAllocationMayFail)
             ASSERT_EQ(sdk.State().openCameras, 0u);
         }
     }
+    EXPECT_TRUE(isMemoryNamed_) << "no channel said why it did not open";
     std::printf("allocation fault points: %lld\n", static_cast<long long>(points));
     ExpectViolations(); // a failed opening closes its camera twice
 }

@@ -120,7 +120,7 @@ bool SoakChannel::StopUntilDone(bool isDrained)
     return false;
 }
 
-bool SoakChannel::StopDrained()
+bool SoakChannel::Quieten()
 {
     bool isQuiet = false;
     for (int attempt = 0; attempt < kAttempts && !isQuiet; ++attempt) {
@@ -129,7 +129,12 @@ bool SoakChannel::StopDrained()
     Drain();
     std::this_thread::sleep_for(kInFlight);
     Drain();
-    return StopUntilDone(isQuiet);
+    return isQuiet;
+}
+
+bool SoakChannel::StopDrained()
+{
+    return StopUntilDone(Quieten());
 }
 
 void SoakChannel::Release()

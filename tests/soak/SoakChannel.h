@@ -39,8 +39,11 @@ public:
     void Step();
     // Sets up free run, starts, and waits for an image; false when none comes. No fault may be armed.
     bool Works();
-    // Fetches everything and stops; false when that fails.
+    // Has the camera send nothing more and fetches everything; false when the camera does not listen.
+    bool Quieten();
+    // The same, and stops; false when that fails.
     bool StopDrained();
+    void Drain();
     // Closes the camera.
     void Release();
 
@@ -53,7 +56,6 @@ public:
 private:
     bool Note(const char* operation, const host::Outcome& outcome);
     bool FetchOne();
-    void Drain();
     void SetUpAndStart();
     bool StopUntilDone(bool isDrained);
     void Provoke();

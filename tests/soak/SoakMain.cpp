@@ -31,6 +31,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds kSession{5000};
 // Longer than any camera takes to fill the buffers that it has left.
 constexpr milliseconds kQuiet{500};
+constexpr milliseconds kUndisturbed{500}; // enough for incomplete frames of most cameras
 constexpr std::size_t kMaxComplaints = 50;
 // Memory may move by this much between the first sessions and the last one.
 constexpr std::uint64_t kMemoryAllowance = 32 << 20;
@@ -115,6 +116,7 @@ private:
     void CheckBooks();
     void End(Ending ending);
     void CheckUsable();
+    void CheckBuffers();
     void EndFaults();
     void NoteMemory(std::uint64_t session);
     void Complain(const std::string& what);
@@ -255,6 +257,26 @@ void Soak::CheckUsable()
     }
 }
 
+// Every buffer goes back to its camera once its image is fetched, or was never complete: after some time of
+// streaming undisturbed all of them wait there to be filled.
+void Soak::CheckBuffers()
+{
+    for (const auto end = Clock::now() + kUndisturbed; Clock::now() < end;) {
+        for (SoakChannel& channel : channels_) {
+            channel.Drain();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    for (SoakChannel& channel : channels_) {
+        channel.Quieten();
+    }
+    const SimStateInfo state = sdk_.State();
+    if (state.queuedFrames != state.announcedFrames) {
+        Complain("of " + std::to_string(state.announcedFrames) + " buffers only " +
+                 std::to_string(state.queuedFrames) + " are with their cameras");
+    }
+}
+
 void Soak::RunSession(std::uint64_t session)
 {
     std::atomic<bool> isOver = false;
@@ -307,6 +329,7 @@ void Soak::End(Ending ending)
     case Ending::StopAndRestart:
     case Ending::ReleaseAll:
         CheckUsable();
+        CheckBuffers();
         for (SoakChannel& channel : channels_) {
             if (!channel.StopDrained()) {
                 Complain("a channel does not stop");
