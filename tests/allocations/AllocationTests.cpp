@@ -1,5 +1,6 @@
 // Memory that runs out at every allocation in turn.
 #include "boundary/AdapterTest.h"
+#include "sdk/ZvkTypes.h"
 
 #include <cstdio>
 
@@ -13,6 +14,7 @@ protected:
     AllocationTest() : AdapterTest(ExecutableFolder() + "/AllocationAdapter.so")
     {
         ExpectErrors();
+        machine.SetRegistry({RegistryNumber("SOFTWARE\\maravel\\PLK\\AdapterZorvik", "EnableLog", 1)});
         Resolve("FailAllocation", failAllocation_);
         Resolve("AllocationsMade", allocationsMade_);
         Resolve("AllocationsAlive", allocationsAlive_);
@@ -90,6 +92,23 @@ TEST_F(AllocationTest, NothingIsKept)
     const std::int64_t alive = allocationsAlive_();
     UseEverything();
     EXPECT_EQ(failures_, 0);
+    EXPECT_EQ(allocationsAlive_(), alive);
+}
+
+TEST_F(AllocationTest, BuffersThatAreNoLongerNeededAreFreed)
+{
+    UseEverything();
+    const std::int64_t alive = allocationsAlive_();
+    Stream(0);
+    EXPECT_EQ(Stop(0), 0);
+    ZvkError_t (*const large)(ZvkHandle_t, std::uint32_t*) = [](ZvkHandle_t, std::uint32_t* size) {
+        *size = 64 << 20; // so large that fewer will do
+        return ZvkErrorSuccess;
+    };
+    sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(large));
+    EXPECT_EQ(Start(0), 0) << TextNow();
+    EXPECT_LT(sdk.State().announcedFrames, 16u);
+    EXPECT_EQ(Release(0), 0);
     EXPECT_EQ(allocationsAlive_(), alive);
 }
 

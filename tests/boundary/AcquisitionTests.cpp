@@ -91,6 +91,11 @@ TEST_F(AcquisitionTest, ManualModeFiresOneTriggerACall)
     EXPECT_EQ(CallNames(), (std::vector<std::string>{"ZvkPayloadSizeGet", "ZvkFeatureEnumGet",
                                                      "ZvkFeatureEnumAsInt", "TriggerSoftware"}));
     EXPECT_EQ(CountInLog("StartAcquisition: ZvkFeatureCommandRun->TriggerSoftware success."), 2);
+    ExpectErrors();
+    sdk.SimFailCall("ZvkFeatureCommandRun", 1, -24, 0);
+    EXPECT_EQ(Start(0), 1);
+    EXPECT_EQ(TextNow(),
+              "StartAcquisition: ERROR. TriggerSoftware failed. ChannelID=0. Reason=ZvkErrorBusy (-24).");
 }
 
 TEST_F(AcquisitionTest, NumberOfFramesFollowsThePayload)

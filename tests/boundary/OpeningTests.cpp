@@ -250,6 +250,16 @@ TEST_F(OpeningTest, TextsOfAnyLengthAreCutAndTerminated)
     EXPECT_STREQ(Channel(1).serialNumber, "");
 }
 
+TEST_F(OpeningTest, TheMakersNameIsFoundUpToTheEndOfTheVendorsText)
+{
+    std::string description = kTestCameras;
+    const std::string usual = "The Halvane Layer";
+    description.replace(description.find(usual), usual.size(), std::string(120, 'v') + "Halvane");
+    sdk.SimSetDescription(description.c_str());
+    Open();
+    EXPECT_STREQ(Channel(0).label, "Zorvik/HVN TL: Mono");
+}
+
 TEST_F(OpeningTest, PacketSizeIsNegotiatedWhereTheStreamCan)
 {
     ExpectErrors();
@@ -305,7 +315,10 @@ TEST_F(OpeningTest, AFeatureListThatChangesBetweenItsQueries)
         EXPECT_EQ(descriptor->openResult, 0);
         GuardedBuffer name(256);
         int count = 0;
+        std::string previous;
         while (descriptor->GetFeatureName(text(), 1, count, name.Text()) == 0) {
+            EXPECT_LT(previous, name.AsText()) << "each is listed once";
+            previous = name.AsText();
             ++count;
         }
         EXPECT_GT(count, 20);
