@@ -224,6 +224,20 @@ TEST_F(OpeningTest, FailuresOfTheSdk)
     ExpectViolations(); // a failed opening closes the camera twice
 }
 
+TEST_F(OpeningTest, ACameraThatWillNotCloseIsAskedTwice)
+{
+    ExpectErrors();
+    Open();
+    const SimFault faults[] = {{"ZvkFeaturesList", 1, -1, 0}, {"ZvkCameraClose", 1, -1, 0}};
+    sdk.SimFailCalls(faults, 2);
+    Guarded<VideoChannelDescriptor> descriptor;
+    descriptor->structSize = 684;
+    EXPECT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
+    EXPECT_EQ(descriptor->openResult, 1);
+    EXPECT_EQ(CountInLog("GetVideoChannel: Camera CLOSED successfully. channelID 1 (Color [T1])"), 1);
+    EXPECT_EQ(sdk.State().openCameras, 0u);
+}
+
 TEST_F(OpeningTest, TextsOfAnyLengthAreCutAndTerminated)
 {
     using CamerasList = ZvkError_t (*)(ZvkCameraInfo_t*, std::uint32_t, std::uint32_t*, std::uint32_t);
