@@ -37,7 +37,7 @@ protected:
 TEST_F(AcquisitionTest, FreeRunStartsOnceAndRestartsTheCamera)
 {
     Open();
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     sdk.SimClearCalls();
     ASSERT_EQ(Start(0), 0);
     EXPECT_EQ(CallNames(),
@@ -60,7 +60,7 @@ TEST_F(AcquisitionTest, FreeRunStartsOnceAndRestartsTheCamera)
 TEST_F(AcquisitionTest, AStartAfterAStopOrAnAbandonedStartMakesTheSameCalls)
 {
     Open();
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     sdk.SimClearCalls();
     ASSERT_EQ(Start(0), 0);
     const std::vector<std::string> first = CallNames();
@@ -80,7 +80,7 @@ TEST_F(AcquisitionTest, AStartAfterAStopOrAnAbandonedStartMakesTheSameCalls)
 TEST_F(AcquisitionTest, ManualModeFiresOneTriggerACall)
 {
     Open();
-    ASSERT_EQ(Setup(0, 0, 0), 0);
+    ASSERT_EQ(Configure(0, 0, 0), 0);
     sdk.SimClearCalls();
     ASSERT_EQ(Start(0), 0);
     const std::vector<std::string> first = CallNames();
@@ -113,7 +113,7 @@ TEST_F(AcquisitionTest, NumberOfFramesFollowsThePayload)
         return ZvkErrorSuccess;
     };
     Open();
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(answer));
     for (const Row& row : rows) {
         payload = row.payload;
@@ -267,7 +267,7 @@ TEST_F(AcquisitionTest, StartFailures)
         SCOPED_TRACE(std::string(row.faults[0].entry) + " " + std::to_string(row.faults[0].nth) + " of " +
                      row.text);
         Open();
-        ASSERT_EQ(Setup(1, row.continuous, 0), 0);
+        ASSERT_EQ(Configure(1, row.continuous, 0), 0);
         ClearText();
         ClearLog();
         sdk.SimClearCalls();
@@ -301,7 +301,7 @@ TEST_F(AcquisitionTest, TransformFailureAtStart)
 {
     ExpectErrors();
     Open();
-    ASSERT_EQ(Setup(1), 0);
+    ASSERT_EQ(Configure(1), 0);
     sdk.SimTransformFailCall("ZvkSetImageInfoFromPixelFormat", 1, -7, 0);
     EXPECT_EQ(Start(1), 1);
     EXPECT_EQ(
@@ -321,7 +321,7 @@ TEST_F(AcquisitionTest, AnImageSizeThatNoImageHasFailsTheStart)
         return ZvkErrorSuccess;
     };
     Open();
-    ASSERT_EQ(Setup(1), 0);
+    ASSERT_EQ(Configure(1), 0);
     for (const std::int64_t size :
          {std::int64_t{0}, std::int64_t{-1}, INT64_MIN, INT64_MAX, std::int64_t{1} << 31}) {
         side = size;
@@ -389,7 +389,7 @@ TEST_F(AcquisitionTest, WhatAFailedStartLeftIsTakenBackOrTheNextOneFails)
 {
     ExpectErrors();
     Open();
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     const SimFault faults[] = {{"ZvkCaptureFrameQueue", 1, -1, 0}, {"ZvkCaptureEnd", 1, -1, 0}};
     sdk.SimFailCalls(faults, 2);
     EXPECT_EQ(Start(0), 1);
@@ -407,7 +407,7 @@ TEST_F(AcquisitionTest, AStopBeforeAnyStart)
     ExpectErrors();
     Open();
     EXPECT_EQ(Stop(0), 1); // the camera is closed
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     Stop(0);
     EXPECT_EQ(Start(0), 0);
     ExpectViolations();
@@ -476,7 +476,7 @@ TEST_F(AcquisitionTest, FramesOfACameraThatIsNotAcquiringAreDropped)
 {
     ExpectErrors();
     Open();
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     sdk.SimFailCall("ZvkFeatureCommandRun", 1, -6, 0);
     EXPECT_EQ(Start(0), 1); // captures, but is not in the set of acquiring cameras
     void* camera = nullptr;
@@ -532,7 +532,7 @@ TEST_F(AcquisitionTest, CallbacksThatMakeNoSense)
     EXPECT_EQ(CountInLog("FrameReceivedCallback: ERROR. Invalid channelID=-1. Available cameras=3."), 2);
 
     frame.receiveStatus = 0;
-    for (const std::uint64_t channel : {0, 1}) { // a frame that is nobody's own
+    for (const std::uint64_t channel : {std::uint64_t{0}, std::uint64_t{1}}) { // a frame that is nobody's own
         context.channel = channel;
         sdk.SimInvokeCallback(0, SIM_OWN_HANDLE, SIM_OWN_HANDLE, &frame);
         EXPECT_EQ(Status(static_cast<std::int64_t>(channel)), static_cast<std::uint32_t>(ImageStatusPending));

@@ -137,7 +137,7 @@ CommonParams AdapterTest::Params(int acqContinuous, int acqTriggered)
     return params;
 }
 
-std::int32_t AdapterTest::Setup(std::int64_t channel, int acqContinuous, int acqTriggered)
+std::int32_t AdapterTest::Configure(std::int64_t channel, int acqContinuous, int acqTriggered)
 {
     const CommonParams params = Params(acqContinuous, acqTriggered);
     return Channel(0).SetupCommonParams(text(), channel, &params);
@@ -168,7 +168,7 @@ std::int32_t AdapterTest::Release(std::int64_t channel)
 void AdapterTest::Stream(std::int64_t channel)
 {
     Open();
-    ASSERT_EQ(Setup(channel), 0) << TextNow();
+    ASSERT_EQ(Configure(channel), 0) << TextNow();
     ASSERT_EQ(Start(channel), 0) << TextNow();
 }
 

@@ -61,7 +61,7 @@ protected:
 
     // What SetupCommonParams takes for a trigger mode, with the whole sensor and 10 ms of exposure.
     static CommonParams Params(int acqContinuous, int acqTriggered);
-    std::int32_t Setup(std::int64_t channel, int acqContinuous = 1, int acqTriggered = 0);
+    std::int32_t Configure(std::int64_t channel, int acqContinuous = 1, int acqTriggered = 0);
     std::int32_t Start(std::int64_t channel);
     std::int32_t Stop(std::int64_t channel);
     std::uint32_t Status(std::int64_t channel);

@@ -85,7 +85,7 @@ TEST_F(ConfigurationTest, TriggerModes)
           "TriggerActivation, RisingEdge)"}},
     };
     Open();
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     for (const Row& row : rows) {
         SCOPED_TRACE(row.label != nullptr ? row.label : "none");
         for (const char* selector : {"AcquisitionStart", "FrameStart"}) {
@@ -94,7 +94,7 @@ TEST_F(ConfigurationTest, TriggerModes)
         }
         sdk.SimClearCalls();
         ClearLog();
-        EXPECT_EQ(Setup(0, row.continuous, row.triggered), 0);
+        EXPECT_EQ(Configure(0, row.continuous, row.triggered), 0);
         EXPECT_EQ(FeatureWrites(), row.writes);
         EXPECT_EQ(CountInLog("SetupCommonParams: INFO: acqContinuous=" + std::to_string(row.continuous) +
                              ", acqTriggered=" + std::to_string(row.triggered) + ", acqTriggerLowToHigh=1"),
@@ -111,7 +111,7 @@ TEST_F(ConfigurationTest, TriggerModes)
 TEST_F(ConfigurationTest, ACameraThatTriggersItselfGetsALine)
 {
     Open();
-    ASSERT_EQ(Setup(0, 1, 1), 0);
+    ASSERT_EQ(Configure(0, 1, 1), 0);
     ZvkError_t (*const answer)(ZvkHandle_t, const char*, const char**) = [](ZvkHandle_t, const char*,
                                                                             const char** entry) {
         *entry = "Freerun";
@@ -119,7 +119,7 @@ TEST_F(ConfigurationTest, ACameraThatTriggersItselfGetsALine)
     };
     sdk.SimReplaceEntry("ZvkFeatureEnumGet", reinterpret_cast<void*>(answer));
     ClearLog();
-    EXPECT_EQ(Setup(0, 1, 1), 0);
+    EXPECT_EQ(Configure(0, 1, 1), 0);
     EXPECT_EQ(CountInLog("ResetTriggerSource: Set to 'Line0'"), 1);
 }
 
@@ -147,7 +147,7 @@ TEST_F(ConfigurationTest, AnOldCameraIsTriggeredByItsExposureMode)
         sdk.SimClearCalls();
         ClearLog();
         ClearText();
-        EXPECT_EQ(Setup(2, 1, triggered), 0) << TextNow();
+        EXPECT_EQ(Configure(2, 1, triggered), 0) << TextNow();
         EXPECT_EQ(CountInLog("SetTriggerSelector: WARNING. TriggerSelector not supported."), 2);
         EXPECT_EQ(CountInLog("SetTriggerActivation: WARNING. TriggerActivation not supported."), 1);
         EXPECT_EQ(CountInLog(std::string("SetExposureMode: Set to '") + entry + "'"), 1);
@@ -162,13 +162,13 @@ TEST_F(ConfigurationTest, AutomaticExposureOwnsTheExposureTime)
     ASSERT_EQ(Channel(0).WriteValue(text(), 0, "ExposureAuto", "Continuous"), 0);
     sdk.SimClearCalls();
     ClearLog();
-    EXPECT_EQ(Setup(0), 0);
+    EXPECT_EQ(Configure(0), 0);
     EXPECT_EQ(CountInLog("SetupCommonParams: bExposureAutoOff=0"), 1);
     EXPECT_EQ(sdk.SimCallCount("ZvkFeatureFloatSet"), 0u);
     ASSERT_EQ(Channel(0).WriteValue(text(), 0, "ExposureAuto", "Off"), 0);
     sdk.SimFailCall("ZvkFeatureEnumGet", 1, -3, 0); // as a camera without the feature answers
     ClearLog();
-    EXPECT_EQ(Setup(0), 0);
+    EXPECT_EQ(Configure(0), 0);
     EXPECT_EQ(CountInLog("SetupCommonParams: bExposureAutoOff=1"), 1);
     EXPECT_EQ(CountInLog("SetupCommonParams: INFO: ExposureTime set to: 10000.000000us."), 1);
 }
@@ -313,15 +313,15 @@ TEST_F(ConfigurationTest, Failures)
           setup + "ERROR. ZvkFeatureIntSet Width=64 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
     };
     Open();
-    ASSERT_EQ(Setup(0), 0);
-    ASSERT_EQ(Setup(2), 0);
+    ASSERT_EQ(Configure(0), 0);
+    ASSERT_EQ(Configure(2), 0);
     for (const Row& row : rows) {
         SCOPED_TRACE(row.reported.back());
         ClearText();
         ClearLog();
         sdk.SimClearCalls();
         sdk.SimFailCalls(row.faults.data(), static_cast<std::uint32_t>(row.faults.size()));
-        EXPECT_EQ(Setup(row.channel), row.result);
+        EXPECT_EQ(Configure(row.channel), row.result);
         EXPECT_EQ(TextNow(), row.reported.back());
         std::vector<std::string> reported;
         for (const std::string& line : Log()) {
@@ -341,15 +341,15 @@ TEST_F(ConfigurationTest, HardwareSourceFailures)
 {
     ExpectErrors();
     Open();
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     ClearText();
     sdk.SimFailCall("ZvkFeatureEnumGet", 2, -5, 0);
-    EXPECT_EQ(Setup(0, 1, 1), 0);
+    EXPECT_EQ(Configure(0, 1, 1), 0);
     EXPECT_EQ(
         TextNow(),
         "ResetTriggerSource: ERROR. ZvkFeatureEnumGet TriggerSource failed. ChannelID=0. Reason=ZvkErrorDeviceNotOpen (-5)");
     sdk.SimFailCall("ZvkFeatureEnumSet", 5, -5, 0);
-    EXPECT_EQ(Setup(0, 1, 1), 0);
+    EXPECT_EQ(Configure(0, 1, 1), 0);
     EXPECT_EQ(
         TextNow(),
         "ResetTriggerSource: ERROR. ZvkFeatureEnumSet TriggerSource failed. ChannelID=0. Reason=ZvkErrorDeviceNotOpen (-5)");
@@ -359,7 +359,7 @@ TEST_F(ConfigurationTest, UnreadableMaximaOnlyWarnInTheLog)
 {
     ExpectErrors();
     Open();
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     CommonParams params = Params(1, 0);
     params.roiwidth = 32;
     params.roiheight = 24;
@@ -384,7 +384,7 @@ TEST_F(ConfigurationTest, ACameraWithoutOffsets)
     ExpectErrors();
     Open();
     ClearLog();
-    EXPECT_EQ(Setup(2), 0);
+    EXPECT_EQ(Configure(2), 0);
     const std::string warning =
         "SetupCommonParams: WARNING. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=2. Reason=ZvkErrorNotFound (-3)";
     EXPECT_EQ(TextNow(), warning);
@@ -403,7 +403,7 @@ TEST_F(ConfigurationTest, ACameraWithoutTriggerModeIsNotAskedForIt)
     sdk.SimSetDescription(description.c_str());
     Open();
     sdk.SimClearCalls();
-    EXPECT_EQ(Setup(2), 0);
+    EXPECT_EQ(Configure(2), 0);
     EXPECT_EQ(TextNow(), "");
     for (const std::string& call : sdk.Calls()) {
         EXPECT_EQ(call.find("TriggerMode"), std::string::npos) << call;
@@ -417,13 +417,13 @@ TEST_F(ConfigurationTest, AClosedCameraIsOpenedOnceAndItsPacketSizeAdjusted)
     Open();
     sdk.SimClearCalls();
     sdk.SimFailCall("ZvkCameraOpen", 1, -27, 0);
-    EXPECT_EQ(Setup(0), 1);
+    EXPECT_EQ(Configure(0), 1);
     EXPECT_EQ(
         TextNow(),
         "SetupCommonParams: ERROR. Error while opening camera. channelID=0. Reason=ZvkErrorInUse (-27)");
     EXPECT_EQ(sdk.SimCallCount(nullptr), 1u);
-    EXPECT_EQ(Setup(0), 0);
-    EXPECT_EQ(Setup(0), 0);
+    EXPECT_EQ(Configure(0), 0);
+    EXPECT_EQ(Configure(0), 0);
     EXPECT_EQ(sdk.SimCallCount("ZvkCameraOpen"), 2u);
     EXPECT_EQ(sdk.SimCallCount("ZvkCameraInfoQueryByHandle"), 1u);
     EXPECT_EQ(CountInLog("SetupCommonParams: Camera OPENED successfully. channelID 0 (Mono [T0])"), 1);

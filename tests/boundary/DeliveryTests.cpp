@@ -19,7 +19,7 @@ protected:
     void StreamColor(const char* format)
     {
         Open();
-        ASSERT_EQ(Setup(1), 0);
+        ASSERT_EQ(Configure(1), 0);
         ASSERT_EQ(Channel(1).WriteValue(text(), 1, "PixelFormat", format), 0) << TextNow();
         ASSERT_EQ(Start(1), 0) << TextNow();
     }
@@ -40,7 +40,7 @@ TEST_F(DeliveryTest, MonochromeFormatsArriveByteForByte)
         {"Mono14", 16, 64 * 48 * 2}, {"Mono16", 9, 64 * 48 * 2},  {"Mono12Packed", 18, 64 * 48 * 3 / 2},
     };
     Open();
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     for (const Row& row : rows) {
         SCOPED_TRACE(row.format);
         ASSERT_EQ(Channel(0).WriteValue(text(), 0, "PixelFormat", row.format), 0) << TextNow();

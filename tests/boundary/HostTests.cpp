@@ -203,7 +203,7 @@ TEST_F(HostTest, CallbacksFromManyThreadsOfTheSdk)
 {
     ExpectErrors();
     Stream(0);
-    ASSERT_EQ(Setup(1), 0);
+    ASSERT_EQ(Configure(1), 0);
     ASSERT_EQ(Start(1), 0);
     std::vector<std::thread> emitters;
     std::atomic<int> emitted{0};

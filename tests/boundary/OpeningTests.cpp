@@ -32,7 +32,8 @@ TEST_F(OpeningTest, DescriptorHoldsEveryFieldAtItsOffset)
     EXPECT_EQ(At<std::uint32_t>(bytes, 4), 0xA5A5A5A5u);
     EXPECT_EQ(At<std::int64_t>(bytes, 8), 0);
     std::vector<std::uint64_t> callbacks;
-    for (const std::size_t offset : {16, 24, 32, 40, 48, 56, 64, 72, 80, 640, 648, 656, 664, 672}) {
+    for (const std::size_t offset :
+         {16u, 24u, 32u, 40u, 48u, 56u, 64u, 72u, 80u, 640u, 648u, 656u, 664u, 672u}) {
         callbacks.push_back(At<std::uint64_t>(bytes, offset));
         EXPECT_NE(callbacks.back(), 0u) << offset;
         EXPECT_NE(callbacks.back(), 0xA5A5A5A5A5A5A5A5u) << offset;
@@ -61,7 +62,7 @@ TEST_F(OpeningTest, ExtendedCallbacksGoByStructSize)
         descriptor->structSize = size;
         ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
         const bool extended = size > 608;
-        for (const std::size_t offset : {640, 648, 656, 664, 672}) {
+        for (const std::size_t offset : {640u, 648u, 656u, 664u, 672u}) {
             EXPECT_EQ(At<std::uint64_t>(descriptor.Bytes(), offset) != 0xA5A5A5A5A5A5A5A5u, extended)
                 << offset;
         }

@@ -25,8 +25,8 @@ using Calls = std::vector<std::string>;
 TEST_F(ReleaseTest, AnIdleCameraIsClosedInThreeCalls)
 {
     Open();
-    ASSERT_EQ(Setup(0), 0);
-    ASSERT_EQ(Setup(2), 0);
+    ASSERT_EQ(Configure(0), 0);
+    ASSERT_EQ(Configure(2), 0);
     sdk.SimClearCalls();
     EXPECT_EQ(Release(0), 0);
     EXPECT_EQ(CallNames(), (Calls{"ZvkCaptureQueueFlush(camera 0)", "ZvkFrameRevokeAll(camera 0)",
@@ -46,14 +46,14 @@ TEST_F(ReleaseTest, AStreamingCameraIsStoppedFirst)
 {
     Stream(0);
     DeliverFrames(0, 3);
-    ASSERT_EQ(Setup(1), 0);
+    ASSERT_EQ(Configure(1), 0);
     sdk.SimClearCalls();
     EXPECT_EQ(Release(0), 0);
     EXPECT_EQ(CallNames(), (Calls{"ZvkFeatureCommandRun(camera 0, AcquisitionStop)",
                                   "ZvkCaptureEnd(camera 0)", "ZvkCaptureQueueFlush(camera 0)",
                                   "ZvkFrameRevokeAll(camera 0)", "ZvkCameraClose(camera 0)"}));
     EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     ASSERT_EQ(Start(0), 0) << TextNow();
     DeliverFrames(0);
     ASSERT_EQ(Stop(0), 0);
@@ -189,7 +189,7 @@ TEST_F(ReleaseTest, ACameraThatDoesNotCloseCanStreamAgain)
 {
     ExpectErrors();
     Stream(1);
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     const SimFault fault = {"ZvkCameraClose", 1, -1, 0};
     sdk.SimFailCalls(&fault, 1);
     EXPECT_EQ(Release(1), 0);
@@ -205,7 +205,7 @@ TEST_F(ReleaseTest, ACameraThatDoesNotCloseCanStreamAgain)
 TEST_F(ReleaseTest, UnloadingClosesEveryCameraInOrder)
 {
     Stream(1);
-    ASSERT_EQ(Setup(0), 0);
+    ASSERT_EQ(Configure(0), 0);
     DeliverFrames(1, 2);
     sdk.SimClearCalls();
     UnloadAdapter();
@@ -224,7 +224,7 @@ TEST_F(ReleaseTest, UnloadingNamesWhatTheSdkRefuses)
 {
     ExpectErrors();
     Open();
-    ASSERT_EQ(Setup(2), 0);
+    ASSERT_EQ(Configure(2), 0);
     const SimFault faults[] = {
         {"ZvkCaptureQueueFlush", 1, -1, 0}, {"ZvkFrameRevokeAll", 1, -1, 0}, {"ZvkCameraClose", 1, -1, 0}};
     sdk.SimFailCalls(faults, 3);

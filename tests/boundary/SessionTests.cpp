@@ -29,11 +29,11 @@ protected:
     SessionTest()
     {
         Open();
-        EXPECT_EQ(Setup(2), 0);
-        EXPECT_EQ(Setup(1, 0, 0), 0);
-        EXPECT_EQ(Setup(1, 0, 1), 0);
-        EXPECT_EQ(Setup(1, 1, 1), 0);
-        EXPECT_EQ(Setup(1), 0);
+        EXPECT_EQ(Configure(2), 0);
+        EXPECT_EQ(Configure(1, 0, 0), 0);
+        EXPECT_EQ(Configure(1, 0, 1), 0);
+        EXPECT_EQ(Configure(1, 1, 1), 0);
+        EXPECT_EQ(Configure(1), 0);
         WorkWithFeatures();
         EXPECT_EQ(Start(1), 0);
         DeliverFrames(1);

@@ -14,7 +14,7 @@ protected:
     // Stops, switches the pixel format and fetches a picture.
     Picture FetchAs(const char* format)
     {
-        Setup(true);
+        Configure(true);
         Write("PixelFormat", format);
         Start();
         Picture picture = Fetch();
@@ -69,7 +69,7 @@ TEST_P(CameraAcquisition, RegionAndExposureReachTheCamera)
 
 TEST_P(CameraAcquisition, FreeRunSendsOneImageAfterTheOther)
 {
-    Setup(true);
+    Configure(true);
     Start();
     std::uint64_t before = 0;
     for (int i = 0; i < 10; ++i) {
@@ -84,7 +84,7 @@ TEST_P(CameraAcquisition, FreeRunSendsOneImageAfterTheOther)
 
 TEST_P(CameraAcquisition, SoftwareTriggerSendsOneImageEach)
 {
-    Setup(false);
+    Configure(false);
     for (int i = 0; i < 4; ++i) {
         Start();
         // A frame that arrives incomplete is no image; the host asks again.
@@ -122,7 +122,7 @@ TEST_P(CameraAcquisition, ColourArrivesAsThreePlanes)
 
 TEST_P(CameraAcquisition, StartsAndStopsAHundredTimes)
 {
-    Setup(true);
+    Configure(true);
     std::uint32_t handles = 0;
     for (int i = 0; i < 100; ++i) {
         Start();
@@ -140,7 +140,7 @@ TEST_P(CameraAcquisition, StartsAndStopsAHundredTimes)
 
 TEST_P(CameraAcquisition, LostCameraFailsAndComesBack)
 {
-    Setup(true);
+    Configure(true);
     Start();
     Fetch();
     bench->Unplug(0);
@@ -158,7 +158,7 @@ TEST_P(CameraAcquisition, LostCameraFailsAndComesBack)
     bench->PlugIn(0);
     Open();
     ASSERT_TRUE(Channel().Opened());
-    Setup(true);
+    Configure(true);
     Start();
     Fetch();
     Stop();

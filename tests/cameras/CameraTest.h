@@ -58,7 +58,7 @@ protected:
 
     static CommonParams Params(int acqContinuous);
     // Free run, or software triggers; the whole picture of 512 x 512.
-    void Setup(bool freeRun) { Expect(Channel().SetupCommonParams(Params(freeRun ? 1 : 0))); }
+    void Configure(bool freeRun) { Expect(Channel().SetupCommonParams(Params(freeRun ? 1 : 0))); }
     void Start(std::size_t camera = 0) { Expect(Channel(camera).StartAcquisition()); }
     void Stop(std::size_t camera = 0) { Expect(Channel(camera).StopAcquisition()); }
 

@@ -33,7 +33,7 @@ std::vector<std::uint64_t> FrameNumbersIn(const std::string& logFile)
 TEST_P(CameraLife, FreeRunLosesHardlyAnImage)
 {
     const int frames = NumberFromEnvironment("MARAVEL_TEST_FRAMES", 150);
-    Setup(true);
+    Configure(true);
     Start();
     std::uint64_t memory = 0;
     for (int i = 0; i < frames && !HasFailure(); ++i) {
@@ -61,7 +61,7 @@ TEST_P(CameraLife, AdapterLoadsAndUnloadsAgainAndAgain)
     std::uint64_t memory = 0;
     std::uint32_t handles = 0;
     for (int i = 0; i < cycles && !HasFailure(); ++i) {
-        Setup(true);
+        Configure(true);
         Start();
         Fetch();
         if (i % 2 == 0)
