@@ -1,8 +1,7 @@
 #include "bench/ImageSource.h"
 
 #include "acquisition/FrameBuffers.h"
-#include "sdk/ImageTransformApiAccess.h"
-#include "sdk/ZorvikApiAccess.h"
+#include "sdk/ApiAccess.h"
 
 #include <cstring>
 #include <deque>

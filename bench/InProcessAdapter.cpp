@@ -1,7 +1,7 @@
 #include "bench/InProcessAdapter.h"
 
 #include "acquisition/FrameReception.h"
-#include "adapter/AdapterState.h"
+#include "core/AdapterState.h"
 
 #include <cstring>
 #include <stdexcept>

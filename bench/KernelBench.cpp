@@ -1,9 +1,9 @@
 #include "bench/KernelBench.h"
 
-#include "acquisition/InstructionSet.h"
-#include "acquisition/PayloadCopy.h"
-#include "acquisition/PayloadCopyKernels.h"
-#include "acquisition/PlanarSplit.h"
+#include "pixels/InstructionSet.h"
+#include "pixels/PayloadCopy.h"
+#include "pixels/PayloadCopyKernels.h"
+#include "pixels/PlanarSplit.h"
 
 #include <algorithm>
 #include <cstring>

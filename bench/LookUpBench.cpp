@@ -1,4 +1,4 @@
-#include "adapter/FeatureNameIndex.h"
+#include "core/FeatureNameIndex.h"
 #include "bench/PathBench.h"
 
 #include <cstring>

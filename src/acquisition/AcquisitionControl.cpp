@@ -1,9 +1,11 @@
-#include "acquisition/AcquisitionControl.h"
-
+// Start and stop of streaming, and the question whether an image waits.
 #include "acquisition/FrameBuffers.h"
 #include "acquisition/FrameReception.h"
-#include "adapter/HostCall.h"
-#include "sdk/ResultNames.h"
+#include "core/Callbacks.h"
+#include "core/HostCall.h"
+#include "sdk/Names.h"
+
+#include <utility>
 
 namespace maravel {
 
@@ -12,58 +14,45 @@ namespace {
 constexpr const char* kStart = "StartAcquisition";
 constexpr const char* kStop = "StopAcquisition";
 
-// Takes all frames back from the SDK; false, with a log line, when it refuses.
-bool RevokeFrames(const ChannelCall& call)
+// Whether a step of a start succeeded; reports it to the host when not.
+bool Succeeded(unsigned line, const ChannelCall& call, const char* step, ZvkError_t result)
 {
-    const ZvkError_t result = call.api.ZvkFrameRevokeAll(call.channel.cameraHandle);
     if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: ERROR. ZvkFrameRevokeAll failed. ChannelID=%lld. Reason=%s (%d).\n", kStart,
+        ReportError(line, call.errorText, "%s: ERROR. %s failed. ChannelID=%lld. Reason=%s (%d).", kStart,
+                    step, call.channelID, ErrorCodeName(result), result);
+    }
+    return result == ZvkErrorSuccess;
+}
+
+// Whether a step succeeded that takes something back from the SDK; only the log hears of it when not. `held`
+// is what the step ends.
+bool TookBack(unsigned line, const ChannelCall& call, const char* step, ZvkError_t result, bool& held)
+{
+    if (result != ZvkErrorSuccess) {
+        WriteLog(line, "%s: ERROR. %s failed. ChannelID=%lld. Reason=%s (%d).\n", kStart, step,
                  call.channelID, ErrorCodeName(result), result);
         return false;
     }
-    call.channel.bFramesAnnounced = false;
+    held = false;
     return true;
 }
 
-bool AnnounceFrames(const ChannelCall& call)
+bool RevokeFrames(const ChannelCall& call)
 {
-    for (const ZvkFrame_t& frame : call.channel.frames) {
-        const ZvkError_t result = call.api.ZvkFrameAnnounce(call.channel.cameraHandle, &frame, sizeof frame);
-        if (result != ZvkErrorSuccess) {
-            ReportError(__LINE__, call.errorText,
-                        "%s: ERROR. ZvkFrameAnnounce failed. ChannelID=%lld. Reason=%s (%d).", kStart,
-                        call.channelID, ErrorCodeName(result), result);
-            RevokeFrames(call);
-            return false;
-        }
-        call.channel.bFramesAnnounced = true;
-    }
-    WriteLog(__LINE__, "%s: ZvkFrameAnnounce success.\n", kStart);
-    return true;
+    return TookBack(__LINE__, call, "ZvkFrameRevokeAll",
+                    call.api.ZvkFrameRevokeAll(call.channel.cameraHandle), call.channel.bFramesAnnounced);
 }
 
 bool FlushQueue(const ChannelCall& call)
 {
-    const ZvkError_t result = call.api.ZvkCaptureQueueFlush(call.channel.cameraHandle);
-    if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: ERROR. ZvkCaptureQueueFlush failed. ChannelID=%lld. Reason=%s (%d).\n",
-                 kStart, call.channelID, ErrorCodeName(result), result);
-        return false;
-    }
-    call.channel.bFramesQueued = false;
-    return true;
+    return TookBack(__LINE__, call, "ZvkCaptureQueueFlush",
+                    call.api.ZvkCaptureQueueFlush(call.channel.cameraHandle), call.channel.bFramesQueued);
 }
 
 bool EndCapture(const ChannelCall& call)
 {
-    const ZvkError_t result = call.api.ZvkCaptureEnd(call.channel.cameraHandle);
-    if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: ERROR. ZvkCaptureEnd failed. ChannelID=%lld. Reason=%s (%d).\n", kStart,
-                 call.channelID, ErrorCodeName(result), result);
-        return false;
-    }
-    call.channel.bCaptureRunning = false;
-    return true;
+    return TookBack(__LINE__, call, "ZvkCaptureEnd", call.api.ZvkCaptureEnd(call.channel.cameraHandle),
+                    call.channel.bCaptureRunning);
 }
 
 // Undoes a capture whose frames could not all be queued, so that the next start begins from the first step.
@@ -81,6 +70,20 @@ bool TakeBackLeftovers(const ChannelCall& call)
     const VideoChannelData& channel = call.channel;
     return (!channel.bCaptureRunning || EndCapture(call)) && (!channel.bFramesQueued || FlushQueue(call)) &&
            (!channel.bFramesAnnounced || RevokeFrames(call));
+}
+
+bool AnnounceFrames(const ChannelCall& call)
+{
+    for (const ZvkFrame_t& frame : call.channel.frames) {
+        if (!Succeeded(__LINE__, call, "ZvkFrameAnnounce",
+                       call.api.ZvkFrameAnnounce(call.channel.cameraHandle, &frame, sizeof frame))) {
+            RevokeFrames(call);
+            return false;
+        }
+        call.channel.bFramesAnnounced = true;
+    }
+    WriteLog(__LINE__, "%s: ZvkFrameAnnounce success.\n", kStart);
+    return true;
 }
 
 bool QueueFrames(const ChannelCall& call)
@@ -103,49 +106,86 @@ bool QueueFrames(const ChannelCall& call)
 // Announces, starts capturing, queues. After a failed capture start the frames stay announced.
 bool SetUpCapture(const ChannelCall& call)
 {
-    if (!AnnounceFrames(call)) {
-        return false;
-    }
-    const ZvkError_t result = call.api.ZvkCaptureStart(call.channel.cameraHandle);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkCaptureStart failed. ChannelID=%lld. Reason=%s (%d).", kStart,
-                    call.channelID, ErrorCodeName(result), result);
+    const ZvkHandle_t camera = call.channel.cameraHandle;
+    if (!AnnounceFrames(call) ||
+        !Succeeded(__LINE__, call, "ZvkCaptureStart", call.api.ZvkCaptureStart(camera))) {
         return false;
     }
     call.channel.bCaptureRunning = true;
     WriteLog(__LINE__, "%s: ZvkCaptureStart success. ChannelID=%lld Camera=0x%08X\n", kStart, call.channelID,
-             HandleBits(call.channel.cameraHandle));
+             HandleBits(camera));
     return QueueFrames(call);
 }
 
+// Queues the frames beyond the first `kept` that wait again: they came from a camera that refused to start.
+void GiveBackYoungest(const ChannelCall& call, std::size_t kept)
+{
+    for (;;) {
+        ZvkFrame_t* frame = nullptr;
+        {
+            const MutexLock lock(g_frameMutex);
+            if (call.channel.fifo.Count() <= kept) {
+                return;
+            }
+            frame = call.channel.fifo.TakeYoungest();
+            --call.channel.framesComplete;
+        }
+        const ZvkError_t result =
+            call.api.ZvkCaptureFrameQueue(call.channel.cameraHandle, frame, &FrameReceivedCallback);
+        WriteLog(__LINE__,
+                 "%s: WARNING. A frame came although AcquisitionStart failed. Requeueing... ChannelID=%lld. "
+                 "Reason=%s (%d).\n",
+                 kStart, call.channelID, ErrorCodeName(result), result);
+    }
+}
+
+// Runs "AcquisitionStart". Frames may come before the command returns, so the camera counts as acquiring from
+// before it; when the command fails, nothing of that stays.
 bool StartCamera(const ChannelCall& call)
 {
     const ZvkHandle_t camera = call.channel.cameraHandle;
-    const ZvkError_t result = call.api.ZvkFeatureCommandRun(camera, "AcquisitionStart");
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. AcquisitionStart failed. ChannelID=%lld. Reason=%s (%d).", kStart,
-                    call.channelID, ErrorCodeName(result), result);
-        return false;
+    bool wasAcquiring = false;
+    std::size_t waiting = 0;
+    {
+        const MutexLock lock(g_frameMutex);
+        wasAcquiring = !g_acquiringCameras.insert(camera).second;
+        waiting = call.channel.fifo.Count();
     }
-    WriteLog(__LINE__, "%s: ZvkFeatureCommandRun->AcquisitionStart success.\n", kStart);
-    const MutexLock lock(g_frameMutex);
-    g_acquiringCameras.insert(camera);
-    return true;
+    if (Succeeded(__LINE__, call, "AcquisitionStart",
+                  call.api.ZvkFeatureCommandRun(camera, "AcquisitionStart"))) {
+        WriteLog(__LINE__, "%s: ZvkFeatureCommandRun->AcquisitionStart success.\n", kStart);
+        return true;
+    }
+    if (!wasAcquiring) {
+        {
+            const MutexLock lock(g_frameMutex);
+            g_acquiringCameras.erase(camera);
+        }
+        GiveBackYoungest(call, waiting);
+    }
+    return false;
 }
 
 bool FireSoftwareTrigger(const ChannelCall& call)
 {
-    const ZvkError_t result = call.api.ZvkFeatureCommandRun(call.channel.cameraHandle, "TriggerSoftware");
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. TriggerSoftware failed. ChannelID=%lld. Reason=%s (%d).", kStart,
-                    call.channelID, ErrorCodeName(result), result);
+    if (!Succeeded(__LINE__, call, "TriggerSoftware",
+                   call.api.ZvkFeatureCommandRun(call.channel.cameraHandle, "TriggerSoftware"))) {
         return false;
     }
     WriteLog(__LINE__, "%s: ZvkFeatureCommandRun->TriggerSoftware success.\n", kStart);
     return true;
+}
+
+// Why no frame will come of a start that succeeded; null when frames will.
+const char* WhyNothingIsCaptured(const VideoChannelData& channel)
+{
+    {
+        const MutexLock lock(g_frameMutex);
+        if (!g_acquiringCameras.contains(channel.cameraHandle)) {
+            return "AcquisitionStart had failed";
+        }
+    }
+    return channel.bCaptureRunning && channel.bFramesQueued ? nullptr : "a stop had failed half-way";
 }
 
 std::int32_t Start(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
@@ -177,18 +217,32 @@ std::int32_t Start(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
     if (manual && FireSoftwareTrigger(call)) {
         succeeded = true;
     }
-    return succeeded ? MARAVEL_SUCCESS : MARAVEL_FAILURE;
+    if (!succeeded) {
+        return MARAVEL_FAILURE;
+    }
+    if (const char* reason = WhyNothingIsCaptured(channel); reason != nullptr) {
+        WriteLog(__LINE__,
+                 "%s: WARNING. The channel captures nothing: %s. Stop it, then start it. ChannelID=%lld.\n",
+                 kStart, reason, call.channelID);
+    }
+    return MARAVEL_SUCCESS;
+}
+
+bool Stopped(unsigned line, const ChannelCall& call, const char* step, ZvkError_t result)
+{
+    if (result != ZvkErrorSuccess) {
+        ReportError(line, call.errorText, "%s: ERROR. %s failed. channelID=%lld. Reason=%s (%d).", kStop,
+                    step, call.channelID, ErrorCodeName(result), result);
+    }
+    return result == ZvkErrorSuccess;
 }
 
 std::int32_t Stop(const ChannelCall& call)
 {
     VideoChannelData& channel = call.channel;
     const ZvkHandle_t camera = channel.cameraHandle;
-    ZvkError_t result = call.api.ZvkFeatureCommandRun(camera, "AcquisitionStop");
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. AcquisitionStop command failed. channelID=%lld. Reason=%s (%d).", kStop,
-                    call.channelID, ErrorCodeName(result), result);
+    if (!Stopped(__LINE__, call, "AcquisitionStop command",
+                 call.api.ZvkFeatureCommandRun(camera, "AcquisitionStop"))) {
         return MARAVEL_FAILURE;
     }
     {
@@ -196,39 +250,30 @@ std::int32_t Stop(const ChannelCall& call)
         g_acquiringCameras.erase(camera);
     }
     WriteLog(__LINE__, "%s. channelID=%d Camera: 0x%08X\n", kStop, call.ChannelNumber(), HandleBits(camera));
-    result = call.api.ZvkCaptureEnd(camera);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkCaptureEnd failed. channelID=%lld. Reason=%s (%d).", kStop, call.channelID,
-                    ErrorCodeName(result), result);
+    if (!Stopped(__LINE__, call, "ZvkCaptureEnd", call.api.ZvkCaptureEnd(camera))) {
         return MARAVEL_FAILURE;
     }
-    result = call.api.ZvkCaptureQueueFlush(camera);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkCaptureQueueFlush failed. channelID=%lld. Reason=%s (%d).", kStop,
-                    call.channelID, ErrorCodeName(result), result);
+    channel.bCaptureRunning = false;
+    if (!Stopped(__LINE__, call, "ZvkCaptureQueueFlush", call.api.ZvkCaptureQueueFlush(camera))) {
         return MARAVEL_FAILURE;
     }
-    result = call.api.ZvkFrameRevokeAll(camera);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFrameRevokeAll failed. channelID=%lld. Reason=%s (%d).", kStop,
-                    call.channelID, ErrorCodeName(result), result);
+    channel.bFramesQueued = false;
+    if (!Stopped(__LINE__, call, "ZvkFrameRevokeAll", call.api.ZvkFrameRevokeAll(camera))) {
         return MARAVEL_FAILURE;
     }
     channel.bFramesAnnounced = false;
-    channel.bCaptureRunning = false;
-    channel.bFramesQueued = false;
     channel.bAcquisitionStarted = false;
 
-    const MutexLock lock(g_frameMutex);
-    channel.fifo.Clear();
+    std::uint32_t complete = 0;
+    std::uint32_t incomplete = 0;
+    {
+        const MutexLock lock(g_frameMutex);
+        channel.fifo.Clear();
+        complete = std::exchange(channel.framesComplete, 0);
+        incomplete = std::exchange(channel.framesIncomplete, 0);
+    }
     WriteLog(__LINE__, "%s. channelID=%d FramesReceived=%u (Complete=%u, Incomplete=%u)\n", kStop,
-             call.ChannelNumber(), channel.framesComplete + channel.framesIncomplete, channel.framesComplete,
-             channel.framesIncomplete);
-    channel.framesComplete = 0;
-    channel.framesIncomplete = 0;
+             call.ChannelNumber(), complete + incomplete, complete, incomplete);
     return MARAVEL_SUCCESS;
 }
 
@@ -237,32 +282,35 @@ std::int32_t Stop(const ChannelCall& call)
 std::int32_t MARAVEL_CALL StartAcquisition(char* errorText, std::int64_t channelID) noexcept
 {
     WriteLog(__LINE__, "%s: channelID=%lld\n", kStart, static_cast<long long>(channelID));
-    return HostCall({__LINE__, kStart, "%s: ERROR. Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d."},
+    return HostCall({__LINE__, kStart, "StartAcquisition: ERROR. Invalid class pointer.",
+                     NoSuchChannelText::CamerasPeriod},
                     errorText, channelID, &Start);
 }
 
 std::int32_t MARAVEL_CALL StopAcquisition(char* errorText, std::int64_t channelID) noexcept
 {
     WriteLog(__LINE__, "%s: channelID=%lld\n", kStop, static_cast<long long>(channelID));
-    return HostCall({__LINE__, kStop, "%s: ERROR. Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d."},
-                    errorText, channelID, &Stop);
+    return HostCall(
+        {__LINE__, kStop, "StopAcquisition: ERROR. Invalid class pointer.", NoSuchChannelText::CamerasPeriod},
+        errorText, channelID, &Stop);
 }
 
 std::int32_t MARAVEL_CALL QueryImageStatus(char*, std::int64_t channelID, std::uint32_t* imageStatus) noexcept
 {
-    if (imageStatus == nullptr) {
-        return MARAVEL_SUCCESS; // this callback answers nothing but the status
-    }
-    const MutexLock lock(g_adapterMutex);
-    const VideoChannelData* channel = FindChannel(channelID);
-    if (channel == nullptr) {
-        *imageStatus = ImageStatusUnavailable;
+    std::uint32_t status = ImageStatusPending;
+    Guarded(__LINE__, "QueryImageStatus", nullptr, [&]() MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
+        const VideoChannelData* channel = FindChannel(channelID);
+        if (channel == nullptr) {
+            status = ImageStatusUnavailable;
+            return MARAVEL_SUCCESS;
+        }
+        const MutexLock frameLock(g_frameMutex);
+        status = channel->fifo.IsEmpty() ? ImageStatusPending : ImageStatusReady;
         return MARAVEL_SUCCESS;
+    });
+    if (imageStatus != nullptr) {
+        *imageStatus = status;
     }
-    const MutexLock frameLock(g_frameMutex);
-    *imageStatus = channel->fifo.IsEmpty() ? ImageStatusPending : ImageStatusReady;
     return MARAVEL_SUCCESS;
 }
 

@@ -1,13 +1,13 @@
 #include "acquisition/FrameBuffers.h"
 
 #include "acquisition/DeliveredFormats.h"
-#include "adapter/HostCall.h"
-#include "diag/Log.h"
-#include "sdk/PixelFormatNames.h"
-#include "sdk/ResultNames.h"
+#include "core/HostCall.h"
+#include "sdk/Names.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <vector>
 
 namespace maravel {
 
@@ -17,55 +17,135 @@ constexpr const char* kName = "AllocateVideoBuffers";
 
 static_assert(FrameCountFor(0) <= MaxFramesPerChannel);
 
-// Gives the record a buffer of payloadSize bytes and its context block; false when memory cannot be had. A
-// record that fits already is not written to: the SDK's threads may be reading it.
+// The channel's records, out of reach of the SDK's threads for as long as this lives: memory is had and freed
+// without g_frameMutex, for which the frames of all other cameras would wait.
+class RecordsAside
+{
+public:
+    explicit RecordsAside(VideoChannelData& channel) : channel_(channel) { Exchange(); }
+    RecordsAside(const RecordsAside&) = delete;
+    RecordsAside& operator=(const RecordsAside&) = delete;
+    ~RecordsAside() { Exchange(); }
+
+    std::vector<ZvkFrame_t> frames;
+
+private:
+    void Exchange()
+    {
+        const MutexLock lock(g_frameMutex);
+        frames.swap(channel_.frames);
+    }
+
+    VideoChannelData& channel_;
+};
+
+// Gives the record a buffer of payloadSize bytes and its context block; false when memory cannot be had.
 bool PrepareFrame(ZvkFrame_t& frame, std::uint32_t payloadSize, FrameContext wanted)
 {
     if (frame.bufferSize != payloadSize) {
-        void* buffer = std::realloc(frame.buffer, payloadSize);
-        if (buffer == nullptr) {
+        std::free(frame.buffer); // and not resized: nobody wants the old pixels copied
+        frame.bufferSize = 0;
+        frame.buffer = std::malloc(payloadSize);
+        if (frame.buffer == nullptr) {
             return false;
         }
-        frame.buffer = buffer;
         frame.bufferSize = payloadSize;
     }
     if (frame.context[0] == nullptr) {
-        frame.context[0] = std::realloc(nullptr, sizeof(FrameContext));
+        frame.context[0] = std::malloc(sizeof(FrameContext));
         if (frame.context[0] == nullptr) {
             return false;
         }
-        *static_cast<FrameContext*>(frame.context[0]) = wanted;
     }
-    FrameContext& context = *static_cast<FrameContext*>(frame.context[0]);
-    if (context.channelIndex != wanted.channelIndex) {
-        context.channelIndex = wanted.channelIndex;
-    }
-    if (context.bufferIndex != wanted.bufferIndex) {
-        context.bufferIndex = wanted.bufferIndex;
-    }
+    *ContextOf(frame) = wanted;
     return true;
+}
+
+// Whether the channel's records are just the ones that the payload asks for. They may be announced: the SDK's
+// threads read them, so they are looked at only.
+bool AreFramesPrepared(const VideoChannelData& channel, std::uint32_t payloadSize)
+{
+    return channel.frames.size() == FrameCountFor(payloadSize) &&
+           std::all_of(channel.frames.begin(), channel.frames.end(), [&](const ZvkFrame_t& frame) {
+               return frame.bufferSize == payloadSize && frame.context[0] != nullptr;
+           });
 }
 
 // Brings the channel's records to the number and size that the payload asks for.
 bool PrepareFrames(VideoChannelData& channel, std::uint64_t channelIndex, std::uint32_t payloadSize)
 {
-    const MutexLock lock(g_frameMutex);
+    if (AreFramesPrepared(channel, payloadSize)) {
+        return true;
+    }
+    RecordsAside aside(channel);
     const std::size_t count = FrameCountFor(payloadSize);
-    while (channel.frames.size() < count) {
-        channel.frames.push_back({});
+    while (aside.frames.size() > count) {
+        ReleaseFrameMemory(aside.frames.back());
+        aside.frames.pop_back();
     }
-    while (channel.frames.size() > count) {
-        ReleaseFrameMemory(channel.frames.back());
-        channel.frames.pop_back();
-    }
+    aside.frames.resize(count);
     std::uint32_t bufferIndex = 0;
-    for (ZvkFrame_t& frame : channel.frames) {
+    for (ZvkFrame_t& frame : aside.frames) {
         if (!PrepareFrame(frame, payloadSize, {channelIndex, bufferIndex})) {
             return false;
         }
         ++bufferIndex;
     }
     channel.payloadSize = payloadSize;
+    return true;
+}
+
+// Reads the payload size and brings the frame records into line with it.
+bool PrepareRecords(const CZorvikAPIAccess& api, VideoChannelData& channel, long long channelID)
+    MARAVEL_REQUIRES(g_adapterMutex)
+{
+    std::uint32_t payloadSize = 0;
+    if (api.ZvkPayloadSizeGet(channel.cameraHandle, &payloadSize) != ZvkErrorSuccess) {
+        WriteLog(__LINE__, "%s: ERROR. Invalid channelID=%lld. Available cameras=%d.\n", kName, channelID,
+                 static_cast<int>(g_adapterData->cameraCount));
+        return false;
+    }
+    // The SDK writes into announced buffers, so their size stands until they are revoked.
+    if (channel.bAcquisitionStarted && payloadSize != channel.payloadSize) {
+        WriteLog(
+            __LINE__,
+            "%s: ERROR. channelID=%lld. Payload size changed from %u to %u bytes while capturing. Stop first.\n",
+            kName, channelID, channel.payloadSize, payloadSize);
+        return false;
+    }
+    if (payloadSize == 0) {
+        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. The camera's payload size is 0 bytes.\n", kName,
+                 channelID);
+        return false;
+    }
+    if (!PrepareFrames(channel, static_cast<std::uint64_t>(channelID), payloadSize)) {
+        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. No memory for frames of %u bytes.\n", kName, channelID,
+                 payloadSize);
+        return false;
+    }
+    return true;
+}
+
+bool ReadPixelFormat(const CZorvikAPIAccess& api, VideoChannelData& channel, long long channelID)
+{
+    const char* entry = nullptr;
+    ZvkError_t result = api.ZvkFeatureEnumGet(channel.cameraHandle, "PixelFormat", &entry);
+    if (result != ZvkErrorSuccess) {
+        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. ZvkFeatureEnumGet 'PixelFormat'. Reason=%s (%d)\n",
+                 kName, channelID, ErrorCodeName(result), result);
+        return false;
+    }
+    std::int64_t value = 0;
+    result = api.ZvkFeatureEnumAsInt(channel.cameraHandle, "PixelFormat", TextOrEmpty(entry), &value);
+    if (result != ZvkErrorSuccess) {
+        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. ZvkFeatureEnumAsInt 'PixelFormat'. Reason=%s (%d)\n",
+                 kName, channelID, ErrorCodeName(result), result);
+        return false;
+    }
+    channel.pixelFormat = static_cast<ZvkPixelFormat_t>(value);
+    WriteLog(__LINE__, "%s: Incoming video format: %s Channel: %d Camera: 0x%08X\n", kName,
+             PixelFormatName(channel.pixelFormat), static_cast<int>(channelID),
+             HandleBits(channel.cameraHandle));
     return true;
 }
 
@@ -83,13 +163,13 @@ std::size_t Rgb8Size(std::int64_t width, std::int64_t height)
 
 // Makes the conversion image an RGB8 image of the camera's current size.
 bool PrepareConversion(const CZorvikAPIAccess& api, const CHVNImageTransformAPIAccess& transform,
-                       VideoChannelData& channel, std::int64_t channelIndex)
+                       VideoChannelData& channel, long long channelID)
 {
     std::int64_t width = 0;
     ZvkError_t result = api.ZvkFeatureIntGet(channel.cameraHandle, "Width", &width);
     if (result != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: ERROR. channelID=%d. ZvkFeatureEnumAsInt 'Width'. Reason=%s (%d)\n", kName,
-                 static_cast<int>(channelIndex), ErrorCodeName(result), result);
+                 static_cast<int>(channelID), ErrorCodeName(result), result);
         return false;
     }
     std::int64_t height = 0;
@@ -97,23 +177,24 @@ bool PrepareConversion(const CZorvikAPIAccess& api, const CHVNImageTransformAPIA
         return false;
     }
     const std::size_t size = Rgb8Size(width, height);
-    void* data = size > 0 ? std::realloc(channel.convertedImage.data, size) : nullptr;
-    if (data == nullptr) {
-        WriteLog(__LINE__,
-                 "%s: ERROR. channelID=%lld. No memory for a converted image of %lld x %lld pixels.\n", kName,
-                 static_cast<long long>(channelIndex), static_cast<long long>(width),
-                 static_cast<long long>(height));
-        return false;
+    if (size != channel.convertedSize || size == 0) {
+        ReleaseConvertedImage(channel);
+        channel.convertedImage.data = size > 0 ? std::malloc(size) : nullptr;
+        if (channel.convertedImage.data == nullptr) {
+            WriteLog(__LINE__,
+                     "%s: ERROR. channelID=%lld. No memory for a converted image of %lld x %lld pixels.\n",
+                     kName, channelID, static_cast<long long>(width), static_cast<long long>(height));
+            return false;
+        }
+        channel.convertedSize = size;
     }
     channel.convertedImage.size = sizeof(ZvkImage);
-    channel.convertedImage.data = data;
-    channel.convertedSize = size;
     result =
         transform.ZvkSetImageInfoFromPixelFormat(ZvkPixelFormatRgb8, static_cast<std::uint32_t>(width),
                                                  static_cast<std::uint32_t>(height), &channel.convertedImage);
     if (result != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: ERROR. channelID=%lld. ZvkSetImageInfoFromPixelFormat. Reason=%s (%d)\n",
-                 kName, static_cast<long long>(channelIndex), ErrorCodeName(result), result);
+                 kName, channelID, ErrorCodeName(result), result);
         return false;
     }
     return true;
@@ -129,55 +210,16 @@ bool AllocateVideoBuffers(std::int64_t channelIndex)
         WriteLog(__LINE__, "%s: ERROR. Invalid class pointer.\n", kName);
         return false;
     }
-    VideoChannelData* const found = FindChannel(channelIndex);
-    if (found == nullptr) {
+    VideoChannelData* const channel = FindChannel(channelIndex);
+    if (channel == nullptr || !PrepareRecords(*g_apiAccess, *channel, channelID) ||
+        !ReadPixelFormat(*g_apiAccess, *channel, channelID)) {
         return false;
     }
-    VideoChannelData& channel = *found;
-    const CZorvikAPIAccess& api = *g_apiAccess;
-
-    std::uint32_t payloadSize = 0;
-    if (api.ZvkPayloadSizeGet(channel.cameraHandle, &payloadSize) != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: ERROR. Invalid channelID=%lld. Available cameras=%d.\n", kName, channelID,
-                 static_cast<int>(g_adapterData->cameraCount));
-        return false;
-    }
-    // The SDK writes into announced buffers, so their size stands until they are revoked.
-    if (channel.bAcquisitionStarted && payloadSize != channel.payloadSize) {
-        WriteLog(
-            __LINE__,
-            "%s: ERROR. channelID=%lld. Payload size changed from %u to %u bytes while capturing. Stop first.\n",
-            kName, channelID, channel.payloadSize, payloadSize);
-        return false;
-    }
-    if (payloadSize == 0 || !PrepareFrames(channel, static_cast<std::uint64_t>(channelIndex), payloadSize)) {
-        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. No memory for frames of %u bytes.\n", kName, channelID,
-                 payloadSize);
-        return false;
-    }
-
-    const char* entry = nullptr;
-    ZvkError_t result = api.ZvkFeatureEnumGet(channel.cameraHandle, "PixelFormat", &entry);
-    if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. ZvkFeatureEnumGet 'PixelFormat'. Reason=%s (%d)\n",
-                 kName, channelID, ErrorCodeName(result), result);
-        return false;
-    }
-    std::int64_t formatValue = 0;
-    result = api.ZvkFeatureEnumAsInt(channel.cameraHandle, "PixelFormat", TextOrEmpty(entry), &formatValue);
-    if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. ZvkFeatureEnumAsInt 'PixelFormat'. Reason=%s (%d)\n",
-                 kName, channelID, ErrorCodeName(result), result);
-        return false;
-    }
-    const auto format = static_cast<ZvkPixelFormat_t>(formatValue);
-    WriteLog(__LINE__, "%s: Incoming video format: %s Channel: %d Camera: 0x%08X\n", kName,
-             PixelFormatName(format), static_cast<int>(channelIndex), HandleBits(channel.cameraHandle));
-    if (IsDeliveredUnchanged(format)) {
-        ReleaseConvertedImage(channel);
+    if (IsDeliveredUnchanged(channel->pixelFormat)) {
+        ReleaseConvertedImage(*channel);
         return true;
     }
-    return PrepareConversion(api, *g_imageTransformAccess, channel, channelIndex);
+    return PrepareConversion(*g_apiAccess, *g_imageTransformAccess, *channel, channelID);
 }
 
 } // namespace maravel

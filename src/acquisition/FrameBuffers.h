@@ -1,6 +1,6 @@
 #pragma once
 
-#include "adapter/AdapterState.h"
+#include "core/AdapterState.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #include "acquisition/FrameReception.h"
 
-#include "adapter/AdapterState.h"
+#include "core/AdapterState.h"
 #include "diag/Log.h"
-#include "sdk/ResultNames.h"
+#include "sdk/Names.h"
 
 #include <functional>
 
@@ -58,6 +58,13 @@ void FrameReceivedCallback(ZvkHandle_t cameraHandle, ZvkHandle_t streamHandle, Z
         WriteLog(__LINE__, "%s: ERROR. Invalid ZvkFrame_t.\n", kName);
         return;
     }
+    if (g_frameMutex.IsHeldHere()) {
+        // The SDK delivers from inside the queueing of another frame, and this thread can only wait for
+        // itself.
+        WriteLog(__LINE__,
+                 "%s: ERROR. Called from inside a callback of the same thread. We drop this frame.\n", kName);
+        return;
+    }
     const MutexLock lock(g_frameMutex);
     if (!g_acquiringCameras.contains(cameraHandle)) {
         WriteLog(
@@ -69,7 +76,7 @@ void FrameReceivedCallback(ZvkHandle_t cameraHandle, ZvkHandle_t streamHandle, Z
         }
         return;
     }
-    const auto* context = static_cast<const FrameContext*>(frame->context[0]);
+    const FrameContext* context = ContextOf(*frame);
     if (context == nullptr) {
         WriteLog(__LINE__, "%s: ERROR. Invalid context parameter.\n", kName);
         return;

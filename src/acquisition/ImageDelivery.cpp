@@ -1,11 +1,11 @@
-#include "acquisition/ImageDelivery.h"
-
+// The images that wait, described and written into the host's memory.
 #include "acquisition/DeliveredFormats.h"
 #include "acquisition/FrameReception.h"
-#include "acquisition/PayloadCopy.h"
-#include "acquisition/PlanarSplit.h"
-#include "adapter/HostCall.h"
-#include "sdk/ResultNames.h"
+#include "core/Callbacks.h"
+#include "core/HostCall.h"
+#include "pixels/PayloadCopy.h"
+#include "pixels/PlanarSplit.h"
+#include "sdk/Names.h"
 
 #include <cstddef>
 #include <limits>
@@ -57,14 +57,55 @@ std::int32_t Describe(const ChannelCall& call, ImageAttributes& attributes, std:
     return MARAVEL_SUCCESS;
 }
 
-// Whether the pixels that the frame claims lie in its buffer and fit into the conversion image. PFNC codes
-// hold the bits of a pixel in bits 16 to 23.
-bool FitsBuffers(const ZvkFrame_t& frame, const VideoChannelData& channel)
+// Bits of the frame's pixels. PFNC codes hold the bits of a pixel in bits 16 to 23.
+std::uint64_t BitsOf(const ZvkFrame_t& frame)
 {
-    const std::uint64_t pixels = std::uint64_t{frame.width} * frame.height;
     const std::uint64_t bitsPerPixel = frame.pixelFormat >> 16 & 0xFF;
-    const std::uint64_t bufferBits = std::uint64_t{channel.payloadSize} * 8;
-    return (bitsPerPixel == 0 || pixels <= bufferBits / bitsPerPixel) && pixels <= channel.convertedSize / 3;
+    const std::uint64_t pixels = std::uint64_t{frame.width} * frame.height;
+    return pixels > UINT64_MAX / 0xFF ? UINT64_MAX : pixels * bitsPerPixel;
+}
+
+// Whether the frame is of the kind that the channel was started for. The host takes the size of its memory
+// from the frame's own size and format, so a camera that changed its format since must not have another one
+// written.
+bool IsOfStartedKind(const ChannelCall& call, const ZvkFrame_t& frame)
+{
+    const VideoChannelData& channel = call.channel;
+    const bool converts = channel.convertedImage.data != nullptr;
+    const bool fits =
+        frame.pixelFormat == channel.pixelFormat ||
+        (converts ? !IsDeliveredUnchanged(frame.pixelFormat)
+                  : IsDeliveredUnchanged(frame.pixelFormat) && BitsOf(frame) / 8 >= channel.payloadSize);
+    if (!fits) {
+        WriteLog(
+            __LINE__,
+            "%s: ERROR. Frame of format 0x%08X does not fit a channel started for format 0x%08X. Stop it, then start it. channelID=%lld.\n",
+            kImage, frame.pixelFormat, channel.pixelFormat, call.channelID);
+    }
+    return fits;
+}
+
+// Whether the pixels that the frame claims lie in its buffer and fit into the conversion image.
+bool FitsBuffers(const ChannelCall& call, const ZvkFrame_t& frame)
+{
+    const VideoChannelData& channel = call.channel;
+    if (BitsOf(frame) > std::uint64_t{channel.payloadSize} * 8) {
+        WriteLog(
+            __LINE__,
+            "%s: ERROR. Frame of %u x %u pixels, format 0x%08X, does not fit its buffer of %u bytes. channelID=%lld.\n",
+            kImage, frame.width, frame.height, frame.pixelFormat, channel.payloadSize, call.channelID);
+        return false;
+    }
+    const std::uint64_t pixels = std::uint64_t{frame.width} * frame.height;
+    if (pixels > channel.convertedSize / 3 || pixels > std::numeric_limits<std::int32_t>::max()) {
+        WriteLog(
+            __LINE__,
+            "%s: ERROR. Frame of %u x %u pixels does not fit the conversion image of %llu bytes. channelID=%lld.\n",
+            kImage, frame.width, frame.height, static_cast<unsigned long long>(channel.convertedSize),
+            call.channelID);
+        return false;
+    }
+    return true;
 }
 
 // Converts the frame and writes it as planes. Whatever fails leaves the destination as it was; the frame is
@@ -73,11 +114,7 @@ void DeliverConverted(const CHVNImageTransformAPIAccess& transform, const Channe
                       const ZvkFrame_t& frame, std::uint8_t* destination)
 {
     VideoChannelData& channel = call.channel;
-    if (!FitsBuffers(frame, channel)) {
-        WriteLog(
-            __LINE__,
-            "%s: ERROR. Frame of %u x %u pixels, format 0x%08X, does not fit its buffer of %u bytes. channelID=%lld.\n",
-            kImage, frame.width, frame.height, frame.pixelFormat, channel.payloadSize, call.channelID);
+    if (!FitsBuffers(call, frame)) {
         return;
     }
     ZvkImage source = {};
@@ -96,11 +133,30 @@ void DeliverConverted(const CHVNImageTransformAPIAccess& transform, const Channe
                  ErrorCodeName(result), result);
         return;
     }
-    const std::uint64_t pixels =
-        std::uint64_t{channel.convertedImage.imageInfo.width} * channel.convertedImage.imageInfo.height;
-    if (pixels <= std::numeric_limits<std::int32_t>::max() && pixels <= channel.convertedSize / 3) {
-        SplitRgb8IntoPlanes(static_cast<const std::uint8_t*>(channel.convertedImage.data),
-                            static_cast<std::size_t>(pixels), destination);
+    const auto& made = channel.convertedImage.imageInfo;
+    if (made.width != frame.width || made.height != frame.height) {
+        WriteLog(
+            __LINE__,
+            "%s: ERROR. Frame of %u x %u pixels was converted to %u x %u. It is not delivered. channelID=%lld.\n",
+            kImage, frame.width, frame.height, made.width, made.height, call.channelID);
+        return;
+    }
+    SplitRgb8IntoPlanes(static_cast<const std::uint8_t*>(channel.convertedImage.data),
+                        std::size_t{frame.width} * frame.height, destination);
+}
+
+// Writes the frame as the attributes describe it, or nothing.
+void WriteImage(const ChannelCall& call, const ZvkFrame_t& frame, void* destination)
+    MARAVEL_REQUIRES(g_adapterMutex)
+{
+    if (!IsOfStartedKind(call, frame)) {
+        return;
+    }
+    if (call.channel.convertedImage.data != nullptr) {
+        DeliverConverted(*g_imageTransformAccess, call, frame, static_cast<std::uint8_t*>(destination));
+    }
+    else {
+        CopyPayload(destination, frame.buffer, call.channel.payloadSize);
     }
 }
 
@@ -130,12 +186,7 @@ std::int32_t Deliver(const ChannelCall& call, void* destination, std::uint32_t& 
                     call.channelID);
         return MARAVEL_FAILURE;
     }
-    if (channel.convertedImage.data != nullptr) {
-        DeliverConverted(*g_imageTransformAccess, call, *frame, static_cast<std::uint8_t*>(destination));
-    }
-    else {
-        CopyPayload(destination, frame->buffer, channel.payloadSize);
-    }
+    WriteImage(call, *frame, destination);
     {
         const MutexLock lock(g_frameMutex);
         channel.fifo.RemoveOldest();
@@ -157,8 +208,8 @@ std::int32_t Deliver(const ChannelCall& call, void* destination, std::uint32_t& 
 std::int32_t MARAVEL_CALL GetImageAttributes(char* errorText, std::int64_t channelID,
                                              ImageAttributes* attributes, std::uint32_t* imageStatus) noexcept
 {
-    return HostCall({__LINE__, kAttributes, "%s: ERROR. Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"},
+    return HostCall({__LINE__, kAttributes, "GetImageAttributes: ERROR. Invalid class pointer.",
+                     NoSuchChannelText::Cameras},
                     errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
                         if (RejectNull(__LINE__, call, attributes) ||
                             RejectNull(__LINE__, call, imageStatus)) {
@@ -173,9 +224,8 @@ std::int32_t MARAVEL_CALL GetImage(char* errorText, std::int64_t channelID, void
 {
     std::uint32_t status = ImageStatusError;
     const std::int32_t result = HostCall(
-        {__LINE__, kImage, "%s: ERROR. Invalid class pointer.",
-         "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"},
-        errorText, channelID, [&](const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
+        {__LINE__, kImage, "GetImage: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras}, errorText,
+        channelID, [&](const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
             return RejectNull(__LINE__, call, imageStatus) ? MARAVEL_FAILURE
                                                            : Deliver(call, destination, status);
         });

@@ -1,12 +1,11 @@
-#include "adapter/AdapterStartup.h"
+#include "adapter/Lifecycle.h"
 
 #include "Revision.h"
-#include "adapter/ChannelRelease.h"
 #include "config/TriggerModel.h"
 #include "diag/EnvironmentProbes.h"
 #include "diag/Log.h"
 #include "platform/Win32.h"
-#include "sdk/ResultNames.h"
+#include "sdk/Names.h"
 #include "sdk/SdkFolder.h"
 
 namespace maravel {
@@ -35,8 +34,8 @@ struct ExitRegistration
 void ReleaseEarlierStart() MARAVEL_REQUIRES(g_adapterMutex)
 {
     if (g_apiAccess != nullptr || g_adapterData != nullptr || g_imageTransformAccess != nullptr) {
-        CloseAllCameras(kName);
-        ShutdownAdapter();
+        CloseAllCameras(kName, Patience::Endless);
+        ShutdownAdapter(Patience::Endless);
     }
 }
 
@@ -58,41 +57,44 @@ bool InitializeAdapter() MARAVEL_REQUIRES(g_adapterMutex)
     const ApiVersion transform = g_imageTransformAccess->GetVersion();
     if (result != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: FAILED. Reason=%s (%d). Zorvik V%d.%d.%d.%d, ImageTransform V%d.%d.%d.%d\n",
-                 kInitialize, ErrorCodeName(result), result, static_cast<int>(zvk.major),
-                 static_cast<int>(zvk.minor), static_cast<int>(zvk.patch), static_cast<int>(zvk.build),
-                 static_cast<int>(transform.major), static_cast<int>(transform.minor),
-                 static_cast<int>(transform.patch), static_cast<int>(transform.build));
+                 kInitialize, ErrorCodeName(result), result, zvk.major, zvk.minor, zvk.patch, zvk.build,
+                 transform.major, transform.minor, transform.patch, transform.build);
         return false;
     }
     WriteLog(__LINE__, "%s: SUCCESS. Zorvik V%d.%d.%d.%d, ImageTransform V%d.%d.%d.%d\n", kInitialize,
-             static_cast<int>(zvk.major), static_cast<int>(zvk.minor), static_cast<int>(zvk.patch),
-             static_cast<int>(zvk.build), static_cast<int>(transform.major),
-             static_cast<int>(transform.minor), static_cast<int>(transform.patch),
-             static_cast<int>(transform.build));
+             zvk.major, zvk.minor, zvk.patch, zvk.build, transform.major, transform.minor, transform.patch,
+             transform.build);
     return true;
 }
 
-// Lists the cameras until two readings agree on their number; the list is empty after a failure.
-ZvkError_t ListCameras(std::uint32_t count) MARAVEL_REQUIRES(g_adapterMutex)
+// Lists the cameras until two readings agree on their number. After a failure, which is logged, the list is
+// empty.
+bool ListCameras(std::uint32_t count) MARAVEL_REQUIRES(g_adapterMutex)
 {
     for (int listing = 0; listing < kMaxListings; ++listing) {
         if (count > CAdapterData::MaxCameras) {
-            return ZvkErrorResources;
+            WriteLog(__LINE__, "%s: ERROR. The SDK lists %u cameras, more than %u. None is used.\n",
+                     kEnumerate, count, CAdapterData::MaxCameras);
+            return false;
         }
         g_adapterData->Alloc(count);
         std::uint32_t found = 0;
         const ZvkError_t result =
             g_apiAccess->ZvkCamerasList(g_adapterData->cameras.get(), count, &found, sizeof(ZvkCameraInfo_t));
         if (found == count && result == ZvkErrorSuccess) {
-            return result;
+            return true;
         }
         g_adapterData->Free();
         if (found == count || (result != ZvkErrorSuccess && result != ZvkErrorMoreData)) {
-            return result;
+            WriteLog(__LINE__, "%s: Error while enumerating cameras. Reason=%s (%d)\n", kEnumerate,
+                     ErrorCodeName(result), result);
+            return false;
         }
         count = found;
     }
-    return ZvkErrorMoreData;
+    WriteLog(__LINE__, "%s: ERROR. The number of cameras changed at each of %d listings. None is used.\n",
+             kEnumerate, kMaxListings);
+    return false;
 }
 
 void EnumCameras() MARAVEL_REQUIRES(g_adapterMutex)
@@ -103,7 +105,7 @@ void EnumCameras() MARAVEL_REQUIRES(g_adapterMutex)
         return;
     }
     std::uint32_t count = 0;
-    ZvkError_t result = g_apiAccess->ZvkCamerasList(nullptr, 0, &count, sizeof(ZvkCameraInfo_t));
+    const ZvkError_t result = g_apiAccess->ZvkCamerasList(nullptr, 0, &count, sizeof(ZvkCameraInfo_t));
     if (result != ZvkErrorSuccess) {
         MARAVEL_FORMAT_AS_IT_STANDS_BEGIN
         WriteLog(__LINE__, "% s: Error while enumerating cameras.Reason = % s(% d)\n", kEnumerate,
@@ -111,10 +113,7 @@ void EnumCameras() MARAVEL_REQUIRES(g_adapterMutex)
         MARAVEL_FORMAT_AS_IT_STANDS_END
         return;
     }
-    result = ListCameras(count);
-    if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: Error while enumerating cameras. Reason=%s (%d)\n", kEnumerate,
-                 ErrorCodeName(result), result);
+    if (!ListCameras(count)) {
         return;
     }
     WriteLog(__LINE__, "%s: Found %d camera(s)\n", kEnumerate, static_cast<int>(g_adapterData->cameraCount));
@@ -130,7 +129,7 @@ void StartAdapter()
     WriteLog(__LINE__, "%s: Running as admin: %d\n", kName, isProcessRunningAsAdmin() ? 1 : 0);
     listAdapters();
     WriteLog(__LINE__, "%s: Accessing channelID %d...\n", kName, 0);
-    const std::wstring sdkFolder = GetZvkApiPath();
+    const std::wstring sdkFolder = FullPath(GetZvkApiPath());
     g_triggerModel = CheckTriggerModel() ? 1 : 0;
 
     const ExitRegistration exitRegistration;

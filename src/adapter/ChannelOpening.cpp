@@ -1,15 +1,7 @@
-#include "adapter/ChannelOpening.h"
-
-#include "acquisition/AcquisitionControl.h"
-#include "acquisition/ImageDelivery.h"
-#include "adapter/ChannelRelease.h"
-#include "adapter/HostCall.h"
-#include "config/CommonParams.h"
-#include "config/GigEPacketSize.h"
-#include "features/FeatureCommand.h"
-#include "features/FeatureIntrospection.h"
-#include "features/FeatureValue.h"
-#include "sdk/ResultNames.h"
+#include "adapter/Lifecycle.h"
+#include "core/Callbacks.h"
+#include "core/CameraAccess.h"
+#include "sdk/Names.h"
 
 #include <algorithm>
 #include <cstring>
@@ -21,9 +13,6 @@ namespace {
 
 constexpr const char* kName = "InitializeVideoChannel";
 constexpr double kMicrosecondsPerSecond = 1'000'000.0;
-
-// Hosts whose record is no larger know only the nine basic callbacks.
-constexpr std::int32_t kBasicStructSize = 608;
 
 // More features than this no camera has; an SDK that claims them is not believed.
 constexpr std::uint32_t kMaxFeatures = 100'000;
@@ -43,27 +32,6 @@ struct Opening
     const char* CameraId() const noexcept { return TextOrEmpty(camera.cameraIdString); }
 };
 
-// The callbacks, each in the slot of its name.
-void FillCallbacks(VideoChannelDescriptor& descriptor)
-{
-    descriptor.SetupCommonParams = &maravel::SetupCommonParams;
-    descriptor.GetImageAttributes = &maravel::GetImageAttributes;
-    descriptor.QueryImageStatus = &maravel::QueryImageStatus;
-    descriptor.GetImage = &maravel::GetImage;
-    descriptor.StartAcquisition = &maravel::StartAcquisition;
-    descriptor.StopAcquisition = &maravel::StopAcquisition;
-    descriptor.ExecuteCommand = &maravel::ExecuteCommand;
-    descriptor.ReadValue = &maravel::ReadValue;
-    descriptor.WriteValue = &maravel::WriteValue;
-    if (descriptor.structSize > kBasicStructSize) {
-        descriptor.GetFeatureName = &maravel::GetFeatureName;
-        descriptor.GetFeatureType = &maravel::GetFeatureType;
-        descriptor.GetValidEnum = &maravel::GetValidEnum;
-        descriptor.GetFeatureAttr = &maravel::GetFeatureAttr;
-        descriptor.ReleaseVideoChannel = &maravel::ReleaseVideoChannel;
-    }
-}
-
 void FillIdentity(const Opening& opening)
 {
     char vendor[128] = "";
@@ -78,20 +46,63 @@ void FillIdentity(const Opening& opening)
     CopyTextBounded(descriptor.serialNumber, sizeof descriptor.serialNumber, opening.camera.serialString);
 }
 
-bool OpenCamera(const Opening& opening)
+// The channel's camera from its opening to its closing.
+class OpenCamera
 {
-    ZvkHandle_t handle = nullptr;
-    const ZvkError_t result = opening.api.ZvkCameraOpen(opening.CameraId(), ZvkAccessModeFull, &handle);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, opening.errorText,
-                    "%s: ERROR. Error while opening camera. ChannelID=%d. Reason=%s (%d)", kName,
-                    opening.channelIndex, ErrorCodeName(result), result);
-        return false;
+public:
+    explicit OpenCamera(const Opening& opening) : opening_(opening), earlier_(opening.channel.cameraHandle)
+    {
+        ZvkHandle_t handle = nullptr;
+        const ZvkError_t result = opening.api.ZvkCameraOpen(opening.CameraId(), ZvkAccessModeFull, &handle);
+        if (result != ZvkErrorSuccess) {
+            ReportError(__LINE__, opening.errorText,
+                        "%s: ERROR. Error while opening camera. ChannelID=%d. Reason=%s (%d)", kName,
+                        opening.channelIndex, ErrorCodeName(result), result);
+            return;
+        }
+        WriteLog(__LINE__, "%s: Camera OPENED successfully. channelID %d (%s [%s])\n", kName,
+                 opening.channelIndex, opening.ModelName(), opening.CameraId());
+        opening.channel.cameraHandle = handle;
+        isOpen_ = true;
     }
-    WriteLog(__LINE__, "%s: Camera OPENED successfully. channelID %d (%s [%s])\n", kName,
-             opening.channelIndex, opening.ModelName(), opening.CameraId());
-    opening.channel.cameraHandle = handle;
-    return true;
+    OpenCamera(const OpenCamera&) = delete;
+    OpenCamera& operator=(const OpenCamera&) = delete;
+    ~OpenCamera()
+    {
+        if (!isOpen_) {
+            return;
+        }
+        VideoChannelData& channel = opening_.channel;
+        if (earlier_ != nullptr && earlier_ != channel.cameraHandle) {
+            // An SDK that opens a camera twice: what streamed under the first handle must end before its
+            // frames are made anew.
+            opening_.api.ZvkCameraClose(earlier_);
+            const MutexLock lock(g_frameMutex);
+            g_acquiringCameras.erase(earlier_);
+        }
+        const ZvkError_t result = opening_.api.ZvkCameraClose(channel.cameraHandle);
+        if (result != ZvkErrorSuccess) {
+            ReportError(__LINE__, opening_.errorText,
+                        "%s: ERROR. Error while closing camera. ChannelID=%d. Reason=%s (%d)", kName,
+                        opening_.channelIndex, ErrorCodeName(result), result);
+            return;
+        }
+        ForgetCamera(channel, Patience::Endless);
+        LogCameraClosed(__LINE__, kName, opening_.channelIndex, opening_.camera);
+    }
+
+    bool IsOpen() const noexcept { return isOpen_; }
+
+private:
+    const Opening& opening_;
+    ZvkHandle_t earlier_;
+    bool isOpen_ = false;
+};
+
+// A copy of an SDK's text that lives as long as the channel's feature list.
+const char* Keep(VideoChannelData& channel, const char* text)
+{
+    return text != nullptr ? channel.featureTexts.emplace_back(text).c_str() : nullptr;
 }
 
 // Reads the camera's feature list into the channel.
@@ -101,17 +112,21 @@ bool ReadFeatureList(const Opening& opening)
     std::uint32_t count = 0;
     ZvkError_t result =
         opening.api.ZvkFeaturesList(channel.cameraHandle, nullptr, 0, &count, sizeof(ZvkFeatureInfo_t));
-    if (result == ZvkErrorSuccess && count > kMaxFeatures) {
-        result = ZvkErrorResources;
-    }
     if (result != ZvkErrorSuccess) {
         ReportError(__LINE__, opening.errorText,
                     "%s: ERROR. ZvkFeaturesList failed. ChannelID=%d. Reason=%s (%d)", kName,
                     opening.channelIndex, ErrorCodeName(result), result);
         return false;
     }
+    if (count > kMaxFeatures) {
+        ReportError(__LINE__, opening.errorText,
+                    "%s: ERROR. The SDK lists %u features, more than %u. ChannelID=%d.", kName, count,
+                    kMaxFeatures, opening.channelIndex);
+        return false;
+    }
     channel.featureNames.Clear();
     channel.featureCount = 0;
+    channel.featureTexts.clear();
     channel.featureInfo.assign(count, {});
     std::uint32_t listed = 0;
     result = opening.api.ZvkFeaturesList(channel.cameraHandle, channel.featureInfo.data(), count, &listed,
@@ -120,9 +135,13 @@ bool ReadFeatureList(const Opening& opening)
         channel.featureInfo.clear();
         return false;
     }
-    channel.featureCount =
-        std::min(listed, count); // a list that has grown meanwhile is cut to what was given room
+    // A list that has grown meanwhile is cut to what was given room.
+    channel.featureCount = std::min(listed, count);
     channel.featureInfo.resize(channel.featureCount);
+    for (ZvkFeatureInfo_t& feature : channel.featureInfo) {
+        feature.name = Keep(channel, feature.name);
+        feature.description = Keep(channel, feature.description);
+    }
     channel.featureNames.Build(channel.featureInfo.data(), channel.featureInfo.size());
     return true;
 }
@@ -161,11 +180,21 @@ void SortFeatures(const Opening& opening)
              kName, static_cast<int>(channel.featureCount),
              static_cast<int>(channel.compatibleFeatures.size()), opening.channelIndex, opening.ModelName(),
              opening.CameraId());
-    WriteLog(
-        __LINE__,
-        "%s: bExposureTimeAvail=%d, bExposureTimeAbsAvail=%d, bTriggerSourceAvail=%d, bTriggerActivationAvail=%d, bExposureModeAvail=%d, bTriggerModeAvail=%d\n",
-        kName, channel.bExposureTimeAvail, channel.bExposureTimeAbsAvail, channel.bTriggerSourceAvail,
-        channel.bTriggerActivationAvail, channel.bExposureModeAvail, channel.bTriggerModeAvail);
+    LogAvailability(__LINE__, kName, channel);
+}
+
+// Whether a camera value could be read.
+bool WasRead(unsigned line, Opening& opening, const char* entry, const char* feature, ZvkError_t result)
+{
+    if (result == ZvkErrorSuccess) {
+        return true;
+    }
+    if (!opening.failed) {
+        ReportError(line, opening.errorText, "%s: ERROR. %s %s failed. ChannelID=%d. Reason=%s (%d)", kName,
+                    entry, feature, opening.channelIndex, ErrorCodeName(result), result);
+    }
+    opening.failed = true;
+    return false;
 }
 
 // Reads exposure time and its lower bound from "ExposureTime" or, on older cameras, from "ExposureTimeAbs".
@@ -180,68 +209,25 @@ void ReadExposure(Opening& opening)
     }
     const char* feature = isAbs ? "ExposureTimeAbs" : "ExposureTime";
     double microseconds = 0.0;
-    ZvkError_t result = opening.api.ZvkFeatureFloatGet(camera, feature, &microseconds);
-    if (result == ZvkErrorSuccess) {
-        opening.descriptor.exposureTime = microseconds / kMicrosecondsPerSecond;
-    }
-    else if (isAbs) {
-        ReportError(__LINE__, opening.errorText,
-                    "%s: ERROR. ZvkFeatureFloatGet ExposureTimeAbs failed. ChannelID=%d. Reason=%s (%d)",
-                    kName, opening.channelIndex, ErrorCodeName(result), result);
-        opening.failed = true;
-    }
-    else {
-        ReportError(__LINE__, opening.errorText,
-                    "%s: ERROR. ZvkFeatureFloatGet ExposureTime failed. ChannelID=%d. Reason=%s (%d)", kName,
-                    opening.channelIndex, ErrorCodeName(result), result);
-        opening.failed = true;
-    }
+    const bool wasRead = WasRead(__LINE__, opening, "ZvkFeatureFloatGet", feature,
+                                 opening.api.ZvkFeatureFloatGet(camera, feature, &microseconds));
     double minimum = 0.0;
     double maximum = 0.0;
-    result = opening.api.ZvkFeatureFloatRangeQuery(camera, feature, &minimum, &maximum);
-    if (result != ZvkErrorSuccess && !opening.failed) {
-        if (isAbs) {
-            ReportError(
-                __LINE__, opening.errorText,
-                "%s: ERROR. ZvkFeatureFloatRangeQuery ExposureTimeAbs failed. ChannelID=%d. Reason=%s (%d)",
-                kName, opening.channelIndex, ErrorCodeName(result), result);
-        }
-        else {
-            ReportError(
-                __LINE__, opening.errorText,
-                "%s: ERROR. ZvkFeatureFloatRangeQuery ExposureTime failed. ChannelID=%d. Reason=%s (%d)",
-                kName, opening.channelIndex, ErrorCodeName(result), result);
-        }
+    const bool hasRange = WasRead(__LINE__, opening, "ZvkFeatureFloatRangeQuery", feature,
+                                  opening.api.ZvkFeatureFloatRangeQuery(camera, feature, &minimum, &maximum));
+    if (wasRead) {
+        opening.descriptor.exposureTime = microseconds / kMicrosecondsPerSecond;
+        opening.descriptor.exposureTimeMin = hasRange ? minimum : 0.0;
     }
-    opening.failed |= result != ZvkErrorSuccess;
-    opening.descriptor.exposureTimeMin = result == ZvkErrorSuccess ? minimum : 0.0;
 }
 
-void ReadSize(Opening& opening)
+void ReadSide(Opening& opening, const char* feature, std::int32_t& side)
 {
-    const ZvkHandle_t camera = opening.channel.cameraHandle;
     std::int64_t value = 0;
-    ZvkError_t result = opening.api.ZvkFeatureIntGet(camera, "Width", &value);
-    if (result == ZvkErrorSuccess) {
-        opening.descriptor.width = static_cast<std::int32_t>(value);
+    if (WasRead(__LINE__, opening, "ZvkFeatureIntGet", feature,
+                opening.api.ZvkFeatureIntGet(opening.channel.cameraHandle, feature, &value))) {
+        side = static_cast<std::int32_t>(value);
     }
-    else if (!opening.failed) {
-        ReportError(__LINE__, opening.errorText,
-                    "%s: ERROR. ZvkFeatureIntGet Width failed. ChannelID=%d. Reason=%s (%d)", kName,
-                    opening.channelIndex, ErrorCodeName(result), result);
-    }
-    opening.failed |= result != ZvkErrorSuccess;
-
-    result = opening.api.ZvkFeatureIntGet(camera, "Height", &value);
-    if (result == ZvkErrorSuccess) {
-        opening.descriptor.height = static_cast<std::int32_t>(value);
-    }
-    else if (!opening.failed) {
-        ReportError(__LINE__, opening.errorText,
-                    "%s: ERROR. ZvkFeatureIntGet Height failed. ChannelID=%d. Reason=%s (%d)", kName,
-                    opening.channelIndex, ErrorCodeName(result), result);
-    }
-    opening.failed |= result != ZvkErrorSuccess;
 }
 
 // Learns what the channel needs of its open camera.
@@ -253,22 +239,9 @@ bool LearnCamera(Opening& opening)
     }
     SortFeatures(opening);
     ReadExposure(opening);
-    ReadSize(opening);
+    ReadSide(opening, "Width", opening.descriptor.width);
+    ReadSide(opening, "Height", opening.descriptor.height);
     return !opening.failed;
-}
-
-void CloseCamera(const Opening& opening)
-{
-    const ZvkError_t result = opening.api.ZvkCameraClose(opening.channel.cameraHandle);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, opening.errorText,
-                    "%s: ERROR. Error while closing camera. ChannelID=%d. Reason=%s (%d)", kName,
-                    opening.channelIndex, ErrorCodeName(result), result);
-        return;
-    }
-    opening.channel.cameraHandle = nullptr;
-    WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", kName,
-             opening.channelIndex, opening.ModelName(), opening.CameraId());
 }
 
 } // namespace
@@ -290,18 +263,8 @@ bool InitializeVideoChannel(char* errorText, VideoChannelDescriptor& descriptor,
     descriptor.channelID = channelIndex;
     FillCallbacks(descriptor);
     FillIdentity(opening);
-    if (!OpenCamera(opening)) {
-        return false;
-    }
-    bool learned = false;
-    try {
-        learned = LearnCamera(opening);
-    }
-    catch (const std::bad_alloc&) {
-        ReportError(__LINE__, errorText, "%s: ERROR. Out of memory.", kName);
-    }
-    CloseCamera(opening);
-    return learned;
+    const OpenCamera camera(opening);
+    return camera.IsOpen() && LearnCamera(opening);
 }
 
 } // namespace maravel

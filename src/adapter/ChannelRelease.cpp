@@ -1,26 +1,18 @@
-#include "adapter/ChannelRelease.h"
-
-#include "adapter/HostCall.h"
+// The end of a channel and of the whole adapter.
+#include "adapter/Lifecycle.h"
+#include "core/Callbacks.h"
+#include "core/CameraAccess.h"
 
 namespace maravel {
 
 namespace {
 
-// "%s" and "%lld" take the routine and the channel.
-struct ChannelText : RejectionText
-{
-    template <std::size_t N>
-    consteval ChannelText(const char (&format)[N]) : RejectionText(format, "slld")
-    {
-    }
-};
-
-// A routine that closes cameras, and its own words for what the SDK refuses.
+// Who closes cameras. The end of the module waits for nobody for ever, and has its own words.
 struct ClosingRoutine
 {
     const char* name;
-    ChannelText flushFailed;
-    ChannelText revokeFailed;
+    bool isRelease; // of one channel by the host
+    Patience patience;
 };
 
 struct OpenChannel
@@ -32,70 +24,63 @@ struct OpenChannel
 };
 
 // Ends a running acquisition. Failures are logged; what follows is tried all the same.
-void StopStreaming(const char* routine, const OpenChannel& open)
+void StopStreaming(const ClosingRoutine& routine, const OpenChannel& open)
 {
     const ZvkHandle_t camera = open.channel.cameraHandle;
     if (open.api.ZvkFeatureCommandRun(camera, "AcquisitionStop") != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: channelID=%d. AcquisitionStop FAILED.\n", routine, open.index);
+        WriteLog(__LINE__, "%s: channelID=%d. AcquisitionStop FAILED.\n", routine.name, open.index);
     }
     {
-        const BoundedMutexLock lock(g_frameMutex);
+        const MutexLock lock(g_frameMutex, routine.patience);
         g_acquiringCameras.erase(camera);
     }
     if (open.api.ZvkCaptureEnd(camera) != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: channelID=%d. ZvkCaptureEnd FAILED.\n", routine, open.index);
+        WriteLog(__LINE__, "%s: channelID=%d. ZvkCaptureEnd FAILED.\n", routine.name, open.index);
     }
     else {
         open.channel.bCaptureRunning = false;
     }
 }
 
-// Makes the channel ready to be set up and started again.
-void ForgetStreaming(VideoChannelData& channel)
+void TakeFramesBack(const ClosingRoutine& routine, const OpenChannel& open)
 {
-    channel.bAcquisitionStarted = false;
-    const BoundedMutexLock lock(g_frameMutex);
-    channel.fifo.Clear();
-    channel.framesComplete = 0;
-    channel.framesIncomplete = 0;
+    const auto channelID = static_cast<long long>(open.index);
+    if (open.api.ZvkCaptureQueueFlush(open.channel.cameraHandle) == ZvkErrorSuccess) {
+        open.channel.bFramesQueued = false;
+    }
+    else if (routine.isRelease) {
+        WriteLog(__LINE__, "%s: channelID=%lld. ZvkCaptureQueueFlush FAILED.\n", routine.name, channelID);
+    }
+    else {
+        WriteLog(__LINE__, "%s: channelID:%lld. ZvkCaptureQueueFlush FAILED.\n", routine.name, channelID);
+    }
+    if (open.api.ZvkFrameRevokeAll(open.channel.cameraHandle) == ZvkErrorSuccess) {
+        open.channel.bFramesAnnounced = false;
+    }
+    else if (routine.isRelease) {
+        WriteLog(__LINE__, "%s: channelID=%lld. ZvkFrameRevokeAll FAILED.\n", routine.name, channelID);
+    }
+    else {
+        WriteLog(__LINE__, "%s: channelID:%lld. ZvkFrameRevokeAll FAILED.\n", routine.name, channelID);
+    }
 }
 
 void CloseCamera(const ClosingRoutine& routine, const OpenChannel& open)
 {
     VideoChannelData& channel = open.channel;
-    const auto channelID = static_cast<long long>(open.index);
     if (channel.bAcquisitionStarted || channel.bCaptureRunning) {
-        StopStreaming(routine.name, open);
+        StopStreaming(routine, open);
     }
-    if (open.api.ZvkCaptureQueueFlush(channel.cameraHandle) != ZvkErrorSuccess) {
-        WriteLog(__LINE__, routine.flushFailed.Get(), routine.name, channelID);
-    }
-    else {
-        channel.bFramesQueued = false;
-    }
-    if (open.api.ZvkFrameRevokeAll(channel.cameraHandle) != ZvkErrorSuccess) {
-        WriteLog(__LINE__, routine.revokeFailed.Get(), routine.name, channelID);
-    }
-    else {
-        channel.bFramesAnnounced = false;
-    }
+    TakeFramesBack(routine, open);
     if (channel.bAcquisitionStarted) {
-        ForgetStreaming(channel);
+        ForgetFrames(channel, routine.patience);
     }
-    const char* modelName = TextOrEmpty(open.camera.modelName);
-    const char* cameraId = TextOrEmpty(open.camera.cameraIdString);
-    if (open.api.ZvkCameraClose(channel.cameraHandle) == ZvkErrorSuccess) {
-        channel.cameraHandle = nullptr;
-        channel.bFramesAnnounced = false; // with its camera everything is gone
-        channel.bCaptureRunning = false;
-        channel.bFramesQueued = false;
-        WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", routine.name,
-                 open.index, modelName, cameraId);
+    if (open.api.ZvkCameraClose(channel.cameraHandle) != ZvkErrorSuccess) {
+        LogCameraCloseFailed(__LINE__, routine.name, open.index, open.camera);
+        return;
     }
-    else {
-        WriteLog(__LINE__, "%s: ZvkCameraClose FAILED. channelID %d (%s [%s])\n", routine.name, open.index,
-                 modelName, cameraId);
-    }
+    ForgetCamera(channel, routine.patience);
+    LogCameraClosed(__LINE__, routine.name, open.index, open.camera);
 }
 
 bool IsAnyCameraOpen(const CAdapterData& data)
@@ -110,14 +95,12 @@ bool IsAnyCameraOpen(const CAdapterData& data)
 
 std::int32_t Release(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
 {
-    constexpr ClosingRoutine kRoutine = {"ReleaseVideoChannel",
-                                         "%s: channelID=%lld. ZvkCaptureQueueFlush FAILED.\n",
-                                         "%s: channelID=%lld. ZvkFrameRevokeAll FAILED.\n"};
     if (call.channel.cameraHandle != nullptr) {
-        CloseCamera(kRoutine, {call.api, call.channel, call.camera, call.ChannelNumber()});
+        CloseCamera({call.operation, true, Patience::Endless},
+                    {call.api, call.channel, call.camera, call.ChannelNumber()});
     }
     if (!IsAnyCameraOpen(call.data)) {
-        ShutdownAdapter();
+        ShutdownAdapter(Patience::Endless);
     }
     return MARAVEL_SUCCESS;
 }
@@ -127,16 +110,29 @@ std::int32_t Release(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
 std::int32_t MARAVEL_CALL ReleaseVideoChannel(char* errorText, std::int64_t channelID) noexcept
 {
     WriteLog(__LINE__, "%s: channelID=%lld\n", "ReleaseVideoChannel", static_cast<long long>(channelID));
-    return HostCall({__LINE__, "ReleaseVideoChannel", "%s: WARNING: Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"},
+    return HostCall({__LINE__, "ReleaseVideoChannel", "ReleaseVideoChannel: WARNING: Invalid class pointer.",
+                     NoSuchChannelText::Cameras},
                     errorText, channelID, &Release);
 }
 
-void ShutdownAdapter() noexcept
+void CloseAllCameras(const char* routine, Patience patience) noexcept
+{
+    if (g_apiAccess == nullptr || g_adapterData == nullptr) {
+        return;
+    }
+    for (std::uint32_t i = 0; i < g_adapterData->cameraCount; ++i) {
+        if (g_adapterData->channels[i].cameraHandle != nullptr) {
+            CloseCamera({routine, false, patience}, {*g_apiAccess, g_adapterData->channels[i],
+                                                     g_adapterData->cameras[i], static_cast<int>(i)});
+        }
+    }
+}
+
+void ShutdownAdapter(Patience patience) noexcept
 {
     WriteLog(__LINE__, "%s\n", "ShutdownAdapter");
     {
-        const BoundedMutexLock lock(g_frameMutex);
+        const MutexLock lock(g_frameMutex, patience);
         g_acquiringCameras.clear();
         g_receptionAccess = {};
     }
@@ -146,29 +142,14 @@ void ShutdownAdapter() noexcept
     g_apiAccess.reset();
     g_adapterData.reset();
     g_imageTransformAccess.reset();
-    CloseLog();
-}
-
-void CloseAllCameras(const char* routine) noexcept
-{
-    const ClosingRoutine closing = {routine, "%s: channelID:%lld. ZvkCaptureQueueFlush FAILED.\n",
-                                    "%s: channelID:%lld. ZvkFrameRevokeAll FAILED.\n"};
-    if (g_apiAccess == nullptr || g_adapterData == nullptr) {
-        return;
-    }
-    for (std::uint32_t i = 0; i < g_adapterData->cameraCount; ++i) {
-        if (g_adapterData->channels[i].cameraHandle != nullptr) {
-            CloseCamera(closing, {*g_apiAccess, g_adapterData->channels[i], g_adapterData->cameras[i],
-                                  static_cast<int>(i)});
-        }
-    }
+    CloseLog(patience == Patience::Bounded);
 }
 
 void Exit() noexcept MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     WriteLog(__LINE__, "%s\n", "Exit");
-    CloseAllCameras("Exit");
-    ShutdownAdapter();
+    CloseAllCameras("Exit", Patience::Bounded);
+    ShutdownAdapter(Patience::Bounded);
 }
 
 } // namespace maravel

@@ -1,8 +1,7 @@
 // The adapter's one exported function: start-up on the first index, then one channel a call.
 
-#include "adapter/AdapterStartup.h"
-#include "adapter/ChannelOpening.h"
-#include "adapter/HostCall.h"
+#include "adapter/Lifecycle.h"
+#include "core/CameraAccess.h"
 
 namespace maravel {
 
@@ -14,15 +13,12 @@ constexpr const char* kName = "GetVideoChannel";
 void CloseAfterFailedOpening(VideoChannelData& channel, const ZvkCameraInfo_t& camera,
                              std::int32_t channelIndex) MARAVEL_REQUIRES(g_adapterMutex)
 {
-    if (g_apiAccess->ZvkCameraClose(channel.cameraHandle) == ZvkErrorSuccess) {
-        channel.cameraHandle = nullptr;
-        WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", kName, channelIndex,
-                 TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
+    if (g_apiAccess->ZvkCameraClose(channel.cameraHandle) != ZvkErrorSuccess) {
+        LogCameraCloseFailed(__LINE__, kName, channelIndex, camera);
+        return;
     }
-    else {
-        WriteLog(__LINE__, "%s: ZvkCameraClose FAILED. channelID %d (%s [%s])\n", kName, channelIndex,
-                 TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
-    }
+    ForgetCamera(channel, Patience::Endless); // it may have been the camera of a stream
+    LogCameraClosed(__LINE__, kName, channelIndex, camera);
 }
 
 std::int32_t HandOut(char* errorText, std::int32_t channelIndex, VideoChannelDescriptor& descriptor)

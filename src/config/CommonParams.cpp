@@ -1,10 +1,10 @@
-#include "config/CommonParams.h"
-
-#include "adapter/CameraAccess.h"
-#include "config/GigEPacketSize.h"
+// The host's one-call set-up of a camera: exposure, triggers, region of interest.
 #include "config/TriggerSetters.h"
-#include "sdk/ResultNames.h"
+#include "core/Callbacks.h"
+#include "core/CameraAccess.h"
+#include "sdk/Names.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace maravel {
@@ -23,58 +23,57 @@ bool IsExposureAutoOff(const ChannelCall& call)
            std::string_view(TextOrEmpty(exposureAuto)) == "Off";
 }
 
+// Writes an exposure time in microseconds to a feature; the result of the write.
+ZvkError_t WriteExposure(const ChannelCall& call, const char* feature, double microseconds)
+{
+    const ZvkError_t result = call.api.ZvkFeatureFloatSet(call.channel.cameraHandle, feature, microseconds);
+    if (result != ZvkErrorSuccess) {
+        ReportError(__LINE__, call.errorText,
+                    "%s: ERROR. ZvkFeatureFloatSet %s failed. ChannelID=%lld. Reason=%s (%d)", kName, feature,
+                    call.channelID, ErrorCodeName(result), result);
+    }
+    else {
+        WriteLog(__LINE__, "%s: INFO: %s set to: %fus.\n", kName, feature, microseconds);
+    }
+    return result;
+}
+
 // Writes the exposure time to whichever feature the camera has; the result of the write, success when there
 // is none.
 ZvkError_t SetExposure(const ChannelCall& call, double seconds)
 {
     const double microseconds = seconds * kMicrosecondsPerSecond;
-    ZvkError_t result = ZvkErrorSuccess;
     if (call.channel.bExposureTimeAvail) {
-        result = call.api.ZvkFeatureFloatSet(call.channel.cameraHandle, "ExposureTime", microseconds);
-        if (result != ZvkErrorSuccess) {
-            ReportError(__LINE__, call.errorText,
-                        "%s: ERROR. ZvkFeatureFloatSet ExposureTime failed. ChannelID=%lld. Reason=%s (%d)",
-                        kName, call.channelID, ErrorCodeName(result), result);
-        }
-        else {
-            WriteLog(__LINE__, "%s: INFO: ExposureTime set to: %fus.\n", kName, microseconds);
-        }
+        return WriteExposure(call, "ExposureTime", microseconds);
     }
-    else if (call.channel.bExposureTimeAbsAvail) {
-        result = call.api.ZvkFeatureFloatSet(call.channel.cameraHandle, "ExposureTimeAbs", microseconds);
-        if (result != ZvkErrorSuccess) {
-            ReportError(
-                __LINE__, call.errorText,
-                "%s: ERROR. ZvkFeatureFloatSet ExposureTimeAbs failed. ChannelID=%lld. Reason=%s (%d)", kName,
-                call.channelID, ErrorCodeName(result), result);
-        }
-        else {
-            WriteLog(__LINE__, "%s: INFO: ExposureTimeAbs set to: %fus.\n", kName, microseconds);
-        }
-    }
-    return result;
+    return call.channel.bExposureTimeAbsAvail ? WriteExposure(call, "ExposureTimeAbs", microseconds)
+                                              : ZvkErrorSuccess;
 }
+
+struct TriggerModeRow
+{
+    std::int32_t acqContinuous;
+    std::int32_t acqTriggered;
+    TriggerModeValue mode;
+    const char* name;
+};
+constexpr TriggerModeRow kTriggerModes[] = {
+    {0, 0, TriggerModeManual, "MANUAL"},
+    {1, 0, TriggerModeFreerun, "FREERUN"},
+    {1, 1, TriggerModeHardwareAuto, "HARDWARE AUTO"},
+    {0, 1, TriggerModeHardwareSemiAuto, "HARDWARE SEMI-AUTO"},
+};
 
 // Flags other than 0 and 1 name no mode, and the channel keeps the one it has.
 void RecordTriggerMode(VideoChannelData& channel, const CommonParams& params)
 {
     WriteLog(__LINE__, "%s: INFO: acqContinuous=%d, acqTriggered=%d, acqTriggerLowToHigh=%d\n", kName,
              params.acqContinuous, params.acqTriggered, params.acqTriggerLowToHigh);
-    if (params.acqContinuous == 0 && params.acqTriggered == 0) {
-        WriteLog(__LINE__, "%s: INFO: Trigger Mode = 'MANUAL'\n", kName);
-        channel.triggerMode = TriggerModeManual;
-    }
-    else if (params.acqContinuous == 1 && params.acqTriggered == 0) {
-        WriteLog(__LINE__, "%s: INFO: Trigger Mode = 'FREERUN'\n", kName);
-        channel.triggerMode = TriggerModeFreerun;
-    }
-    else if (params.acqContinuous == 1 && params.acqTriggered == 1) {
-        WriteLog(__LINE__, "%s: INFO: Trigger Mode = 'HARDWARE AUTO'\n", kName);
-        channel.triggerMode = TriggerModeHardwareAuto;
-    }
-    else if (params.acqContinuous == 0 && params.acqTriggered == 1) {
-        WriteLog(__LINE__, "%s: INFO: Trigger Mode = 'HARDWARE SEMI-AUTO'\n", kName);
-        channel.triggerMode = TriggerModeHardwareSemiAuto;
+    for (const TriggerModeRow& row : kTriggerModes) {
+        if (row.acqContinuous == params.acqContinuous && row.acqTriggered == params.acqTriggered) {
+            WriteLog(__LINE__, "%s: INFO: Trigger Mode = '%s'\n", kName, row.name);
+            channel.triggerMode = row.mode;
+        }
     }
 }
 
@@ -101,105 +100,90 @@ void SetTriggers(const ChannelCall& call, const CommonParams& params)
     SetTriggerActivation(call, params.acqTriggerLowToHigh != 0);
 }
 
-void WarnOffsetX(unsigned line, const ChannelCall& call, int offset, ZvkError_t result)
+// One direction of the region of interest: its features, and what the host wants of it.
+struct Axis
+{
+    const char* offsetFeature;
+    const char* sizeFeature;
+    const char* maximumFeature;
+    std::int32_t offset;
+    std::int32_t size;
+};
+
+// Reports a write that is only warned of.
+void Warn(unsigned line, const ChannelCall& call, const char* feature, int value, ZvkError_t result)
 {
     ReportError(line, call.errorText,
-                "%s: WARNING. ZvkFeatureIntSet OffsetX=%d failed. ChannelID=%lld. Reason=%s (%d)", kName,
-                offset, call.channelID, ErrorCodeName(result), result);
+                "%s: WARNING. ZvkFeatureIntSet %s=%d failed. ChannelID=%lld. Reason=%s (%d)", kName, feature,
+                value, call.channelID, ErrorCodeName(result), result);
 }
 
-void WarnOffsetY(unsigned line, const ChannelCall& call, int offset, ZvkError_t result)
+// Notes a write that failed; only the first one since hardError was success is reported, and recorded there.
+void NoteFailure(unsigned line, const ChannelCall& call, const char* feature, int value, ZvkError_t result,
+                 ZvkError_t& hardError)
 {
+    if (result == ZvkErrorSuccess || hardError != ZvkErrorSuccess) {
+        return;
+    }
     ReportError(line, call.errorText,
-                "%s: WARNING. ZvkFeatureIntSet OffsetY=%d failed. ChannelID=%lld. Reason=%s (%d)", kName,
-                offset, call.channelID, ErrorCodeName(result), result);
+                "%s: ERROR. ZvkFeatureIntSet %s=%d failed. ChannelID=%lld. Reason=%s (%d)", kName, feature,
+                value, call.channelID, ErrorCodeName(result), result);
+    hardError = result;
 }
 
-// The size as the host wants it, but no larger than the maximum that was read.
-std::int32_t Limited(std::int32_t wanted, std::int64_t maximum)
+void ResetOffset(const ChannelCall& call, const Axis& axis)
 {
-    const auto limit = static_cast<std::int32_t>(maximum);
-    return wanted > limit ? limit : wanted;
+    const ZvkError_t result = call.api.ZvkFeatureIntSet(call.channel.cameraHandle, axis.offsetFeature, 0);
+    if (result != ZvkErrorSuccess) {
+        Warn(__LINE__, call, axis.offsetFeature, 0, result);
+    }
 }
 
-// Writes the region of interest. Offsets go to 0 first, so that any size fits. Every write is tried; only the
-// first failure since hardError was success is reported, and recorded there.
+// Writes the size as the host wants it, but no larger than the camera's maximum.
+void SetSize(const ChannelCall& call, const Axis& axis, ZvkError_t& hardError)
+{
+    const ZvkHandle_t camera = call.channel.cameraHandle;
+    std::int32_t size = axis.size;
+    std::int64_t maximum = 0;
+    ZvkError_t result = call.api.ZvkFeatureIntGet(camera, axis.maximumFeature, &maximum);
+    if (result != ZvkErrorSuccess) {
+        WriteLog(__LINE__, "%s: WARNING. ZvkFeatureIntGet %s failed. ChannelID=%d. Reason=%s (%d)\n", kName,
+                 axis.maximumFeature, call.ChannelNumber(), ErrorCodeName(result), result);
+    }
+    else {
+        size = std::min(size, static_cast<std::int32_t>(maximum));
+    }
+    result = call.api.ZvkFeatureIntSet(camera, axis.sizeFeature, size);
+    NoteFailure(__LINE__, call, axis.sizeFeature, size, result, hardError);
+}
+
+// A camera without offsets has nothing else to offer than 0.
+void SetOffset(const ChannelCall& call, const Axis& axis, ZvkError_t& hardError)
+{
+    const ZvkError_t result =
+        call.api.ZvkFeatureIntSet(call.channel.cameraHandle, axis.offsetFeature, axis.offset);
+    if (result == ZvkErrorNotFound && axis.offset == 0 && hardError == ZvkErrorSuccess) {
+        Warn(__LINE__, call, axis.offsetFeature, axis.offset, result);
+        return;
+    }
+    NoteFailure(__LINE__, call, axis.offsetFeature, axis.offset, result, hardError);
+}
+
+// Writes the region of interest. Offsets go to 0 first, so that any size fits. Every write is tried.
 void SetRegion(const ChannelCall& call, const CommonParams& params, ZvkError_t& hardError)
 {
-    const CZorvikAPIAccess& api = call.api;
-    const ZvkHandle_t camera = call.channel.cameraHandle;
     WriteLog(__LINE__, "%s: INFO: roix=%d, roiy=%d, roiwidth=%d, roiheight=%d\n", kName, params.roix,
              params.roiy, params.roiwidth, params.roiheight);
-
-    ZvkError_t result = api.ZvkFeatureIntSet(camera, "OffsetX", 0);
-    if (result != ZvkErrorSuccess) {
-        WarnOffsetX(__LINE__, call, 0, result);
+    const Axis axes[] = {{"OffsetX", "Width", "WidthMax", params.roix, params.roiwidth},
+                         {"OffsetY", "Height", "HeightMax", params.roiy, params.roiheight}};
+    for (const Axis& axis : axes) {
+        ResetOffset(call, axis);
     }
-    result = api.ZvkFeatureIntSet(camera, "OffsetY", 0);
-    if (result != ZvkErrorSuccess) {
-        WarnOffsetY(__LINE__, call, 0, result);
+    for (const Axis& axis : axes) {
+        SetSize(call, axis, hardError);
     }
-
-    std::int32_t width = params.roiwidth;
-    std::int64_t maximum = 0;
-    result = api.ZvkFeatureIntGet(camera, "WidthMax", &maximum);
-    if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: WARNING. ZvkFeatureIntGet WidthMax failed. ChannelID=%d. Reason=%s (%d)\n",
-                 kName, call.ChannelNumber(), ErrorCodeName(result), result);
-    }
-    else {
-        width = Limited(width, maximum);
-    }
-    result = api.ZvkFeatureIntSet(camera, "Width", width);
-    if (result != ZvkErrorSuccess && hardError == ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureIntSet Width=%d failed. ChannelID=%lld. Reason=%s (%d)", kName,
-                    width, call.channelID, ErrorCodeName(result), result);
-        hardError = result;
-    }
-
-    std::int32_t height = params.roiheight;
-    maximum = 0;
-    result = api.ZvkFeatureIntGet(camera, "HeightMax", &maximum);
-    if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: WARNING. ZvkFeatureIntGet HeightMax failed. ChannelID=%d. Reason=%s (%d)\n",
-                 kName, call.ChannelNumber(), ErrorCodeName(result), result);
-    }
-    else {
-        height = Limited(height, maximum);
-    }
-    result = api.ZvkFeatureIntSet(camera, "Height", height);
-    if (result != ZvkErrorSuccess && hardError == ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureIntSet Height=%d failed. ChannelID=%lld. Reason=%s (%d)", kName,
-                    height, call.channelID, ErrorCodeName(result), result);
-        hardError = result;
-    }
-
-    // A camera without offsets has nothing else to offer than 0.
-    result = api.ZvkFeatureIntSet(camera, "OffsetX", params.roix);
-    if (result != ZvkErrorSuccess && hardError == ZvkErrorSuccess) {
-        if (result == ZvkErrorNotFound && params.roix == 0) {
-            WarnOffsetX(__LINE__, call, params.roix, result);
-        }
-        else {
-            ReportError(__LINE__, call.errorText,
-                        "%s: ERROR. ZvkFeatureIntSet OffsetX=%d failed. ChannelID=%lld. Reason=%s (%d)",
-                        kName, params.roix, call.channelID, ErrorCodeName(result), result);
-            hardError = result;
-        }
-    }
-    result = api.ZvkFeatureIntSet(camera, "OffsetY", params.roiy);
-    if (result != ZvkErrorSuccess && hardError == ZvkErrorSuccess) {
-        if (result == ZvkErrorNotFound && params.roiy == 0) {
-            WarnOffsetY(__LINE__, call, params.roiy, result);
-        }
-        else {
-            ReportError(__LINE__, call.errorText,
-                        "%s: ERROR. ZvkFeatureIntSet OffsetY=%d failed. ChannelID=%lld. Reason=%s (%d)",
-                        kName, params.roiy, call.channelID, ErrorCodeName(result), result);
-            hardError = result;
-        }
+    for (const Axis& axis : axes) {
+        SetOffset(call, axis, hardError);
     }
 }
 
@@ -214,14 +198,9 @@ std::int32_t SetUp(const ChannelCall& call, const CommonParams& params)
     case CameraOpening::AlreadyOpen:
         break;
     }
-    const VideoChannelData& channel = call.channel;
     const bool bExposureAutoOff = IsExposureAutoOff(call);
     WriteLog(__LINE__, "%s: bExposureAutoOff=%d\n", kName, bExposureAutoOff);
-    WriteLog(
-        __LINE__,
-        "%s: bExposureTimeAvail=%d, bExposureTimeAbsAvail=%d, bTriggerSourceAvail=%d, bTriggerActivationAvail=%d, bExposureModeAvail=%d, bTriggerModeAvail=%d\n",
-        kName, channel.bExposureTimeAvail, channel.bExposureTimeAbsAvail, channel.bTriggerSourceAvail,
-        channel.bTriggerActivationAvail, channel.bExposureModeAvail, channel.bTriggerModeAvail);
+    LogAvailability(__LINE__, kName, call.channel);
 
     ZvkError_t hardError = bExposureAutoOff ? SetExposure(call, params.exposure) : ZvkErrorSuccess;
     RecordTriggerMode(call.channel, params);
@@ -236,14 +215,14 @@ std::int32_t MARAVEL_CALL SetupCommonParams(char* errorText, std::int64_t channe
                                             const CommonParams* params) noexcept
 {
     WriteLog(__LINE__, "%s: channelID=%lld\n", kName, static_cast<long long>(channelID));
-    return HostCall({__LINE__, kName, "%s: ERROR. INVALID class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"},
-                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-                        if (RejectNull(__LINE__, call, params)) {
-                            return MARAVEL_FAILURE;
-                        }
-                        return SetUp(call, *params);
-                    });
+    return HostCall(
+        {__LINE__, kName, "SetupCommonParams: ERROR. INVALID class pointer.", NoSuchChannelText::Cameras},
+        errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
+            if (RejectNull(__LINE__, call, params)) {
+                return MARAVEL_FAILURE;
+            }
+            return SetUp(call, *params);
+        });
 }
 
 } // namespace maravel

@@ -2,7 +2,7 @@
 // fail their caller; the boolean ones tell whether the entry was written.
 #pragma once
 
-#include "adapter/HostCall.h"
+#include "core/HostCall.h"
 
 namespace maravel {
 

@@ -18,7 +18,9 @@ void InitLog();
 // open and while another thread closes it. Allocates nothing.
 void WriteLog(unsigned line, const char* format, ...) noexcept MARAVEL_PRINTF(2, 3);
 
-// Closes the log, after the lines that other threads are just writing. Called under g_adapterMutex.
-void CloseLog() noexcept;
+// Closes the log, after the lines that other threads are just writing. Called under g_adapterMutex. At the
+// end of the module a writer that does not finish in a bounded number of turns is not waited for: its thread
+// was ended by the process's end, and its file is left to the system.
+void CloseLog(bool atModuleEnd = false) noexcept;
 
 } // namespace maravel

@@ -1,4 +1,5 @@
-// The printf formatting behind every log line and error text.
+// The printf formatting behind every log line and error text, and the texts that go into the host's buffers.
+// Any thread.
 #pragma once
 
 #include "platform/Compiler.h"
@@ -17,5 +18,16 @@ std::size_t FormatText(char* buffer, std::size_t size, const char* format, std::
 // The same for a caller that has the values themselves.
 std::size_t FormatTextInto(char* buffer, std::size_t size, const char* format, ...) noexcept
     MARAVEL_PRINTF(3, 4);
+
+// Size of the host's error-text buffer, terminating null included.
+inline constexpr std::size_t ErrorTextSize = 256;
+
+// Formats a message into the buffer, cut to size - 1 characters and always terminated; returns the number of
+// characters written.
+int FormatErrorText(char* buffer, std::size_t size, const char* format, ...) noexcept MARAVEL_PRINTF(3, 4);
+
+// Copies a text that belongs to somebody else into a host buffer, cut to size - 1 characters and always
+// terminated. A null text is an empty one.
+void CopyTextBounded(char* buffer, std::size_t size, const char* text) noexcept;
 
 } // namespace maravel

@@ -1,8 +1,7 @@
-#include "features/FeatureCommand.h"
-
-#include "adapter/CameraAccess.h"
-#include "features/FeatureLookup.h"
-#include "sdk/ResultNames.h"
+// Command features.
+#include "core/Callbacks.h"
+#include "core/CameraAccess.h"
+#include "sdk/Names.h"
 
 namespace maravel {
 
@@ -16,7 +15,7 @@ std::int32_t Execute(const ChannelCall& call, const char* featureName)
     if (OpenCameraIfClosed(call) == CameraOpening::Failed) {
         return MARAVEL_FAILURE;
     }
-    if (FindFeature(call.channel, featureName) == nullptr) {
+    if (call.channel.FindFeature(featureName) == nullptr) {
         ReportError(__LINE__, call.errorText, "%s: ERROR. Feature '%s' not found for channelID=%lld.", kName,
                     featureName, call.channelID);
         return MARAVEL_FAILURE;
@@ -45,12 +44,11 @@ std::int32_t MARAVEL_CALL ExecuteCommand(char* errorText, std::int64_t channelID
 {
     WriteLog(__LINE__, "%s: channelID=%lld, feature='%s'\n", kName, static_cast<long long>(channelID),
              featureName);
-    return HostCall({__LINE__, kName, "%s: ERROR. Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"},
-                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-                        return RejectNull(__LINE__, call, featureName) ? MARAVEL_FAILURE
-                                                                       : Execute(call, featureName);
-                    });
+    return HostCall(
+        {__LINE__, kName, "ExecuteCommand: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
+        errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
+            return RejectNull(__LINE__, call, featureName) ? MARAVEL_FAILURE : Execute(call, featureName);
+        });
 }
 
 } // namespace maravel

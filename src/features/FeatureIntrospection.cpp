@@ -1,8 +1,7 @@
-#include "features/FeatureIntrospection.h"
-
-#include "adapter/HostCall.h"
-#include "features/FeatureLookup.h"
-#include "sdk/ResultNames.h"
+// What a host can learn of a camera's features. None of these callbacks opens a closed camera.
+#include "core/Callbacks.h"
+#include "core/HostCall.h"
+#include "sdk/Names.h"
 
 #include <algorithm>
 #include <vector>
@@ -58,7 +57,7 @@ std::int32_t HostFeatureType(std::uint32_t featureDataType)
 
 std::int32_t TypeOf(const ChannelCall& call, const char* featureName, std::int32_t& featureType)
 {
-    const ZvkFeatureInfo_t* feature = FindFeature(call.channel, featureName);
+    const ZvkFeatureInfo_t* feature = call.channel.FindFeature(featureName);
     if (feature == nullptr) {
         ReportError(__LINE__, call.errorText, "%s: ERROR. channelID=%lld. Feature '%s' not found.",
                     kFeatureType, call.channelID, featureName);
@@ -68,45 +67,50 @@ std::int32_t TypeOf(const ChannelCall& call, const char* featureName, std::int32
     return MARAVEL_SUCCESS;
 }
 
-std::int32_t ReportRangeQueryFailure(unsigned line, const ChannelCall& call, const char* featureName,
-                                     ZvkError_t result)
+// Asks for an enumeration's entries: their number when there is no room for any. Whether that succeeded.
+bool QueryEntries(const ChannelCall& call, const char* featureName, const char** entries, std::uint32_t room,
+                  std::uint32_t& count)
 {
-    ReportError(line, call.errorText,
-                "%s: ERROR. ZvkFeatureEnumRangeQuery failed for feature %s. Reason=%s (%d)", kValidEnum,
-                featureName, ErrorCodeName(result), result);
-    return MARAVEL_FAILURE;
+    const ZvkError_t result =
+        call.api.ZvkFeatureEnumRangeQuery(call.channel.cameraHandle, featureName, entries, room, &count);
+    if (result != ZvkErrorSuccess) {
+        ReportError(__LINE__, call.errorText,
+                    "%s: ERROR. ZvkFeatureEnumRangeQuery failed for feature %s. Reason=%s (%d)", kValidEnum,
+                    featureName, ErrorCodeName(result), result);
+    }
+    return result == ZvkErrorSuccess;
+}
+
+bool IsEntryAvailable(const ChannelCall& call, const char* featureName, const char* entry)
+{
+    ZvkBool_t isAvailable = 0;
+    return entry != nullptr &&
+           call.api.ZvkFeatureEnumIsAvailable(call.channel.cameraHandle, featureName, entry, &isAvailable) ==
+               ZvkErrorSuccess &&
+           isAvailable != 0;
 }
 
 std::int32_t ValidEntryAt(const ChannelCall& call, const char* featureName, std::uint32_t entryIndex,
                           char* entryText)
 {
-    if (FindFeature(call.channel, featureName) == nullptr) {
+    std::uint32_t count = 0;
+    if (call.channel.FindFeature(featureName) == nullptr ||
+        !QueryEntries(call, featureName, nullptr, 0, count)) {
         return MARAVEL_FAILURE;
     }
-    const ZvkHandle_t camera = call.channel.cameraHandle;
-    std::uint32_t count = 0;
-    ZvkError_t result = call.api.ZvkFeatureEnumRangeQuery(camera, featureName, nullptr, 0, &count);
-    if (result != ZvkErrorSuccess) {
-        return ReportRangeQueryFailure(__LINE__, call, featureName, result);
-    }
     if (count > kMaxEntries) {
-        return ReportRangeQueryFailure(__LINE__, call, featureName, ZvkErrorResources);
+        ReportError(__LINE__, call.errorText,
+                    "%s: ERROR. The SDK lists %u entries of feature %s, more than %u.", kValidEnum, count,
+                    featureName, kMaxEntries);
+        return MARAVEL_FAILURE;
     }
     std::vector<const char*> entries(count, nullptr);
     std::uint32_t filled = 0;
-    result = call.api.ZvkFeatureEnumRangeQuery(camera, featureName, entries.data(), count, &filled);
-    if (result != ZvkErrorSuccess) {
-        return ReportRangeQueryFailure(__LINE__, call, featureName, result);
+    if (!QueryEntries(call, featureName, entries.data(), count, filled)) {
+        return MARAVEL_FAILURE;
     }
-    entries.resize(
-        std::min(filled, count)); // an SDK that claims more than it was given room for wrote no more
-    std::erase_if(entries, [&](const char* entry) {
-        ZvkBool_t isAvailable = 0;
-        return entry == nullptr ||
-               call.api.ZvkFeatureEnumIsAvailable(camera, featureName, entry, &isAvailable) !=
-                   ZvkErrorSuccess ||
-               isAvailable == 0;
-    });
+    entries.resize(std::min(filled, count)); // an SDK that claims more wrote no more than it had room for
+    std::erase_if(entries, [&](const char* entry) { return !IsEntryAvailable(call, featureName, entry); });
     if (entryIndex >= entries.size()) {
         WriteLog(__LINE__, "%s: INFO: Feature '%s' : %d/%d entries marked as available.\n", kValidEnum,
                  featureName, static_cast<int>(entries.size()), static_cast<int>(filled));
@@ -119,7 +123,7 @@ std::int32_t ValidEntryAt(const ChannelCall& call, const char* featureName, std:
 std::int32_t AttributeOf(const ChannelCall& call, const char* featureName, std::uint32_t attrKind,
                          char* attrText)
 {
-    const ZvkFeatureInfo_t* feature = FindFeature(call.channel, featureName);
+    const ZvkFeatureInfo_t* feature = call.channel.FindFeature(featureName);
     if (feature == nullptr) {
         ReportError(__LINE__, call.errorText, "%s: ERROR. channelID=%lld. Feature '%s' not found.",
                     kFeatureAttr, call.channelID, featureName);
@@ -136,20 +140,15 @@ std::int32_t AttributeOf(const ChannelCall& call, const char* featureName, std::
     ZvkBool_t isWriteable = 0;
     const ZvkError_t result =
         call.api.ZvkFeatureAccessQuery(call.channel.cameraHandle, featureName, &isReadable, &isWriteable);
+    const bool asksRead = attrKind == FeatureAttrReadable;
     if (result != ZvkErrorSuccess) {
         isReadable = 0;
         isWriteable = 0;
-        if (attrKind == FeatureAttrReadable) {
-            WriteLog(__LINE__, "%s: ERROR while querying read feature access for '%s': Reason=%s (%d)\n",
-                     kFeatureAttr, featureName, ErrorCodeName(result), result);
-        }
-        else {
-            WriteLog(__LINE__, "%s: ERROR while querying write feature access for '%s': Reason=%s (%d)\n",
-                     kFeatureAttr, featureName, ErrorCodeName(result), result);
-        }
+        WriteLog(__LINE__, "%s: ERROR while querying %s feature access for '%s': Reason=%s (%d)\n",
+                 kFeatureAttr, asksRead ? "read" : "write", featureName, ErrorCodeName(result), result);
     }
-    const ZvkBool_t answer = attrKind == FeatureAttrReadable ? isReadable : isWriteable;
-    CopyTextBounded(attrText, MARAVEL_TEXT_SIZE, answer == 1 ? "True" : "False");
+    CopyTextBounded(attrText, MARAVEL_TEXT_SIZE,
+                    (asksRead ? isReadable : isWriteable) == 1 ? "True" : "False");
     return MARAVEL_SUCCESS;
 }
 
@@ -158,8 +157,8 @@ std::int32_t AttributeOf(const ChannelCall& call, const char* featureName, std::
 std::int32_t MARAVEL_CALL GetFeatureName(char* errorText, std::int64_t channelID, std::int32_t listIndex,
                                          char* nameText) noexcept
 {
-    return HostCall({__LINE__, kFeatureName, "%s: ERROR. Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available Cameras=%d."},
+    return HostCall({__LINE__, kFeatureName, "GetFeatureName: ERROR. Invalid class pointer.",
+                     NoSuchChannelText::CapitalCamerasPeriod},
                     errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
                         return RejectNull(__LINE__, call, nameText) ? MARAVEL_FAILURE
                                                                     : NameAt(call, listIndex, nameText);
@@ -169,22 +168,21 @@ std::int32_t MARAVEL_CALL GetFeatureName(char* errorText, std::int64_t channelID
 std::int32_t MARAVEL_CALL GetFeatureType(char* errorText, std::int64_t channelID, const char* featureName,
                                          std::int32_t* featureType) noexcept
 {
-    return HostCall({__LINE__, kFeatureType, "%s: ERROR. Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"},
-                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-                        if (RejectNull(__LINE__, call, featureName) ||
-                            RejectNull(__LINE__, call, featureType)) {
-                            return MARAVEL_FAILURE;
-                        }
-                        return TypeOf(call, featureName, *featureType);
-                    });
+    return HostCall(
+        {__LINE__, kFeatureType, "GetFeatureType: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
+        errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
+            if (RejectNull(__LINE__, call, featureName) || RejectNull(__LINE__, call, featureType)) {
+                return MARAVEL_FAILURE;
+            }
+            return TypeOf(call, featureName, *featureType);
+        });
 }
 
 std::int32_t MARAVEL_CALL GetValidEnum(char* errorText, std::int64_t channelID, const char* featureName,
                                        std::uint32_t entryIndex, char* entryText) noexcept
 {
-    return HostCall({__LINE__, kValidEnum, "%s: ERROR. Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d."},
+    return HostCall({__LINE__, kValidEnum, "GetValidEnum: ERROR. Invalid class pointer.",
+                     NoSuchChannelText::CamerasPeriod},
                     errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
                         if (RejectNull(__LINE__, call, featureName) ||
                             RejectNull(__LINE__, call, entryText)) {
@@ -197,8 +195,8 @@ std::int32_t MARAVEL_CALL GetValidEnum(char* errorText, std::int64_t channelID, 
 std::int32_t MARAVEL_CALL GetFeatureAttr(char* errorText, std::int64_t channelID, const char* featureName,
                                          std::uint32_t attrKind, char* attrText) noexcept
 {
-    return HostCall({__LINE__, kFeatureAttr, "%s: ERROR. Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d."},
+    return HostCall({__LINE__, kFeatureAttr, "GetFeatureAttr: ERROR. Invalid class pointer.",
+                     NoSuchChannelText::CamerasPeriod},
                     errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
                         if (RejectNull(__LINE__, call, featureName) || RejectNull(__LINE__, call, attrText)) {
                             return MARAVEL_FAILURE;

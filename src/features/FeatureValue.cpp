@@ -1,10 +1,8 @@
-#include "features/FeatureValue.h"
-
-#include "adapter/CameraAccess.h"
-#include "diag/TextFormat.h"
-#include "features/FeatureLookup.h"
+// Values of features, read and written as text.
+#include "core/Callbacks.h"
+#include "core/CameraAccess.h"
 #include "platform/Win32.h"
-#include "sdk/ResultNames.h"
+#include "sdk/Names.h"
 
 #include <algorithm>
 #include <cstring>
@@ -31,46 +29,46 @@ private:
     _locale_t locale_;
 };
 
+// The end of a read: success, or the report of a failure.
+std::int32_t EndRead(unsigned line, const ChannelCall& call, const char* name, const char* type,
+                     ZvkError_t result)
+{
+    if (result == ZvkErrorSuccess) {
+        return MARAVEL_SUCCESS;
+    }
+    ReportError(line, call.errorText, "%s: ERROR for feature '%s' [%s]. Reason=%s (%d).", kRead, name, type,
+                ErrorCodeName(result), result);
+    return MARAVEL_FAILURE;
+}
+
 std::int32_t ReadInt(const ChannelCall& call, const char* name, char* text)
 {
     std::int64_t value = 0;
     const ZvkError_t result = call.api.ZvkFeatureIntGet(call.channel.cameraHandle, name, &value);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR for feature '%s' [ZvkFeatureDataInt]. Reason=%s (%d).", kRead, name,
-                    ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+    if (result == ZvkErrorSuccess) {
+        FormatTextInto(text, MARAVEL_TEXT_SIZE, "%llu", static_cast<unsigned long long>(value));
     }
-    FormatTextInto(text, MARAVEL_TEXT_SIZE, "%llu", static_cast<unsigned long long>(value));
-    return MARAVEL_SUCCESS;
+    return EndRead(__LINE__, call, name, "ZvkFeatureDataInt", result);
 }
 
 std::int32_t ReadFloat(const ChannelCall& call, const char* name, char* text)
 {
     double value = 0.0;
     const ZvkError_t result = call.api.ZvkFeatureFloatGet(call.channel.cameraHandle, name, &value);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR for feature '%s' [ZvkFeatureDataFloat]. Reason=%s (%d).", kRead, name,
-                    ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+    if (result == ZvkErrorSuccess) {
+        FormatTextInto(text, MARAVEL_TEXT_SIZE, "%f", value);
     }
-    FormatTextInto(text, MARAVEL_TEXT_SIZE, "%f", value);
-    return MARAVEL_SUCCESS;
+    return EndRead(__LINE__, call, name, "ZvkFeatureDataFloat", result);
 }
 
 std::int32_t ReadEnum(const ChannelCall& call, const char* name, char* text)
 {
     const char* entry = nullptr;
     const ZvkError_t result = call.api.ZvkFeatureEnumGet(call.channel.cameraHandle, name, &entry);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR for feature '%s' [ZvkFeatureDataEnum]. Reason=%s (%d).", kRead, name,
-                    ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+    if (result == ZvkErrorSuccess) {
+        CopyTextBounded(text, MARAVEL_TEXT_SIZE, entry);
     }
-    CopyTextBounded(text, MARAVEL_TEXT_SIZE, entry);
-    return MARAVEL_SUCCESS;
+    return EndRead(__LINE__, call, name, "ZvkFeatureDataEnum", result);
 }
 
 std::int32_t ReadString(const ChannelCall& call, const char* name, char* text)
@@ -78,28 +76,20 @@ std::int32_t ReadString(const ChannelCall& call, const char* name, char* text)
     std::uint32_t length = 0;
     const ZvkError_t result =
         call.api.ZvkFeatureStringGet(call.channel.cameraHandle, name, text, MARAVEL_TEXT_SIZE, &length);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR for feature '%s' [ZvkFeatureDataString]. Reason=%s (%d).", kRead, name,
-                    ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+    if (result == ZvkErrorSuccess) {
+        text[MARAVEL_TEXT_SIZE - 1] = '\0';
     }
-    text[MARAVEL_TEXT_SIZE - 1] = '\0';
-    return MARAVEL_SUCCESS;
+    return EndRead(__LINE__, call, name, "ZvkFeatureDataString", result);
 }
 
 std::int32_t ReadBool(const ChannelCall& call, const char* name, char* text)
 {
     ZvkBool_t value = 0;
     const ZvkError_t result = call.api.ZvkFeatureBoolGet(call.channel.cameraHandle, name, &value);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR for feature '%s' [ZvkFeatureDataBool]. Reason=%s (%d).", kRead, name,
-                    ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+    if (result == ZvkErrorSuccess) {
+        CopyTextBounded(text, MARAVEL_TEXT_SIZE, value == 1 ? "True" : "False");
     }
-    CopyTextBounded(text, MARAVEL_TEXT_SIZE, value == 1 ? "True" : "False");
-    return MARAVEL_SUCCESS;
+    return EndRead(__LINE__, call, name, "ZvkFeatureDataBool", result);
 }
 
 std::int32_t ReadFeature(const ChannelCall& call, const ZvkFeatureInfo_t& feature, const char* name,
@@ -125,21 +115,28 @@ std::int32_t ReadFeature(const ChannelCall& call, const ZvkFeatureInfo_t& featur
     }
 }
 
+// Whether a number's range could be read; reports it when not.
+bool HasRange(unsigned line, const ChannelCall& call, const char* name, const char* entry, ZvkError_t result)
+{
+    if (result != ZvkErrorSuccess) {
+        ReportError(line, call.errorText, "%s: ERROR. %s for feature '%s' failed. Reason=%s (%d).", kWrite,
+                    entry, name, ErrorCodeName(result), result);
+    }
+    return result == ZvkErrorSuccess;
+}
+
 std::int32_t WriteInt(const ChannelCall& call, const char* name, const char* text)
 {
     const ZvkHandle_t camera = call.channel.cameraHandle;
-    auto value = static_cast<std::int64_t>(_strtoui64(text, nullptr, 10));
     std::int64_t minimum = 0;
     std::int64_t maximum = 0;
-    ZvkError_t result = call.api.ZvkFeatureIntRangeQuery(camera, name, &minimum, &maximum);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureIntRangeQuery for feature '%s' failed. Reason=%s (%d).", kWrite,
-                    name, ErrorCodeName(result), result);
+    if (!HasRange(__LINE__, call, name, "ZvkFeatureIntRangeQuery",
+                  call.api.ZvkFeatureIntRangeQuery(camera, name, &minimum, &maximum))) {
         return MARAVEL_FAILURE;
     }
-    value = std::min(std::max(value, minimum), maximum);
-    result = call.api.ZvkFeatureIntSet(camera, name, value);
+    const auto wanted = static_cast<std::int64_t>(_strtoui64(text, nullptr, 10));
+    const std::int64_t value = std::min(std::max(wanted, minimum), maximum);
+    const ZvkError_t result = call.api.ZvkFeatureIntSet(camera, name, value);
     if (result != ZvkErrorSuccess) {
         ReportError(__LINE__, call.errorText,
                     "%s: ERROR. ZvkFeatureIntSet for feature '%s' failed. Value=%llu. Reason=%s (%d).",
@@ -155,16 +152,13 @@ std::int32_t WriteFloat(const ChannelCall& call, const char* name, const char* t
     const ZvkHandle_t camera = call.channel.cameraHandle;
     double minimum = 0.0;
     double maximum = 0.0;
-    ZvkError_t result = call.api.ZvkFeatureFloatRangeQuery(camera, name, &minimum, &maximum);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureFloatRangeQuery for feature '%s' failed. Reason=%s (%d).", kWrite,
-                    name, ErrorCodeName(result), result);
+    if (!HasRange(__LINE__, call, name, "ZvkFeatureFloatRangeQuery",
+                  call.api.ZvkFeatureFloatRangeQuery(camera, name, &minimum, &maximum))) {
         return MARAVEL_FAILURE;
     }
     // In this order of operands a text that is not a number becomes the minimum.
     const double value = std::min(maximum, std::max(minimum, PlainLocale().ParseFloat(text)));
-    result = call.api.ZvkFeatureFloatSet(camera, name, value);
+    const ZvkError_t result = call.api.ZvkFeatureFloatSet(camera, name, value);
     if (result != ZvkErrorSuccess) {
         ReportError(__LINE__, call.errorText,
                     "%s: ERROR. ZvkFeatureFloatSet for feature '%s' failed. Value=%f. Reason=%s (%d).",
@@ -175,14 +169,20 @@ std::int32_t WriteFloat(const ChannelCall& call, const char* name, const char* t
     return MARAVEL_SUCCESS;
 }
 
+// Reports a text that a feature does not take.
+std::int32_t RefuseText(unsigned line, const ChannelCall& call, const char* entry, const char* name,
+                        const char* text, ZvkError_t result)
+{
+    ReportError(line, call.errorText, "%s: ERROR. %s for feature '%s' failed. Value='%s'. Reason=%s (%d).",
+                kWrite, entry, name, text, ErrorCodeName(result), result);
+    return MARAVEL_FAILURE;
+}
+
 std::int32_t WriteEnum(const ChannelCall& call, const char* name, const char* text)
 {
     const ZvkError_t result = call.api.ZvkFeatureEnumSet(call.channel.cameraHandle, name, text);
     if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureEnumSet for feature '%s' failed. Value='%s'. Reason=%s (%d).",
-                    kWrite, name, text, ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+        return RefuseText(__LINE__, call, "ZvkFeatureEnumSet", name, text, result);
     }
     WriteLog(__LINE__, " %s: ZvkFeatureDataEnum: '%s' set to '%s'\n", kWrite, name, text);
     return MARAVEL_SUCCESS;
@@ -192,10 +192,7 @@ std::int32_t WriteString(const ChannelCall& call, const char* name, const char* 
 {
     const ZvkError_t result = call.api.ZvkFeatureStringSet(call.channel.cameraHandle, name, text);
     if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureStringSet for feature '%s' failed. Value='%s'. Reason=%s (%d).",
-                    kWrite, name, text, ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+        return RefuseText(__LINE__, call, "ZvkFeatureStringSet", name, text, result);
     }
     WriteLog(__LINE__, "%s(): ZvkFeatureDataString '%s' set to '%s'\n", kWrite, name, text);
     return MARAVEL_SUCCESS;
@@ -206,10 +203,7 @@ std::int32_t WriteBool(const ChannelCall& call, const char* name, const char* te
     const ZvkBool_t value = std::strcmp(text, "True") == 0 ? 1 : 0;
     const ZvkError_t result = call.api.ZvkFeatureBoolSet(call.channel.cameraHandle, name, value);
     if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureDataBool for feature '%s' failed. Value='%d'. Reason=%s (%d).",
-                    kWrite, name, value, ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+        return RefuseText(__LINE__, call, "ZvkFeatureDataBool", name, value != 0 ? "1" : "0", result);
     }
     WriteLog(__LINE__, "%s(): ZvkFeatureDataBool '%s' set to '%s'\n", kWrite, name, text);
     return MARAVEL_SUCCESS;
@@ -244,7 +238,7 @@ const ZvkFeatureInfo_t* ReachFeature(const ChannelCall& call, const char* name)
     if (OpenCameraIfClosed(call) == CameraOpening::Failed) {
         return nullptr;
     }
-    const ZvkFeatureInfo_t* feature = FindFeature(call.channel, name);
+    const ZvkFeatureInfo_t* feature = call.channel.FindFeature(name);
     if (feature == nullptr) {
         ReportError(__LINE__, call.errorText, "%s: ERROR. Feature '%s' not found for channelID=%lld.",
                     call.operation, name, call.channelID);
@@ -260,8 +254,7 @@ std::int32_t MARAVEL_CALL ReadValue(char* errorText, std::int64_t channelID, con
     WriteLog(__LINE__, "%s: channelID=%lld, addr='%s'\n", kRead, static_cast<long long>(channelID),
              featureName);
     return HostCall(
-        {__LINE__, kRead, "%s: ERROR. Invalid class pointer.",
-         "%s: ERROR. Invalid channelID=%lld. Available Cameras=%d"},
+        {__LINE__, kRead, "ReadValue: ERROR. Invalid class pointer.", NoSuchChannelText::CapitalCameras},
         errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
             if (RejectNull(__LINE__, call, featureName) || RejectNull(__LINE__, call, valueText)) {
                 return MARAVEL_FAILURE;
@@ -276,17 +269,16 @@ std::int32_t MARAVEL_CALL WriteValue(char* errorText, std::int64_t channelID, co
 {
     WriteLog(__LINE__, "%s: channelID=%lld, addr='%s', val='%s'\n", kWrite, static_cast<long long>(channelID),
              featureName, valueText);
-    return HostCall({__LINE__, kWrite, "%s: ERROR. Invalid class pointer.",
-                     "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"},
-                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-                        if (RejectNull(__LINE__, call, featureName) ||
-                            RejectNull(__LINE__, call, valueText)) {
-                            return MARAVEL_FAILURE;
-                        }
-                        const ZvkFeatureInfo_t* feature = ReachFeature(call, featureName);
-                        return feature != nullptr ? WriteFeature(call, *feature, featureName, valueText)
-                                                  : MARAVEL_FAILURE;
-                    });
+    return HostCall(
+        {__LINE__, kWrite, "WriteValue: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
+        errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
+            if (RejectNull(__LINE__, call, featureName) || RejectNull(__LINE__, call, valueText)) {
+                return MARAVEL_FAILURE;
+            }
+            const ZvkFeatureInfo_t* feature = ReachFeature(call, featureName);
+            return feature != nullptr ? WriteFeature(call, *feature, featureName, valueText)
+                                      : MARAVEL_FAILURE;
+        });
 }
 
 } // namespace maravel

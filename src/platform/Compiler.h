@@ -18,22 +18,18 @@
 #define MARAVEL_SCOPED_CAPABILITY __attribute__((scoped_lockable))
 #define MARAVEL_GUARDED_BY(mutex) __attribute__((guarded_by(mutex)))
 #define MARAVEL_REQUIRES(...) __attribute__((requires_capability(__VA_ARGS__)))
-#define MARAVEL_EXCLUDES(...) __attribute__((locks_excluded(__VA_ARGS__)))
 #define MARAVEL_ACQUIRE(...) __attribute__((acquire_capability(__VA_ARGS__)))
 #define MARAVEL_TRY_ACQUIRE(...) __attribute__((try_acquire_capability(__VA_ARGS__)))
 #define MARAVEL_RELEASE(...) __attribute__((release_capability(__VA_ARGS__)))
-#define MARAVEL_ACQUIRED_BEFORE(mutex) __attribute__((acquired_before(mutex)))
 #define MARAVEL_NO_THREAD_SAFETY_ANALYSIS __attribute__((no_thread_safety_analysis))
 #else
 #define MARAVEL_CAPABILITY(name)
 #define MARAVEL_SCOPED_CAPABILITY
 #define MARAVEL_GUARDED_BY(mutex)
 #define MARAVEL_REQUIRES(...)
-#define MARAVEL_EXCLUDES(...)
 #define MARAVEL_ACQUIRE(...)
 #define MARAVEL_TRY_ACQUIRE(...)
 #define MARAVEL_RELEASE(...)
-#define MARAVEL_ACQUIRED_BEFORE(mutex)
 #define MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 #endif
 

@@ -134,13 +134,15 @@ std::FILE* _fsopen(const char* path, const char* mode, int share);
 int _fileno(std::FILE* stream);
 int _write(int file, const void* data, unsigned int size);
 
-// Environment and text. Wide text is UTF-32 here, and the narrow code page is UTF-8; a byte of the
-// environment that is not UTF-8 comes back from the narrow conversion as it was.
+// Environment, paths and text. A full path is made from the current folder; it is not tidied. Wide text is
+// UTF-32 here, and the narrow code page is UTF-8; a byte of the environment that is not UTF-8 comes back from
+// the narrow conversion as it was.
 inline constexpr UINT CP_ACP = 0;
 inline constexpr UINT CP_OEMCP = 1;
 inline constexpr UINT CP_UTF8 = 65001;
 inline constexpr DWORD WC_ERR_INVALID_CHARS = 0x80;
 inline constexpr DWORD WC_NO_BEST_FIT_CHARS = 0x400;
+DWORD GetFullPathNameW(const wchar_t* path, DWORD size, wchar_t* buffer, wchar_t** filePart);
 DWORD GetEnvironmentVariableW(const wchar_t* name, wchar_t* buffer, DWORD size);
 int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* wide, int wideLength, char* narrow,
                         int narrowSize, const char* defaultChar, BOOL* usedDefaultChar);
@@ -185,6 +187,7 @@ struct VS_FIXEDFILEINFO
     DWORD dwFileVersionLS;
 };
 HANDLE GetCurrentProcess();
+DWORD GetCurrentThreadId();
 BOOL OpenProcessToken(HANDLE process, DWORD access, HANDLE* token);
 BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS informationClass, void* information,
                          DWORD size, DWORD* sizeNeeded);

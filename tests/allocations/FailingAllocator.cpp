@@ -20,6 +20,7 @@ std::atomic<std::int64_t> made{0};
 std::atomic<std::int64_t> failAt{0}; // 0: none
 std::atomic<bool> failForever{false};
 std::atomic<std::int64_t> alive{0};
+std::atomic<void (*)(std::size_t)> watcher{nullptr};
 
 bool Fails()
 {
@@ -30,6 +31,9 @@ bool Fails()
 
 void* Allocate(std::size_t size)
 {
+    if (const auto watch = watcher.load(); watch != nullptr) {
+        watch(size);
+    }
     void* block = Fails() ? nullptr : __real_malloc(size == 0 ? 1 : size);
     alive += block != nullptr ? 1 : 0;
     return block;
@@ -60,6 +64,12 @@ MARAVEL_EXPORT std::int64_t AllocationsMade()
 MARAVEL_EXPORT std::int64_t AllocationsAlive()
 {
     return alive;
+}
+
+// Has every allocation call the function first, with its size; null ends that.
+MARAVEL_EXPORT void WatchAllocations(void (*watch)(std::size_t))
+{
+    watcher = watch;
 }
 
 void* __wrap_malloc(std::size_t size)

@@ -3,6 +3,8 @@
 
 #include "sdk/ZvkTypes.h"
 
+#include <string>
+
 namespace maravel::test {
 
 namespace {
@@ -146,6 +148,8 @@ TEST_F(AcquisitionTest, APayloadThatChangesWhileCapturingIsRefused)
     payload = 0;
     EXPECT_EQ(Stop(0), 0);
     EXPECT_EQ(Start(0), 1);
+    EXPECT_EQ(CountInLog("AllocateVideoBuffers: ERROR. channelID=0. The camera's payload size is 0 bytes."),
+              1);
     sdk.SimReplaceEntry("ZvkPayloadSizeGet", nullptr);
     EXPECT_EQ(Start(0), 0);
 }
@@ -382,6 +386,86 @@ TEST_F(AcquisitionTest, StopFailures)
         ClearLog();
         EXPECT_EQ(Stop(0), 0);
         EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=0 (Complete=0, Incomplete=0)"), 1);
+    }
+}
+
+using CommandRun = ZvkError_t (*)(ZvkHandle_t, const char*);
+CommandRun runCommand;
+SdkControl* control;
+ZvkError_t startResult;
+
+// A camera whose frames are there before its start command returns.
+ZvkError_t RunAndSend(ZvkHandle_t camera, const char* name)
+{
+    const ZvkError_t result = runCommand(camera, name);
+    if (std::string(name) != "AcquisitionStart") {
+        return result;
+    }
+    control->SimEmitFrame(0, nullptr);
+    control->SimEmitFrame(0, nullptr);
+    return startResult;
+}
+
+TEST_F(AcquisitionTest, FramesThatComeBeforeTheStartReturnsAreKeptUnlessItFails)
+{
+    ExpectErrors();
+    runCommand = reinterpret_cast<CommandRun>(sdk.SimOriginalEntry("ZvkFeatureCommandRun"));
+    control = &sdk;
+    Open();
+    ASSERT_EQ(Configure(0), 0);
+    sdk.SimReplaceEntry("ZvkFeatureCommandRun", reinterpret_cast<void*>(&RunAndSend));
+    startResult = ZvkErrorSuccess;
+    ASSERT_EQ(Start(0), 0) << TextNow();
+    Fetch(0, 3072);
+    Fetch(0, 3072);
+    EXPECT_EQ(sdk.State().queuedFrames, 16u);
+    ASSERT_EQ(Stop(0), 0);
+    EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=2 (Complete=2, Incomplete=0)"), 1);
+    startResult = ZvkErrorInvalidAccess;
+    ASSERT_EQ(Start(0), 1);
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
+    EXPECT_EQ(sdk.State().queuedFrames, 16u);
+    ASSERT_EQ(Stop(0), 0);
+    EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=0 (Complete=0, Incomplete=0)"), 1);
+}
+
+TEST_F(AcquisitionTest, AStartThatSucceedsThoughNothingIsCapturedSaysSo)
+{
+    ExpectErrors();
+    const struct
+    {
+        int continuous;
+        SimFault atStart, atStop;
+        const char* reason; // null: frames come
+    } rows[] = {
+        {1, {}, {}, nullptr},
+        {0, {"ZvkFeatureCommandRun", 1, -6, 0}, {}, "AcquisitionStart had failed"},
+        {1, {}, {"ZvkCaptureEnd", 1, -1, 0}, nullptr},
+        {1, {}, {"ZvkCaptureQueueFlush", 1, -1, 0}, "a stop had failed half-way"},
+        {1, {}, {"ZvkFrameRevokeAll", 1, -1, 0}, "a stop had failed half-way"},
+    };
+    for (const auto& row : rows) {
+        Open();
+        ASSERT_EQ(Configure(0, row.continuous, 0), 0);
+        sdk.SimFailCalls(&row.atStart, row.atStart.entry != nullptr ? 1 : 0);
+        ASSERT_EQ(Start(0), 0);
+        if (row.atStop.entry != nullptr) {
+            sdk.SimFailCalls(&row.atStop, 1);
+            ASSERT_EQ(Stop(0), 1);
+        }
+        ASSERT_EQ(Start(0), 0) << TextNow();
+        const std::string line = std::string("StartAcquisition: WARNING. The channel captures nothing: ") +
+                                 (row.reason != nullptr ? row.reason : "");
+        EXPECT_EQ(IsInLog(line), row.reason != nullptr) << line;
+        sdk.SimEmitFrame(0, nullptr);
+        EXPECT_EQ(Status(0) == ImageStatusReady, row.reason == nullptr);
+        // What the line advises helps.
+        ASSERT_EQ(Stop(0), 0);
+        ClearLog();
+        ASSERT_EQ(Start(0), 0);
+        EXPECT_FALSE(IsInLog("captures nothing"));
+        DeliverFrames(0);
+        Fetch(0, 3072);
     }
 }
 

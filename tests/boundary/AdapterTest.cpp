@@ -237,6 +237,13 @@ int AdapterTest::CountInLog(const std::string& message)
     return static_cast<int>(std::count(log.begin(), log.end(), message));
 }
 
+bool AdapterTest::IsInLog(const std::string& text)
+{
+    const std::vector<std::string> log = Log();
+    return std::any_of(log.begin(), log.end(),
+                       [&](const std::string& line) { return line.find(text) != std::string::npos; });
+}
+
 std::string AdapterTest::SdkFolder()
 {
     const std::string bin = ExecutableFolder();

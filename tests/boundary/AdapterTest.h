@@ -91,6 +91,8 @@ protected:
     std::string LogText();
     void ClearLog();
     int CountInLog(const std::string& message);
+    // Whether some message contains the text.
+    bool IsInLog(const std::string& text);
 
     // From here on errors in the log are the test's own doing.
     void ExpectErrors() { expectErrors_ = true; }

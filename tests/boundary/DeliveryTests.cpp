@@ -15,6 +15,16 @@ protected:
         return Channel(0).GetImageAttributes(text(), channel, attributes, status);
     }
 
+    static SimFrameRequest Shaped(std::uint32_t width, std::uint32_t height, std::uint32_t pixelFormat)
+    {
+        SimFrameRequest request = {};
+        request.fields = SimFrameHasSize | SimFrameHasPixelFormat;
+        request.width = width;
+        request.height = height;
+        request.pixelFormat = pixelFormat;
+        return request;
+    }
+
     // Streams the colour camera with a frame of the given bytes in the given format.
     void StreamColor(const char* format)
     {
@@ -188,36 +198,88 @@ TEST_F(DeliveryTest, AFrameThatDoesNotFitItsBuffersIsTreatedLikeOneThatCannotBeT
     struct Row
     {
         std::uint32_t width, height, format;
-        bool delivered;
+        const char* refusal; // null: delivered
     };
+    const char* const ofBuffer = "does not fit its buffer of 1536 bytes. channelID=1.";
+    const char* const ofImage = "does not fit the conversion image of 1536 bytes. channelID=1.";
+    const char* const ofKind =
+        "does not fit a channel started for format 0x02180014. Stop it, then start it.";
     const Row rows[] = {
-        {32, 16, 0x02180014, true},
-        {33, 16, 0x02180014, false},
-        {0xFFFFFFFF, 0xFFFFFFFF, 0x02180014, false},
-        {32, 16, 0x02300033, false},
-        {0x10000, 0x10000, 0x01080001, false},
-        {32, 17, 0x01080001, false},
-        {32, 16, 0x12345678, false},
-        {32, 16, 0, false},
+        {32, 16, 0x02180014, nullptr},
+        {33, 16, 0x02180014, ofBuffer},
+        {16, 8, 0x02180014, "ZvkImageTransform failed."},
+        {0xFFFFFFFF, 0xFFFFFFFF, 0x02180014, ofBuffer},
+        {32, 16, 0x02300033, ofBuffer},
+        {33, 16, 0x01080009, ofImage}, // 8 bits a pixel: its pixels are there
+        {32 * 3, 16, 0x01080009, ofImage},
+        {32 * 3, 17, 0x01080009, ofBuffer},
+        {0x10000, 0x10000, 0x01080009, ofBuffer},
+        {32, 16, 0x01080001, ofKind}, // the host was told of 512 bytes
+        {32, 17, 0x01080001, ofKind},
+        {32, 16, 0x010800FF, "ZvkSetImageInfoFromPixelFormat failed."},
+        {32, 16, 0, "ZvkSetImageInfoFromPixelFormat failed."},
     };
     StreamColor("RGB8");
     for (const Row& row : rows) {
         SCOPED_TRACE(row.width);
-        SimFrameRequest request = {};
-        request.fields = SimFrameHasSize | SimFrameHasPixelFormat;
-        request.width = row.width;
-        request.height = row.height;
-        request.pixelFormat = row.format;
-        DeliverFrame(1, request);
+        ClearLog();
+        DeliverFrame(1, Shaped(row.width, row.height, row.format));
         const bool untouched =
             Fetch(1, kColorPixels * 3) == std::vector<unsigned char>(kColorPixels * 3, 0xA5);
-        EXPECT_EQ(untouched, !row.delivered);
+        EXPECT_EQ(untouched, row.refusal != nullptr);
+        EXPECT_TRUE(IsInLog(row.refusal != nullptr ? row.refusal : "Frame stored")) << row.refusal;
         EXPECT_EQ(sdk.State().queuedFrames, 16u);
     }
 }
 
+TEST_F(DeliveryTest, AFrameOfAnotherFormatIsNotWrittenWhereTheHostHasLessMemoryThanItTakes)
+{
+    ExpectErrors();
+    const struct
+    {
+        const char* started;
+        std::uint32_t sent;
+        std::size_t announced; // bytes, by the frame's own size and format
+        bool delivered;
+    } rows[] = {
+        {"Mono8", 0x01080001, 64 * 48, true},       {"Mono8", 0x01100005, 64 * 48 * 2, true},
+        {"Mono16", 0x01080001, 64 * 48, false},     {"Mono16", 0x010C0006, 64 * 48 * 3 / 2, false},
+        {"Mono12", 0x01100007, 64 * 48 * 2, true},  {"Mono8", 0x02180014, 64 * 48 * 3, false},
+        {"Mono16", 0x01080009, 64 * 48 * 3, false},
+    };
+    Open();
+    ASSERT_EQ(Configure(0), 0);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.started);
+        ASSERT_EQ(Channel(0).WriteValue(text(), 0, "PixelFormat", row.started), 0);
+        ASSERT_EQ(Start(0), 0);
+        DeliverFrame(0, Shaped(64, 48, row.sent));
+        EXPECT_EQ(Fetch(0, row.announced) != std::vector<unsigned char>(row.announced, 0xA5), row.delivered);
+        EXPECT_EQ(sdk.State().queuedFrames, 16u);
+        ASSERT_EQ(Stop(0), 0);
+    }
+}
+
+TEST_F(DeliveryTest, AnImageThatIsNotOfTheFramesSizeIsNotWritten)
+{
+    ExpectErrors();
+    using Transform = ZvkError_t (*)(const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t);
+    const Transform careless = [](const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t) {
+        return ZvkErrorSuccess; // compares nothing
+    };
+    StreamColor("RGB8");
+    sdk.SimTransformReplaceEntry("ZvkImageTransform", reinterpret_cast<void*>(careless));
+    DeliverFrame(1, Shaped(16, 8, 0x02180014));
+    EXPECT_EQ(Fetch(1, std::size_t{16} * 8 * 3), std::vector<unsigned char>(std::size_t{16} * 8 * 3, 0xA5));
+    EXPECT_EQ(
+        CountInLog("GetImage: ERROR. Frame of 16 x 8 pixels was converted to 32 x 16. It is not delivered. "
+                   "channelID=1."),
+        1);
+}
+
 TEST_F(DeliveryTest, ADescriptionThatTheTransformInventsMovesNoMemory)
 {
+    ExpectErrors();
     static std::uint32_t width;
     static std::uint32_t height;
     using SetImageInfo = ZvkError_t (*)(ZvkPixelFormat_t, std::uint32_t, std::uint32_t, ZvkImage*);

@@ -440,6 +440,8 @@ TEST_F(FeatureTest, EntriesThatTheSdkInvents)
     sdk.SimReplaceEntry("ZvkFeatureEnumRangeQuery", reinterpret_cast<void*>(absurd));
     GuardedBuffer entry(256);
     EXPECT_EQ(Channel(0).GetValidEnum(text(), 0, "TestEnum", 0, entry.Text()), 1);
+    EXPECT_EQ(TextNow(),
+              "GetValidEnum: ERROR. The SDK lists 4294967295 entries of feature TestEnum, more than 65536.");
 }
 
 TEST_F(FeatureTest, Attributes)

@@ -1,7 +1,11 @@
 // Hosts that are careless, hostile or many.
 #include "boundary/AdapterTest.h"
 
+#include "sdk/ZvkTypes.h"
+
 #include <atomic>
+#include <chrono>
+#include <functional>
 #include <random>
 #include <thread>
 
@@ -97,6 +101,106 @@ TEST_F(HostTest, NamesAndValuesOfEverySizeAndContent)
         channel.WriteValue(text(), 0, "Width", name.c_str());
         EXPECT_LE(TextNow().size(), 255u);
     }
+}
+
+// What a host does from inside an SDK call that lets its timers run.
+std::function<void()> timer;
+
+template <class... Arguments>
+using Entry = ZvkError_t (*)(Arguments...);
+Entry<ZvkHandle_t, const char*, std::int64_t*> intGet;
+Entry<ZvkHandle_t, const ZvkFrame_t*, ZvkFrameCallback> frameQueue;
+
+ZvkError_t IntGetWithTimer(ZvkHandle_t camera, const char* name, std::int64_t* value)
+{
+    timer();
+    return intGet(camera, name, value);
+}
+
+ZvkError_t FrameQueueWithTimer(ZvkHandle_t camera, const ZvkFrame_t* frame, ZvkFrameCallback callback)
+{
+    timer();
+    return frameQueue(camera, frame, callback);
+}
+
+TEST_F(HostTest, ACallFromInsideAnotherCallOfTheSameThreadIsAnsweredAtOnce)
+{
+    ExpectErrors();
+    intGet = reinterpret_cast<decltype(intGet)>(sdk.SimOriginalEntry("ZvkFeatureIntGet"));
+    frameQueue = reinterpret_cast<decltype(frameQueue)>(sdk.SimOriginalEntry("ZvkCaptureFrameQueue"));
+    Stream(0);
+    const VideoChannelDescriptor channel = Channel(0);
+    GuardedBuffer error(256, 0);
+    int calls = 0;
+    timer = [&] {
+        GuardedBuffer value(256);
+        std::uint32_t status = 0xDEAD;
+        VideoChannelDescriptor descriptor = {};
+        EXPECT_EQ(channel.QueryImageStatus(error.Text(), 0, &status), 0);
+        EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusPending));
+        EXPECT_EQ(channel.GetImage(error.Text(), 0, value.Data(), &status), 1);
+        EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusError));
+        EXPECT_EQ(channel.ReleaseVideoChannel(error.Text(), 0), 1);
+        EXPECT_EQ(GetVideoChannelOf(error.Text(), 0, &descriptor), 1);
+        EXPECT_EQ(channel.ReadValue(error.Text(), 0, "Gain", value.Text()), 1);
+        EXPECT_EQ(error.AsText(), "ReadValue: ERROR. Called from inside another call of the same thread.");
+        ++calls;
+    };
+    DeliverFrames(0);
+    sdk.SimReplaceEntry("ZvkFeatureIntGet", reinterpret_cast<void*>(&IntGetWithTimer));
+    GuardedBuffer width(256);
+    EXPECT_EQ(channel.ReadValue(text(), 0, "Width", width.Text()), 0) << TextNow();
+    EXPECT_EQ(width.AsText(), "64");
+    EXPECT_EQ(calls, 1);
+    // The same on a thread of the SDK that queues an incomplete frame again.
+    sdk.SimReplaceEntry("ZvkCaptureFrameQueue", reinterpret_cast<void*>(&FrameQueueWithTimer));
+    SimFrameRequest incomplete = {};
+    incomplete.fields = SimFrameHasStatus;
+    incomplete.receiveStatus = -1;
+    DeliverFrame(0, incomplete);
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(sdk.State().queuedFrames, 15u);
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady));
+}
+
+TEST_F(HostTest, AReleaseWaitsForACallbackHoweverLongThatTakes)
+{
+    ExpectErrors();
+    frameQueue = reinterpret_cast<decltype(frameQueue)>(sdk.SimOriginalEntry("ZvkCaptureFrameQueue"));
+    Stream(0);
+    ASSERT_EQ(Configure(1), 0);
+    ASSERT_EQ(Start(1), 0);
+    std::atomic<bool> isInCallback{false};
+    std::atomic<bool> mayGoOn{false};
+    timer = [&] {
+        isInCallback = true;
+        while (!mayGoOn) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    };
+    sdk.SimReplaceEntry("ZvkCaptureFrameQueue", reinterpret_cast<void*>(&FrameQueueWithTimer));
+    std::thread camera([&] {
+        SimFrameRequest incomplete = {};
+        incomplete.fields = SimFrameHasStatus;
+        incomplete.receiveStatus = -1;
+        sdk.SimEmitFrame(0, &incomplete);
+    });
+    while (!isInCallback) {
+        std::this_thread::yield();
+    }
+    std::atomic<bool> wentOn{false};
+    std::thread host([&] {
+        GuardedBuffer error(256, 0);
+        EXPECT_EQ(Channel(0).ReleaseVideoChannel(error.Text(), 1), 0);
+        wentOn = mayGoOn.load();
+    });
+    std::this_thread::sleep_for(
+        std::chrono::milliseconds(800)); // a lock that gives up does so in half of that
+    mayGoOn = true;
+    host.join();
+    camera.join();
+    EXPECT_TRUE(wentOn) << "the release went on without the lock";
+    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
 }
 
 TEST_F(HostTest, ManyThreadsCallEverythingWhileFramesArrive)

@@ -349,8 +349,55 @@ TEST_F(OpeningTest, AFeatureListThatChangesBetweenItsQueries)
     sdk.SimReplaceEntry("ZvkFeaturesList", reinterpret_cast<void*>(absurd));
     ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
     EXPECT_EQ(descriptor->openResult, 1);
+    EXPECT_EQ(
+        CountInLog("InitializeVideoChannel: ERROR. The SDK lists 4294967295 features, more than 100000. "
+                   "ChannelID=1."),
+        1);
     ExpectErrors();
     ExpectViolations();
+}
+
+TEST_F(OpeningTest, AnExposureThatCannotBeReadLeavesItsLowerBoundToo)
+{
+    ExpectErrors();
+    Guarded<VideoChannelDescriptor> descriptor;
+    descriptor->structSize = 684;
+    ASSERT_EQ(GetVideoChannel(0, descriptor.Get()), 0);
+    EXPECT_EQ(descriptor->exposureTime, 0.001);
+    EXPECT_EQ(descriptor->exposureTimeMin, 10.0) << "microseconds";
+    const struct
+    {
+        const char* entry;
+        double exposure, minimum;
+    } rows[] = {{"ZvkFeatureFloatGet", -1.0, -1.0}, {"ZvkFeatureFloatRangeQuery", 0.001, 0.0}};
+    for (const auto& row : rows) {
+        descriptor->exposureTime = descriptor->exposureTimeMin = -1.0;
+        sdk.SimFailCall(row.entry, 1, -5, 0);
+        ASSERT_EQ(GetVideoChannel(0, descriptor.Get()), 0);
+        EXPECT_EQ(descriptor->openResult, 1);
+        EXPECT_EQ(descriptor->exposureTime, row.exposure) << row.entry;
+        EXPECT_EQ(descriptor->exposureTimeMin, row.minimum) << row.entry;
+    }
+    ExpectViolations(); // a failed opening closes the camera twice
+}
+
+TEST_F(OpeningTest, AChannelThatStreamsCanBeHandedOutAgainAndStreamAfterwards)
+{
+    ExpectErrors();
+    ExpectViolations(); // the camera is closed while it captures
+    Stream(1);
+    ASSERT_EQ(Configure(0), 0);
+    DeliverFrames(1, 3);
+    Guarded<VideoChannelDescriptor> descriptor;
+    descriptor->structSize = 684;
+    ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
+    EXPECT_EQ(Status(1), static_cast<std::uint32_t>(ImageStatusPending));
+    ASSERT_EQ(Configure(1), 0) << TextNow();
+    ASSERT_EQ(Start(1), 0) << TextNow();
+    DeliverFrames(1, 2);
+    Fetch(1, std::size_t{32} * 16 * 3);
+    ASSERT_EQ(Stop(1), 0);
+    EXPECT_EQ(CountInLog("StopAcquisition. channelID=1 FramesReceived=2 (Complete=2, Incomplete=0)"), 1);
 }
 
 } // namespace

@@ -266,6 +266,21 @@ TEST_F(StartupTest, ACameraListThatChangesIsReadUntilItSettles)
     }
 }
 
+TEST_F(StartupTest, ARelativeSdkFolderCountsFromTheCurrentFolder)
+{
+    const std::filesystem::path before = std::filesystem::current_path();
+    const std::filesystem::path sdkFolder = SdkFolder();
+    std::filesystem::current_path(sdkFolder.parent_path());
+    for (const char* name : {"sdk", "./sdk", "bin/../sdk"}) {
+        SetEnvironment("ZORVIK_HOME", name);
+        Open();
+        EXPECT_EQ(ChannelCount(), 3u) << name;
+        EXPECT_EQ(CountInLog(std::string("GetZvkApiPath: ZvkAPI path: ") + name), 1);
+        EXPECT_EQ(Release(0), 0);
+    }
+    std::filesystem::current_path(before);
+}
+
 TEST_F(StartupTest, AListThatNeverSettlesOrIsAbsurdEndsTheEnumeration)
 {
     ExpectErrors();
@@ -278,14 +293,17 @@ TEST_F(StartupTest, AListThatNeverSettlesOrIsAbsurdEndsTheEnumeration)
     next = 0;
     sdk.SimReplaceEntry("ZvkCamerasList", reinterpret_cast<void*>(growing));
     EXPECT_EQ(StartWithoutChannel(), 1);
-    EXPECT_EQ(CountInLog("EnumCameras: Error while enumerating cameras. Reason=ZvkErrorMoreData (-9)"), 1);
+    EXPECT_EQ(CountInLog(
+                  "EnumCameras: ERROR. The number of cameras changed at each of 100 listings. None is used."),
+              1);
     const CamerasList absurd = [](ZvkCameraInfo_t*, std::uint32_t, std::uint32_t* found, std::uint32_t) {
         *found = 0xFFFFFFFF;
         return ZvkErrorSuccess;
     };
     sdk.SimReplaceEntry("ZvkCamerasList", reinterpret_cast<void*>(absurd));
     EXPECT_EQ(StartWithoutChannel(), 1);
-    EXPECT_EQ(CountInLog("EnumCameras: Error while enumerating cameras. Reason=ZvkErrorResources (-14)"), 1);
+    EXPECT_EQ(
+        CountInLog("EnumCameras: ERROR. The SDK lists 4294967295 cameras, more than 4096. None is used."), 1);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "diag/Log.h"
-#include "sdk/ImageTransformApiAccess.h"
+#include "sdk/ApiAccess.h"
 #include "sdk/SdkFolder.h"
-#include "sdk/ZorvikApiAccess.h"
 #include "support/TestPlatform.h"
 
 #include <cstring>

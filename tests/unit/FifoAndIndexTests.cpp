@@ -1,5 +1,5 @@
-#include "adapter/FeatureNameIndex.h"
-#include "adapter/FrameFifo.h"
+#include "core/FeatureNameIndex.h"
+#include "core/FrameFifo.h"
 
 #include <array>
 #include <gtest/gtest.h>
@@ -16,8 +16,8 @@ TEST(FrameFifo, KeepsOrderRoundTheRing)
     std::size_t next = 0;
     std::size_t oldest = 0;
     for (int round = 0; round < 50; ++round) {
-        while (fifo.Append(&frames[next % MaxFramesPerChannel])) {
-            ++next;
+        while (fifo.Count() < MaxFramesPerChannel) {
+            fifo.Append(&frames[next++ % MaxFramesPerChannel]);
         }
         EXPECT_EQ(fifo.Count(), MaxFramesPerChannel);
         EXPECT_FALSE(fifo.Contains(&frames[MaxFramesPerChannel]));

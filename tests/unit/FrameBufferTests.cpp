@@ -1,8 +1,8 @@
 // The adapter's state from inside: what no host can bring about or see.
 #include "acquisition/FrameBuffers.h"
 #include "acquisition/FrameReception.h"
-#include "acquisition/ImageDelivery.h"
-#include "adapter/ChannelOpening.h"
+#include "adapter/Lifecycle.h"
+#include "core/Callbacks.h"
 #include "diag/Log.h"
 #include "support/SdkControl.h"
 #include "support/TestPlatform.h"
@@ -75,8 +75,8 @@ TEST_F(StateTest, FrameRecordsFollowThePayload)
             const ZvkFrame_t& frame = Channel().frames[k];
             EXPECT_EQ(frame.bufferSize, size);
             static_cast<unsigned char*>(frame.buffer)[size - 1] = 1;
-            EXPECT_EQ(Channel().ContextOf(frame)->channelIndex, 0u);
-            EXPECT_EQ(Channel().ContextOf(frame)->bufferIndex, k);
+            EXPECT_EQ(ContextOf(frame)->channelIndex, 0u);
+            EXPECT_EQ(ContextOf(frame)->bufferIndex, k);
             EXPECT_EQ(frame.context[1], nullptr);
             EXPECT_EQ(frame.receiveStatus, 0);
         }

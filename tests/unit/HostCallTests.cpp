@@ -1,4 +1,4 @@
-#include "adapter/HostCall.h"
+#include "core/HostCall.h"
 #include "support/TestPlatform.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-#include "sdk/PixelFormatNames.h"
-#include "sdk/ResultNames.h"
+#include "sdk/Names.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -1,6 +1,6 @@
-#include "acquisition/InstructionSet.h"
-#include "acquisition/PayloadCopy.h"
-#include "acquisition/StoreChoice.h"
+#include "pixels/InstructionSet.h"
+#include "pixels/PayloadCopy.h"
+#include "pixels/StoreChoice.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "acquisition/InstructionSet.h"
-#include "acquisition/PlanarSplit.h"
-#include "acquisition/PlanarSplitKernels.h"
+#include "pixels/InstructionSet.h"
+#include "pixels/PlanarSplit.h"
+#include "pixels/PlanarSplitKernels.h"
 
 #include <gtest/gtest.h>
 

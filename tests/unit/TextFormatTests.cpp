@@ -1,4 +1,3 @@
-#include "diag/ErrorText.h"
 #include "diag/TextFormat.h"
 #include "support/TestPlatform.h"
 

@@ -1,5 +1,4 @@
-#include "platform/posix/Folders.h"
-#include "platform/posix/LastError.h"
+#include "platform/posix/System.h"
 #include "platform/posix/Utf8.h"
 
 #include <cerrno>
@@ -36,24 +35,6 @@ DWORD AttributesOf(const struct stat& status)
 }
 
 } // namespace
-
-namespace maravel::posix {
-
-std::string PlatformRoot()
-{
-    if (const char* root = std::getenv("MARAVEL_PLATFORM_ROOT"); root != nullptr && *root != '\0') {
-        return root;
-    }
-    if (const char* state = std::getenv("XDG_STATE_HOME"); state != nullptr && *state != '\0') {
-        return std::string(state) + "/maravel";
-    }
-    if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') {
-        return std::string(home) + "/.local/state/maravel";
-    }
-    return {};
-}
-
-} // namespace maravel::posix
 
 HRESULT SHGetFolderPathA(HWND, int folder, HANDLE, DWORD, char* path)
 {

@@ -1,4 +1,4 @@
-#include "platform/posix/LastError.h"
+#include "platform/posix/System.h"
 
 #include <bit>
 #include <cerrno>
@@ -66,6 +66,12 @@ int AtModuleExit(void (*routine)())
 {
     const auto run = [](void* argument) { std::bit_cast<void (*)()>(argument)(); };
     return __cxa_atexit(run, std::bit_cast<void*>(routine), &__dso_handle);
+}
+
+DWORD GetCurrentThreadId()
+{
+    static thread_local const DWORD id = static_cast<DWORD>(gettid());
+    return id;
 }
 
 HANDLE GetCurrentProcess()

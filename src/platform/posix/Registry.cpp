@@ -1,6 +1,6 @@
 #include "platform/Win32.h"
-#include "platform/posix/Folders.h"
 #include "platform/posix/RegistryFile.h"
+#include "platform/posix/System.h"
 
 #include <cstring>
 #include <fstream>
@@ -30,7 +30,11 @@ LSTATUS Status(DWORD error)
 
 std::shared_ptr<const RegistryKey> ReadRegistry()
 {
-    std::ifstream file(maravel::posix::PlatformRoot() + "/registry.reg", std::ios::binary);
+    const std::string root = maravel::posix::PlatformRoot();
+    if (root.empty()) {
+        return ParseRegistryText(""); // a machine without a place has no registry
+    }
+    std::ifstream file(root + "/registry.reg", std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     return ParseRegistryText(bytes);
 }

@@ -1,11 +1,14 @@
-#include "platform/posix/LastError.h"
+#include "platform/posix/System.h"
 #include "platform/posix/Utf8.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 using maravel::posix::SetLastError;
+using maravel::posix::SetLastErrorFromErrno;
 
 DWORD GetEnvironmentVariableW(const wchar_t* name, wchar_t* buffer, DWORD size)
 {
@@ -21,6 +24,25 @@ DWORD GetEnvironmentVariableW(const wchar_t* name, wchar_t* buffer, DWORD size)
     std::memcpy(buffer, wide.c_str(), (wide.size() + 1) * sizeof(wchar_t));
     SetLastError(ERROR_SUCCESS);
     return static_cast<DWORD>(wide.size());
+}
+
+DWORD GetFullPathNameW(const wchar_t* path, DWORD size, wchar_t* buffer, wchar_t**)
+{
+    std::wstring full = path;
+    if (*path != L'/') {
+        std::error_code error;
+        const std::filesystem::path folder = std::filesystem::current_path(error);
+        if (error) {
+            SetLastErrorFromErrno(error.value());
+            return 0;
+        }
+        full = maravel::posix::WideText(folder.native()) + L'/' + full;
+    }
+    if (full.size() >= size) {
+        return static_cast<DWORD>(full.size() + 1);
+    }
+    std::memcpy(buffer, full.c_str(), (full.size() + 1) * sizeof(wchar_t));
+    return static_cast<DWORD>(full.size());
 }
 
 int WideCharToMultiByte(UINT, DWORD flags, const wchar_t* wide, int wideLength, char* narrow, int narrowSize,

@@ -1,0 +1,50 @@
+// Steps on a channel's camera that several host entries share. Host threads under g_adapterMutex.
+#pragma once
+
+#include "core/HostCall.h"
+
+namespace maravel {
+
+enum class CameraOpening
+{
+    AlreadyOpen,
+    Opened, // by this call
+    Failed  // reported
+};
+
+// Opens the channel's camera with full access unless it is open.
+CameraOpening OpenCameraIfClosed(const ChannelCall& call);
+
+// Asks the first stream of an open camera to negotiate the largest GigE Vision packet size that the network
+// path allows, waits for that (a little over two seconds at most) and logs the size. Does nothing on a stream
+// without such a command.
+void GigEAdjustPacketSize(const CZorvikAPIAccess& api, ZvkHandle_t cameraHandle);
+
+// Logs which of the features that decide how a channel is configured its camera has.
+void LogAvailability(unsigned line, const char* routine, const VideoChannelData& channel);
+
+// Logs how ZvkCameraClose ended for a channel's camera, under the routine's name.
+void LogCameraClosed(unsigned line, const char* routine, int channelIndex, const ZvkCameraInfo_t& camera);
+void LogCameraCloseFailed(unsigned line, const char* routine, int channelIndex,
+                          const ZvkCameraInfo_t& camera);
+
+// Forgets what the channel received and counted since its start, and that it was started.
+void ForgetFrames(VideoChannelData& channel, Patience patience);
+
+// After the SDK closed the channel's camera, with everything that belonged to it: forgets the handle, the
+// camera's place among the acquiring ones, and all of a stream, so that the next set-up and start begin anew.
+void ForgetCamera(VideoChannelData& channel, Patience patience);
+
+enum class CommandEnd
+{
+    Done,
+    QueryFailed, // the camera would not say whether the command is done
+    TimedOut
+};
+
+// Waits until a command feature that was just run reports done, for a little over limitMilliseconds at most.
+// The camera is asked every 50 ms, and a command that is done at once still costs one such sleep.
+CommandEnd AwaitCommand(const CZorvikAPIAccess& api, ZvkHandle_t handle, const char* name,
+                        std::int64_t limitMilliseconds);
+
+} // namespace maravel

@@ -1,0 +1,125 @@
+// What every host entry does before and after its own work, once. Host threads.
+#pragma once
+
+#include "core/AdapterState.h"
+#include "diag/Log.h"
+#include "diag/TextFormat.h"
+#include "maravel/VideoChannel.h"
+
+#include <cstdint>
+#include <exception>
+#include <new>
+
+namespace maravel {
+
+// Formats a message into the host's text buffer and logs it. Without a buffer (null) it says nothing.
+void ReportError(unsigned line, char* errorText, const char* format, ...) noexcept MARAVEL_PRINTF(3, 4);
+
+// What a callback's body works with. That it exists means that g_adapterMutex is held, the adapter is started
+// and the channel exists.
+struct ChannelCall
+{
+    const char* operation; // the first value of every message
+    char* errorText;       // the host's buffer, never null
+    long long channelID;
+    const CZorvikAPIAccess& api;
+    CAdapterData& data;
+    VideoChannelData& channel;
+    const ZvkCameraInfo_t& camera;
+
+    int ChannelNumber() const noexcept { return static_cast<int>(channelID); }
+    const char* ModelName() const noexcept { return TextOrEmpty(camera.modelName); }
+    const char* CameraId() const noexcept { return TextOrEmpty(camera.cameraIdString); }
+};
+
+// The words in which an entry refuses a channel that does not exist. Hosts compare them.
+enum class NoSuchChannelText
+{
+    Cameras,             // "... Available cameras=%d"
+    CamerasPeriod,       // "... Available cameras=%d."
+    CapitalCameras,      // "... Available Cameras=%d"
+    CapitalCamerasPeriod // "... Available Cameras=%d."
+};
+
+// One channel callback: where it stands, its name in messages, and how it refuses.
+struct HostEntry
+{
+    unsigned line;
+    const char* operation;
+    const char* notStarted; // the whole text
+    NoSuchChannelText noSuchChannel;
+};
+
+void ReportNoSuchChannel(const HostEntry& entry, char* errorText, std::int64_t channelID,
+                         std::uint32_t cameraCount) noexcept;
+
+// The one guard: runs the body under g_adapterMutex, turns whatever it throws into the failure status with a
+// text, and answers a call that comes from inside another call of the same thread (an SDK function that lets
+// the host's timers run) at once, since it could only wait for itself. An entry whose interface has no text
+// passes null.
+template <class Body>
+std::int32_t Guarded(unsigned line, const char* operation, char* errorText, Body body) noexcept
+{
+    if (g_adapterMutex.IsHeldHere() || g_frameMutex.IsHeldHere()) {
+        ReportError(line, errorText, "%s: ERROR. Called from inside another call of the same thread.",
+                    operation);
+        return MARAVEL_FAILURE;
+    }
+    const MutexLock lock(g_adapterMutex);
+    try {
+        return body();
+    }
+    catch (const std::bad_alloc&) {
+        ReportError(line, errorText, "%s: ERROR. Out of memory.", operation);
+    }
+    catch (const std::exception& exception) {
+        ReportError(line, errorText, "%s: ERROR. Unexpected failure: %s", operation, exception.what());
+    }
+    catch (...) {
+        ReportError(line, errorText, "%s: ERROR. Unexpected failure.", operation);
+    }
+    return MARAVEL_FAILURE;
+}
+
+// The same for an entry whose text buffer the host owes.
+template <class Body>
+std::int32_t GuardedCall(unsigned line, const char* operation, char* errorText, Body body) noexcept
+{
+    if (errorText == nullptr) {
+        WriteLog(line, "%s: ERROR. No buffer for the error text.\n", operation);
+        return MARAVEL_FAILURE;
+    }
+    return Guarded(line, operation, errorText, body);
+}
+
+// The same for a channel callback: checks bindings, adapter data and channel, in that order, and hands the
+// body a ChannelCall.
+template <class Body>
+std::int32_t HostCall(const HostEntry& entry, char* errorText, std::int64_t channelID, Body body) noexcept
+{
+    return GuardedCall(entry.line, entry.operation, errorText,
+                       [&]() MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
+                           if (g_apiAccess == nullptr || g_adapterData == nullptr) {
+                               ReportError(entry.line, errorText, "%s", entry.notStarted);
+                               return MARAVEL_FAILURE;
+                           }
+                           VideoChannelData* channel = FindChannel(channelID);
+                           if (channel == nullptr) {
+                               ReportNoSuchChannel(entry, errorText, channelID, g_adapterData->cameraCount);
+                               return MARAVEL_FAILURE;
+                           }
+                           ChannelCall call{entry.operation,
+                                            errorText,
+                                            channelID,
+                                            *g_apiAccess,
+                                            *g_adapterData,
+                                            *channel,
+                                            g_adapterData->cameras[static_cast<std::size_t>(channelID)]};
+                           return body(call);
+                       });
+}
+
+// Refuses a null pointer that the host passed for something a callback needs.
+bool RejectNull(unsigned line, const ChannelCall& call, const void* pointer) noexcept;
+
+} // namespace maravel
