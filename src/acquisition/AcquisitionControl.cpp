@@ -284,7 +284,7 @@ std::int32_t MARAVEL_CALL StartAcquisition(char* errorText, std::int64_t channel
     WriteLog(__LINE__, "%s: channelID=%lld\n", kStart, static_cast<long long>(channelID));
     return HostCall({__LINE__, kStart, "StartAcquisition: ERROR. Invalid class pointer.",
                      NoSuchChannelText::CamerasPeriod},
-                    errorText, channelID, &Start);
+                    errorText, channelID, {}, &Start);
 }
 
 std::int32_t MARAVEL_CALL StopAcquisition(char* errorText, std::int64_t channelID) noexcept
@@ -292,7 +292,7 @@ std::int32_t MARAVEL_CALL StopAcquisition(char* errorText, std::int64_t channelI
     WriteLog(__LINE__, "%s: channelID=%lld\n", kStop, static_cast<long long>(channelID));
     return HostCall(
         {__LINE__, kStop, "StopAcquisition: ERROR. Invalid class pointer.", NoSuchChannelText::CamerasPeriod},
-        errorText, channelID, &Stop);
+        errorText, channelID, {}, &Stop);
 }
 
 std::int32_t MARAVEL_CALL QueryImageStatus(char*, std::int64_t channelID, std::uint32_t* imageStatus) noexcept

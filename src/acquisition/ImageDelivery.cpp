@@ -210,25 +210,19 @@ std::int32_t MARAVEL_CALL GetImageAttributes(char* errorText, std::int64_t chann
 {
     return HostCall({__LINE__, kAttributes, "GetImageAttributes: ERROR. Invalid class pointer.",
                      NoSuchChannelText::Cameras},
-                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-                        if (RejectNull(__LINE__, call, attributes) ||
-                            RejectNull(__LINE__, call, imageStatus)) {
-                            return MARAVEL_FAILURE;
-                        }
-                        return Describe(call, *attributes, *imageStatus);
-                    });
+                    errorText, channelID, {attributes, imageStatus},
+                    [&](const ChannelCall& call) { return Describe(call, *attributes, *imageStatus); });
 }
 
 std::int32_t MARAVEL_CALL GetImage(char* errorText, std::int64_t channelID, void* destination,
                                    std::uint32_t* imageStatus) noexcept
 {
     std::uint32_t status = ImageStatusError;
-    const std::int32_t result = HostCall(
-        {__LINE__, kImage, "GetImage: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras}, errorText,
-        channelID, [&](const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
-            return RejectNull(__LINE__, call, imageStatus) ? MARAVEL_FAILURE
-                                                           : Deliver(call, destination, status);
-        });
+    const std::int32_t result =
+        HostCall({__LINE__, kImage, "GetImage: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
+                 errorText, channelID, {imageStatus},
+                 [&](const ChannelCall& call)
+                     MARAVEL_REQUIRES(g_adapterMutex) { return Deliver(call, destination, status); });
     if (imageStatus != nullptr) {
         *imageStatus = status;
     }

@@ -112,7 +112,7 @@ std::int32_t MARAVEL_CALL ReleaseVideoChannel(char* errorText, std::int64_t chan
     WriteLog(__LINE__, "%s: channelID=%lld\n", "ReleaseVideoChannel", static_cast<long long>(channelID));
     return HostCall({__LINE__, "ReleaseVideoChannel", "ReleaseVideoChannel: WARNING: Invalid class pointer.",
                      NoSuchChannelText::Cameras},
-                    errorText, channelID, &Release);
+                    errorText, channelID, {}, &Release);
 }
 
 void CloseAllCameras(const char* routine, Patience patience) noexcept

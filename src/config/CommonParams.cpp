@@ -217,12 +217,7 @@ std::int32_t MARAVEL_CALL SetupCommonParams(char* errorText, std::int64_t channe
     WriteLog(__LINE__, "%s: channelID=%lld\n", kName, static_cast<long long>(channelID));
     return HostCall(
         {__LINE__, kName, "SetupCommonParams: ERROR. INVALID class pointer.", NoSuchChannelText::Cameras},
-        errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-            if (RejectNull(__LINE__, call, params)) {
-                return MARAVEL_FAILURE;
-            }
-            return SetUp(call, *params);
-        });
+        errorText, channelID, {params}, [&](const ChannelCall& call) { return SetUp(call, *params); });
 }
 
 } // namespace maravel

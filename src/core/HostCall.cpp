@@ -1,5 +1,6 @@
 #include "core/HostCall.h"
 
+#include <algorithm>
 #include <cstdarg>
 
 namespace maravel {
@@ -15,6 +16,8 @@ void ReportError(unsigned line, char* errorText, const char* format, ...) noexce
     va_end(arguments);
     WriteLog(line, "%s\n", errorText);
 }
+
+namespace {
 
 void ReportNoSuchChannel(const HostEntry& entry, char* errorText, std::int64_t channelID,
                          std::uint32_t cameraCount) noexcept
@@ -37,13 +40,26 @@ void ReportNoSuchChannel(const HostEntry& entry, char* errorText, std::int64_t c
     }
 }
 
-bool RejectNull(unsigned line, const ChannelCall& call, const void* pointer) noexcept
+} // namespace
+
+VideoChannelData* AdmitCall(const HostEntry& entry, char* errorText, std::int64_t channelID,
+                            std::initializer_list<const void*> pointers) noexcept
 {
-    if (pointer == nullptr) {
-        ReportError(line, call.errorText, "%s: ERROR. Null pointer passed. channelID=%lld.", call.operation,
-                    call.channelID);
+    if (g_apiAccess == nullptr || g_adapterData == nullptr) {
+        ReportError(entry.line, errorText, "%s", entry.notStarted);
+        return nullptr;
     }
-    return pointer == nullptr;
+    VideoChannelData* channel = FindChannel(channelID);
+    if (channel == nullptr) {
+        ReportNoSuchChannel(entry, errorText, channelID, g_adapterData->cameraCount);
+        return nullptr;
+    }
+    if (std::find(pointers.begin(), pointers.end(), nullptr) != pointers.end()) {
+        ReportError(entry.line, errorText, "%s: ERROR. Null pointer passed. channelID=%lld.", entry.operation,
+                    static_cast<long long>(channelID));
+        return nullptr;
+    }
+    return channel;
 }
 
 } // namespace maravel

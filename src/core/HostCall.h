@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <initializer_list>
 #include <new>
 
 namespace maravel {
@@ -50,8 +51,10 @@ struct HostEntry
     NoSuchChannelText noSuchChannel;
 };
 
-void ReportNoSuchChannel(const HostEntry& entry, char* errorText, std::int64_t channelID,
-                         std::uint32_t cameraCount) noexcept;
+// The channel of a call that can be served; null, with a report, for one that cannot.
+VideoChannelData* AdmitCall(const HostEntry& entry, char* errorText, std::int64_t channelID,
+                            std::initializer_list<const void*> pointers) noexcept
+    MARAVEL_REQUIRES(g_adapterMutex);
 
 // The one guard: runs the body under g_adapterMutex, turns whatever it throws into the failure status with a
 // text, and answers a call that comes from inside another call of the same thread (an SDK function that lets
@@ -92,34 +95,22 @@ std::int32_t GuardedCall(unsigned line, const char* operation, char* errorText, 
     return Guarded(line, operation, errorText, body);
 }
 
-// The same for a channel callback: checks bindings, adapter data and channel, in that order, and hands the
-// body a ChannelCall.
+// The same for a channel callback: checks bindings, adapter data, channel and the pointers that the callback
+// needs of the host, in that order, and hands the body a ChannelCall.
 template <class Body>
-std::int32_t HostCall(const HostEntry& entry, char* errorText, std::int64_t channelID, Body body) noexcept
+std::int32_t HostCall(const HostEntry& entry, char* errorText, std::int64_t channelID,
+                      std::initializer_list<const void*> pointers, Body body) noexcept
 {
     return GuardedCall(entry.line, entry.operation, errorText,
                        [&]() MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
-                           if (g_apiAccess == nullptr || g_adapterData == nullptr) {
-                               ReportError(entry.line, errorText, "%s", entry.notStarted);
-                               return MARAVEL_FAILURE;
-                           }
-                           VideoChannelData* channel = FindChannel(channelID);
+                           VideoChannelData* channel = AdmitCall(entry, errorText, channelID, pointers);
                            if (channel == nullptr) {
-                               ReportNoSuchChannel(entry, errorText, channelID, g_adapterData->cameraCount);
                                return MARAVEL_FAILURE;
                            }
-                           ChannelCall call{entry.operation,
-                                            errorText,
-                                            channelID,
-                                            *g_apiAccess,
-                                            *g_adapterData,
-                                            *channel,
-                                            g_adapterData->cameras[static_cast<std::size_t>(channelID)]};
-                           return body(call);
+                           const auto index = static_cast<std::size_t>(channelID);
+                           return body(ChannelCall{entry.operation, errorText, channelID, *g_apiAccess,
+                                                   *g_adapterData, *channel, g_adapterData->cameras[index]});
                        });
 }
-
-// Refuses a null pointer that the host passed for something a callback needs.
-bool RejectNull(unsigned line, const ChannelCall& call, const void* pointer) noexcept;
 
 } // namespace maravel

@@ -46,9 +46,8 @@ std::int32_t MARAVEL_CALL ExecuteCommand(char* errorText, std::int64_t channelID
              featureName);
     return HostCall(
         {__LINE__, kName, "ExecuteCommand: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
-        errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-            return RejectNull(__LINE__, call, featureName) ? MARAVEL_FAILURE : Execute(call, featureName);
-        });
+        errorText, channelID, {featureName},
+        [&](const ChannelCall& call) { return Execute(call, featureName); });
 }
 
 } // namespace maravel

@@ -159,10 +159,8 @@ std::int32_t MARAVEL_CALL GetFeatureName(char* errorText, std::int64_t channelID
 {
     return HostCall({__LINE__, kFeatureName, "GetFeatureName: ERROR. Invalid class pointer.",
                      NoSuchChannelText::CapitalCamerasPeriod},
-                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-                        return RejectNull(__LINE__, call, nameText) ? MARAVEL_FAILURE
-                                                                    : NameAt(call, listIndex, nameText);
-                    });
+                    errorText, channelID, {nameText},
+                    [&](const ChannelCall& call) { return NameAt(call, listIndex, nameText); });
 }
 
 std::int32_t MARAVEL_CALL GetFeatureType(char* errorText, std::int64_t channelID, const char* featureName,
@@ -170,12 +168,8 @@ std::int32_t MARAVEL_CALL GetFeatureType(char* errorText, std::int64_t channelID
 {
     return HostCall(
         {__LINE__, kFeatureType, "GetFeatureType: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
-        errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-            if (RejectNull(__LINE__, call, featureName) || RejectNull(__LINE__, call, featureType)) {
-                return MARAVEL_FAILURE;
-            }
-            return TypeOf(call, featureName, *featureType);
-        });
+        errorText, channelID, {featureName, featureType},
+        [&](const ChannelCall& call) { return TypeOf(call, featureName, *featureType); });
 }
 
 std::int32_t MARAVEL_CALL GetValidEnum(char* errorText, std::int64_t channelID, const char* featureName,
@@ -183,11 +177,7 @@ std::int32_t MARAVEL_CALL GetValidEnum(char* errorText, std::int64_t channelID, 
 {
     return HostCall({__LINE__, kValidEnum, "GetValidEnum: ERROR. Invalid class pointer.",
                      NoSuchChannelText::CamerasPeriod},
-                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-                        if (RejectNull(__LINE__, call, featureName) ||
-                            RejectNull(__LINE__, call, entryText)) {
-                            return MARAVEL_FAILURE;
-                        }
+                    errorText, channelID, {featureName, entryText}, [&](const ChannelCall& call) {
                         return ValidEntryAt(call, featureName, entryIndex, entryText);
                     });
 }
@@ -197,10 +187,7 @@ std::int32_t MARAVEL_CALL GetFeatureAttr(char* errorText, std::int64_t channelID
 {
     return HostCall({__LINE__, kFeatureAttr, "GetFeatureAttr: ERROR. Invalid class pointer.",
                      NoSuchChannelText::CamerasPeriod},
-                    errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-                        if (RejectNull(__LINE__, call, featureName) || RejectNull(__LINE__, call, attrText)) {
-                            return MARAVEL_FAILURE;
-                        }
+                    errorText, channelID, {featureName, attrText}, [&](const ChannelCall& call) {
                         return AttributeOf(call, featureName, attrKind, attrText);
                     });
 }

@@ -29,6 +29,20 @@ private:
     _locale_t locale_;
 };
 
+// The feature by its name, with the camera open; null when either is not to be had, which is reported.
+const ZvkFeatureInfo_t* ReachFeature(const ChannelCall& call, const char* name)
+{
+    if (OpenCameraIfClosed(call) == CameraOpening::Failed) {
+        return nullptr;
+    }
+    const ZvkFeatureInfo_t* feature = call.channel.FindFeature(name);
+    if (feature == nullptr) {
+        ReportError(__LINE__, call.errorText, "%s: ERROR. Feature '%s' not found for channelID=%lld.",
+                    call.operation, name, call.channelID);
+    }
+    return feature;
+}
+
 // The end of a read: success, or the report of a failure.
 std::int32_t EndRead(unsigned line, const ChannelCall& call, const char* name, const char* type,
                      ZvkError_t result)
@@ -92,10 +106,13 @@ std::int32_t ReadBool(const ChannelCall& call, const char* name, char* text)
     return EndRead(__LINE__, call, name, "ZvkFeatureDataBool", result);
 }
 
-std::int32_t ReadFeature(const ChannelCall& call, const ZvkFeatureInfo_t& feature, const char* name,
-                         char* text)
+std::int32_t ReadFeature(const ChannelCall& call, const char* name, char* text)
 {
-    switch (feature.featureDataType) {
+    const ZvkFeatureInfo_t* feature = ReachFeature(call, name);
+    if (feature == nullptr) {
+        return MARAVEL_FAILURE;
+    }
+    switch (feature->featureDataType) {
     case ZvkFeatureDataInt:
         return ReadInt(call, name, text);
     case ZvkFeatureDataFloat:
@@ -110,7 +127,7 @@ std::int32_t ReadFeature(const ChannelCall& call, const ZvkFeatureInfo_t& featur
         return MARAVEL_SUCCESS; // a command has no value
     default:
         ReportError(__LINE__, call.errorText, "%s: ERROR for feature '%s'. Unknown feature type=%d.", kRead,
-                    name, static_cast<int>(feature.featureDataType));
+                    name, static_cast<int>(feature->featureDataType));
         return MARAVEL_FAILURE;
     }
 }
@@ -209,10 +226,13 @@ std::int32_t WriteBool(const ChannelCall& call, const char* name, const char* te
     return MARAVEL_SUCCESS;
 }
 
-std::int32_t WriteFeature(const ChannelCall& call, const ZvkFeatureInfo_t& feature, const char* name,
-                          const char* text)
+std::int32_t WriteFeature(const ChannelCall& call, const char* name, const char* text)
 {
-    switch (feature.featureDataType) {
+    const ZvkFeatureInfo_t* feature = ReachFeature(call, name);
+    if (feature == nullptr) {
+        return MARAVEL_FAILURE;
+    }
+    switch (feature->featureDataType) {
     case ZvkFeatureDataInt:
         return WriteInt(call, name, text);
     case ZvkFeatureDataFloat:
@@ -232,20 +252,6 @@ std::int32_t WriteFeature(const ChannelCall& call, const ZvkFeatureInfo_t& featu
     }
 }
 
-// The feature by its name, with the camera open; null when either is not to be had, which is reported.
-const ZvkFeatureInfo_t* ReachFeature(const ChannelCall& call, const char* name)
-{
-    if (OpenCameraIfClosed(call) == CameraOpening::Failed) {
-        return nullptr;
-    }
-    const ZvkFeatureInfo_t* feature = call.channel.FindFeature(name);
-    if (feature == nullptr) {
-        ReportError(__LINE__, call.errorText, "%s: ERROR. Feature '%s' not found for channelID=%lld.",
-                    call.operation, name, call.channelID);
-    }
-    return feature;
-}
-
 } // namespace
 
 std::int32_t MARAVEL_CALL ReadValue(char* errorText, std::int64_t channelID, const char* featureName,
@@ -255,13 +261,8 @@ std::int32_t MARAVEL_CALL ReadValue(char* errorText, std::int64_t channelID, con
              featureName);
     return HostCall(
         {__LINE__, kRead, "ReadValue: ERROR. Invalid class pointer.", NoSuchChannelText::CapitalCameras},
-        errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-            if (RejectNull(__LINE__, call, featureName) || RejectNull(__LINE__, call, valueText)) {
-                return MARAVEL_FAILURE;
-            }
-            const ZvkFeatureInfo_t* feature = ReachFeature(call, featureName);
-            return feature != nullptr ? ReadFeature(call, *feature, featureName, valueText) : MARAVEL_FAILURE;
-        });
+        errorText, channelID, {featureName, valueText},
+        [&](const ChannelCall& call) { return ReadFeature(call, featureName, valueText); });
 }
 
 std::int32_t MARAVEL_CALL WriteValue(char* errorText, std::int64_t channelID, const char* featureName,
@@ -271,14 +272,8 @@ std::int32_t MARAVEL_CALL WriteValue(char* errorText, std::int64_t channelID, co
              featureName, valueText);
     return HostCall(
         {__LINE__, kWrite, "WriteValue: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
-        errorText, channelID, [&](const ChannelCall& call) -> std::int32_t {
-            if (RejectNull(__LINE__, call, featureName) || RejectNull(__LINE__, call, valueText)) {
-                return MARAVEL_FAILURE;
-            }
-            const ZvkFeatureInfo_t* feature = ReachFeature(call, featureName);
-            return feature != nullptr ? WriteFeature(call, *feature, featureName, valueText)
-                                      : MARAVEL_FAILURE;
-        });
+        errorText, channelID, {featureName, valueText},
+        [&](const ChannelCall& call) { return WriteFeature(call, featureName, valueText); });
 }
 
 } // namespace maravel
