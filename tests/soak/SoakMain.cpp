@@ -7,6 +7,7 @@
 #include "soak/SoakFaults.h"
 #include "support/SdkControl.h"
 #include "support/TestPlatform.h"
+#include "support/UnkindSdk.h"
 
 #include <algorithm>
 #include <atomic>
@@ -129,6 +130,7 @@ private:
     const Options options_;
     test::PrivateMachine machine_;
     test::SdkControl sdk_;
+    std::unique_ptr<test::UnkindSdk> unkind_; // in every other round of endings
     std::unique_ptr<host::AdapterLibrary> adapter_;
     std::deque<SoakChannel> channels_;
     const Clock::time_point start_ = Clock::now();
@@ -183,6 +185,9 @@ void Soak::EndFaults()
     sdk_.SimReset();
     sdk_.SimTransformReset();
     sdk_.SimSetDescription(kCameras);
+    if (unkind_ != nullptr) {
+        unkind_->Install();
+    }
 }
 
 double Soak::MinutesSoFar() const
@@ -219,6 +224,14 @@ void Soak::PrintProgress() const
 // Starts the adapter; in every other session a call of the start-up fails first.
 void Soak::OpenChannels()
 {
+    const bool isUnkind = sessions_ / static_cast<std::uint64_t>(Ending::Count) % 2 == 1;
+    if (isUnkind != (unkind_ != nullptr)) {
+        adapter_.reset(); // its frames would keep the callbacks of the SDK that they were queued with
+        unkind_ =
+            isUnkind ? std::make_unique<test::UnkindSdk>(sdk_, test::ThreadsEndWhileUnloading()) : nullptr;
+        EndFaults();
+        adapter_ = LoadAdapter();
+    }
     std::vector<host::Channel> found;
     if (sessions_ % 2 == 1) {
         sdk_.SimFailCall(nullptr, 1 + static_cast<std::uint32_t>(sessions_ / 2 % 60), -1, 0);

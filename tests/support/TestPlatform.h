@@ -81,6 +81,9 @@ bool UseDecimalComma();
 // not end within a minute.
 int RunProgram(const std::string& program, const std::vector<std::string>& arguments);
 
+// Whether a thread can end while a library is being unloaded.
+bool ThreadsEndWhileUnloading();
+
 // How much of the memory in use may differ between two moments without anything having been kept.
 std::uint64_t MemoryTolerance();
 

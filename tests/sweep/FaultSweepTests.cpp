@@ -49,9 +49,9 @@ bool IsReasonOf(const std::string& text, std::int32_t code)
 class Sweep
 {
 public:
-    Sweep() { ReloadAll(); }
+    explicit Sweep(bool isUnkind) : isUnkind_(isUnkind) { ReloadAll(); }
 
-    void Run();
+    void Run(std::uint64_t wanted);
     std::uint64_t PointsTried() const { return points_; }
 
 private:
@@ -76,6 +76,7 @@ private:
     void CheckViolations();
     void Complain(const std::string& what);
 
+    const bool isUnkind_;
     std::unique_ptr<SweepHost> host_;
     std::string where_;
     std::set<std::string> complaints_;
@@ -97,7 +98,7 @@ void Sweep::ReloadAll()
     if (!left.empty()) {
         Complain("still loaded: " + left);
     }
-    host_ = std::make_unique<SweepHost>();
+    host_ = std::make_unique<SweepHost>(isUnkind_);
 }
 
 // A started adapter with the scenario's channel closed and another one open, so that releasing the former
@@ -153,6 +154,9 @@ void Sweep::CheckViolations()
     for (const std::string& violation : host_->Violations()) {
         Complain("the SDK was misused: " + violation);
     }
+    if (host_->HasSilentStart()) {
+        Complain("a start succeeded, no image came, and the log does not say why");
+    }
 }
 
 Sweep::Reference Sweep::Learn(const Scenario& scenario)
@@ -166,6 +170,8 @@ Sweep::Reference Sweep::Learn(const Scenario& scenario)
     reference.first = host_->Answers();
     reference.calls[0] = host_->Calls(SdkLibrary::Runtime);
     reference.calls[1] = host_->Calls(SdkLibrary::Transform);
+    CheckViolations();
+    host_->EndFaults();
     host_->BeginRecord();
     scenario.run(*host_);
     reference.second = host_->Answers();
@@ -329,7 +335,7 @@ std::uint64_t FairShare(const std::vector<std::uint64_t>& available, std::uint64
     return low;
 }
 
-void Sweep::Run()
+void Sweep::Run(std::uint64_t wanted)
 {
     const std::vector<Scenario> scenarios = AllScenarios(*host_);
     std::vector<Reference> references;
@@ -342,7 +348,7 @@ void Sweep::Run()
         available.push_back((references.back().calls[0] + references.back().calls[1]) * std::size(kCodes) *
                             2);
     }
-    const std::uint64_t share = FairShare(available, WantedPoints());
+    const std::uint64_t share = FairShare(available, wanted);
     std::map<std::string, std::uint64_t> byGroup;
     for (std::size_t i = 0; i < scenarios.size() && complaints_.size() < kMaxComplaints; ++i) {
         const std::uint64_t before = points_;
@@ -362,12 +368,22 @@ void Sweep::Run()
     EXPECT_EQ(SweepHost::LeftModules(), "");
 }
 
-TEST(FaultSweep, EveryFaultIsReportedAndLeavesAUsableAdapter)
+void SweepAll(bool isUnkind, std::uint64_t wanted)
 {
-    Sweep sweep;
-    sweep.Run();
+    Sweep sweep(isUnkind);
+    sweep.Run(wanted);
     EXPECT_GT(sweep.PointsTried(), 0u);
     std::printf("fault points: %llu\n", static_cast<unsigned long long>(sweep.PointsTried()));
+}
+
+TEST(FaultSweep, EveryFaultIsReportedAndLeavesAUsableAdapter)
+{
+    SweepAll(false, WantedPoints());
+}
+
+TEST(FaultSweep, TheSameAboveAnUnkindSdk)
+{
+    SweepAll(true, WantedPoints() / 4);
 }
 
 } // namespace

@@ -50,9 +50,13 @@ std::string SdkFolder()
 
 } // namespace
 
-SweepHost::SweepHost() : sdk(SdkFolder())
+SweepHost::SweepHost(bool isUnkind) : sdk(SdkFolder())
 {
     SetEnvironment("ZORVIK_HOME", SdkFolder());
+    if (isUnkind) {
+        unkind_ = std::make_unique<test::UnkindSdk>(sdk, test::ThreadsEndWhileUnloading());
+        unkind_->onMessages = [this]() { CallFromInside(); };
+    }
     EndFaults();
     Load();
 }
@@ -116,6 +120,8 @@ void SweepHost::BeginRecord()
 {
     answers_.clear();
     stopRefused_ = -1;
+    startAt_ = std::string::npos;
+    hasSilentStart_ = false;
     earlierLog_.clear();
     std::ifstream file(machine.LogFile(), std::ios::binary | std::ios::ate);
     logStart_ = file ? static_cast<std::size_t>(file.tellg()) : 0;
@@ -170,6 +176,33 @@ void SweepHost::EndFaults()
     sdk.SimReset();
     sdk.SimTransformReset();
     sdk.SimSetDescription(kSweepCameras);
+    if (unkind_ != nullptr) {
+        unkind_->Install();
+    }
+}
+
+// A host whose timer polls while an SDK call lets messages through.
+void SweepHost::CallFromInside()
+{
+    if (callbacks_.QueryImageStatus == nullptr) {
+        return;
+    }
+    char text[MARAVEL_TEXT_SIZE] = "";
+    std::uint32_t status = 0xDEAD;
+    EXPECT_EQ(callbacks_.QueryImageStatus(text, 0, &status), MARAVEL_SUCCESS);
+    EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusPending));
+    EXPECT_EQ(callbacks_.GetImage(text, 0, text, &status), MARAVEL_FAILURE);
+}
+
+// Called when an acquisition ends, in whatever way.
+void SweepHost::CheckStream()
+{
+    if (startAt_ != std::string::npos && !hasImage_) {
+        const std::string log = Log().substr(startAt_);
+        const auto says = [&](const char* why) { return log.find(why) != std::string::npos; };
+        hasSilentStart_ |= !says("captures nothing") && !says("while requeueing") && !says("We drop");
+    }
+    startAt_ = std::string::npos;
 }
 
 char* SweepHost::ClearedText()
@@ -217,11 +250,16 @@ void SweepHost::SetUp(int channel, int acqContinuous, int acqTriggered, int lowT
 
 void SweepHost::Start(int channel)
 {
-    Note("StartAcquisition", TextRule::MayWarn, callbacks_.StartAcquisition(ClearedText(), channel));
+    const std::size_t logEnd = Log().size();
+    const std::int32_t status = callbacks_.StartAcquisition(ClearedText(), channel);
+    Note("StartAcquisition", TextRule::MayWarn, status);
+    startAt_ = status == MARAVEL_SUCCESS ? logEnd : std::string::npos;
+    hasImage_ = false;
 }
 
 void SweepHost::Stop(int channel)
 {
+    CheckStream();
     const std::int32_t status = callbacks_.StopAcquisition(ClearedText(), channel);
     Note("StopAcquisition", TextRule::WithFailure, status);
     stopRefused_ = status == MARAVEL_SUCCESS ? -1 : channel;
@@ -249,6 +287,7 @@ void SweepHost::Fetch(int channel)
     std::uint32_t imageStatus = 0xDEAD;
     const std::int32_t status = callbacks_.GetImage(ClearedText(), channel, image_.Data(), &imageStatus);
     Note("GetImage", TextRule::MayWarn, status, static_cast<std::int32_t>(imageStatus));
+    hasImage_ |= imageStatus == ImageStatusReady;
 }
 
 std::string SweepHost::Read(int channel, const std::string& feature)

@@ -5,6 +5,7 @@
 #include "support/Guarded.h"
 #include "support/SdkControl.h"
 #include "support/TestPlatform.h"
+#include "support/UnkindSdk.h"
 
 #include <cstdint>
 #include <memory>
@@ -48,7 +49,7 @@ enum class SdkLibrary
 class SweepHost
 {
 public:
-    SweepHost();
+    explicit SweepHost(bool isUnkind = false);
     ~SweepHost();
     SweepHost(const SweepHost&) = delete;
     SweepHost& operator=(const SweepHost&) = delete;
@@ -89,6 +90,9 @@ public:
     // Unloads the adapter, which closes everything, and loads it again.
     void Reload();
 
+    // Whether a start succeeded, no image came of it, and the log does not say why.
+    bool HasSilentStart() const { return hasSilentStart_; }
+
     // The channel whose last stop was refused; -1: none.
     int StopRefused() const { return stopRefused_; }
 
@@ -110,6 +114,8 @@ private:
 
     void Load();
     void Unload();
+    void CheckStream();
+    void CallFromInside();
     void Note(const char* operation, TextRule rule, std::int32_t status, std::int32_t detail = 0);
     char* ClearedText();
 
@@ -124,6 +130,11 @@ private:
     std::string earlierLog_;   // since BeginRecord, of starts before the last one
     Counts beforeReload_ = {}; // what EndFaults would have to clear, but for an unload in between
     int stopRefused_ = -1;
+    // Since the last start that succeeded: where its log begins, and whether an image came.
+    std::size_t startAt_ = std::string::npos;
+    bool hasImage_ = false;
+    bool hasSilentStart_ = false;
+    std::unique_ptr<test::UnkindSdk> unkind_;
 };
 
 } // namespace maravel::sweep

@@ -180,6 +180,11 @@ int RunProgram(const std::string& program, const std::vector<std::string>& argum
     return -1;
 }
 
+bool ThreadsEndWhileUnloading()
+{
+    return true;
+}
+
 std::uint64_t MemoryTolerance()
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

@@ -162,6 +162,11 @@ int RunProgram(const std::string& program, const std::vector<std::string>& argum
     return static_cast<int>(code);
 }
 
+bool ThreadsEndWhileUnloading()
+{
+    return false; // each would wait for the loader, which the unloading holds
+}
+
 std::uint64_t MemoryTolerance()
 {
     return std::uint64_t{4} << 20;
