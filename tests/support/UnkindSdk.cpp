@@ -22,7 +22,7 @@ constexpr std::uint32_t kCameras = 8;
 
 UnkindSdk* g_unkind;
 SdkControl* g_sdk;
-ZvkFrameCallback g_callback; // the adapter's
+std::atomic<ZvkFrameCallback> g_callback; // the adapter's
 std::atomic<int> g_frames;
 thread_local bool isInCallback;
 thread_local bool isPumping;
@@ -58,7 +58,7 @@ void Received(ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame)
             frame->pixelFormat == ZvkPixelFormatMono8 ? ZvkPixelFormatMono16 : ZvkPixelFormatMono8;
     }
     isInCallback = true;
-    g_callback(camera, stream, frame);
+    g_callback.load()(camera, stream, frame);
     isInCallback = false;
 }
 
