@@ -168,13 +168,9 @@ TEST_F(AcquisitionTest, StartFailures)
     };
     const std::string start = "StartAcquisition: ";
     const std::string alloc = "StartAcquisition: ERROR. AllocVideoBuffers failed.";
+    // clang-format off
     const Row rows[] = {
-        {{{"ZvkPayloadSizeGet", 1, -5, 0}},
-         1,
-         1,
-         "ERROR. AllocVideoBuffers failed.",
-         {"AllocateVideoBuffers: ERROR. Invalid channelID=1. Available cameras=3."},
-         {"ZvkPayloadSizeGet"}},
+        {{{"ZvkPayloadSizeGet", 1, -5, 0}}, 1, 1, "ERROR. AllocVideoBuffers failed.", {"AllocateVideoBuffers: ERROR. Invalid channelID=1. Available cameras=3."}, {"ZvkPayloadSizeGet"}},
         {{{"ZvkFeatureEnumGet", 1, -3, 0}},
          1,
          1,
@@ -193,30 +189,15 @@ TEST_F(AcquisitionTest, StartFailures)
          "ERROR. AllocVideoBuffers failed.",
          {"AllocateVideoBuffers: ERROR. channelID=1. ZvkFeatureEnumAsInt 'Width'. Reason=ZvkErrorTimeout (-12)"},
          {"ZvkFeatureIntGet"}},
-        {{{"ZvkFeatureIntGet", 2, -12, 0}},
-         1,
-         1,
-         "ERROR. AllocVideoBuffers failed.",
-         {},
-         {"ZvkFeatureIntGet"}},
-        {{{"ZvkFrameAnnounce", 3, -14, 0}},
-         1,
-         1,
-         "ERROR. ZvkFrameAnnounce failed. ChannelID=1. Reason=ZvkErrorResources (-14).",
-         {},
-         {"ZvkFrameAnnounce", "ZvkFrameRevokeAll"}},
+        {{{"ZvkFeatureIntGet", 2, -12, 0}}, 1, 1, "ERROR. AllocVideoBuffers failed.", {}, {"ZvkFeatureIntGet"}},
+        {{{"ZvkFrameAnnounce", 3, -14, 0}}, 1, 1, "ERROR. ZvkFrameAnnounce failed. ChannelID=1. Reason=ZvkErrorResources (-14).", {}, {"ZvkFrameAnnounce", "ZvkFrameRevokeAll"}},
         {{{"ZvkFrameAnnounce", 3, -14, 0}, {"ZvkFrameRevokeAll", 1, -24, 0}},
          1,
          1,
          "ERROR. ZvkFrameAnnounce failed. ChannelID=1. Reason=ZvkErrorResources (-14).",
          {start + "ERROR. ZvkFrameRevokeAll failed. ChannelID=1. Reason=ZvkErrorBusy (-24)."},
          {"ZvkFrameAnnounce", "ZvkFrameRevokeAll"}},
-        {{{"ZvkCaptureStart", 1, -20, 0}},
-         1,
-         1,
-         "ERROR. ZvkCaptureStart failed. ChannelID=1. Reason=ZvkErrorIO (-20).",
-         {},
-         {"ZvkCaptureStart"}},
+        {{{"ZvkCaptureStart", 1, -20, 0}}, 1, 1, "ERROR. ZvkCaptureStart failed. ChannelID=1. Reason=ZvkErrorIO (-20).", {}, {"ZvkCaptureStart"}},
         {{{"ZvkCaptureFrameQueue", 1, -7, 0}},
          1,
          1,
@@ -242,31 +223,12 @@ TEST_F(AcquisitionTest, StartFailures)
          {start + "ERROR. ZvkFrameRevokeAll failed. ChannelID=1. Reason=ZvkErrorInternalFault (-1).",
           start + "ERROR. ZvkCaptureEnd failed. ChannelID=1. Reason=ZvkErrorApiNotStarted (-2)."},
          {"ZvkCaptureFrameQueue", "ZvkCaptureQueueFlush", "ZvkFrameRevokeAll", "ZvkCaptureEnd"}},
-        {{{"ZvkFeatureCommandRun", 1, -6, 0}},
-         1,
-         1,
-         "ERROR. AcquisitionStart failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).",
-         {},
-         {"AcquisitionStart"}},
-        {{{"ZvkFeatureCommandRun", 2, -6, 0}},
-         0,
-         0,
-         "ERROR. TriggerSoftware failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).",
-         {},
-         {"AcquisitionStart", "TriggerSoftware"}},
-        {{{"ZvkFeatureCommandRun", 1, -6, 0}},
-         0,
-         0,
-         "ERROR. AcquisitionStart failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).",
-         {},
-         {"AcquisitionStart", "TriggerSoftware"}},
-        {{{"ZvkFeatureCommandRun", 1, -6, 1}},
-         0,
-         1,
-         "ERROR. TriggerSoftware failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).",
-         {},
-         {"AcquisitionStart", "TriggerSoftware"}},
+        {{{"ZvkFeatureCommandRun", 1, -6, 0}}, 1, 1, "ERROR. AcquisitionStart failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).", {}, {"AcquisitionStart"}},
+        {{{"ZvkFeatureCommandRun", 2, -6, 0}}, 0, 0, "ERROR. TriggerSoftware failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).", {}, {"AcquisitionStart", "TriggerSoftware"}},
+        {{{"ZvkFeatureCommandRun", 1, -6, 0}}, 0, 0, "ERROR. AcquisitionStart failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).", {}, {"AcquisitionStart", "TriggerSoftware"}},
+        {{{"ZvkFeatureCommandRun", 1, -6, 1}}, 0, 1, "ERROR. TriggerSoftware failed. ChannelID=1. Reason=ZvkErrorInvalidAccess (-6).", {}, {"AcquisitionStart", "TriggerSoftware"}},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.faults[0].entry) + " " + std::to_string(row.faults[0].nth) + " of " +
                      row.text);
@@ -349,20 +311,14 @@ TEST_F(AcquisitionTest, StopFailures)
         const char* text;
         bool stillReceiving;
     };
+    // clang-format off
     const Row rows[] = {
-        {{"ZvkFeatureCommandRun", 1, -20, 0},
-         "StopAcquisition: ERROR. AcquisitionStop command failed. channelID=0. Reason=ZvkErrorIO (-20).",
-         true},
-        {{"ZvkCaptureEnd", 1, -20, 0},
-         "StopAcquisition: ERROR. ZvkCaptureEnd failed. channelID=0. Reason=ZvkErrorIO (-20).",
-         false},
-        {{"ZvkCaptureQueueFlush", 1, -20, 0},
-         "StopAcquisition: ERROR. ZvkCaptureQueueFlush failed. channelID=0. Reason=ZvkErrorIO (-20).",
-         false},
-        {{"ZvkFrameRevokeAll", 1, -20, 0},
-         "StopAcquisition: ERROR. ZvkFrameRevokeAll failed. channelID=0. Reason=ZvkErrorIO (-20).",
-         false},
+        {{"ZvkFeatureCommandRun", 1, -20, 0}, "StopAcquisition: ERROR. AcquisitionStop command failed. channelID=0. Reason=ZvkErrorIO (-20).", true},
+        {{"ZvkCaptureEnd", 1, -20, 0}, "StopAcquisition: ERROR. ZvkCaptureEnd failed. channelID=0. Reason=ZvkErrorIO (-20).", false},
+        {{"ZvkCaptureQueueFlush", 1, -20, 0}, "StopAcquisition: ERROR. ZvkCaptureQueueFlush failed. channelID=0. Reason=ZvkErrorIO (-20).", false},
+        {{"ZvkFrameRevokeAll", 1, -20, 0}, "StopAcquisition: ERROR. ZvkFrameRevokeAll failed. channelID=0. Reason=ZvkErrorIO (-20).", false},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
         Stream(0);

@@ -180,18 +180,12 @@ TEST_F(ConfigurationTest, RegionOfInterest)
         std::int32_t x, y, width, height;
         std::vector<std::string> writes;
     };
+    // clang-format off
     const Row rows[] = {
-        {0,
-         0,
-         100'000,
-         4000,
-         {"OffsetX, 0)", "OffsetY, 0)", "Width, 64)", "Height, 48)", "OffsetX, 0)", "OffsetY, 0)"}},
-        {16,
-         8,
-         32,
-         24,
-         {"OffsetX, 0)", "OffsetY, 0)", "Width, 32)", "Height, 24)", "OffsetX, 16)", "OffsetY, 8)"}},
+        {0, 0, 100'000, 4000, {"OffsetX, 0)", "OffsetY, 0)", "Width, 64)", "Height, 48)", "OffsetX, 0)", "OffsetY, 0)"}},
+        {16, 8, 32, 24, {"OffsetX, 0)", "OffsetY, 0)", "Width, 32)", "Height, 24)", "OffsetX, 16)", "OffsetY, 8)"}},
     };
+    // clang-format on
     Open();
     for (const Row& row : rows) {
         CommonParams params = Params(1, 0);
@@ -222,78 +216,24 @@ TEST_F(ConfigurationTest, Failures)
         std::vector<std::string> reported; // in this order; the last one stays in the text buffer
     };
     const std::string setup = "SetupCommonParams: ";
+    // clang-format off
     const Row rows[] = {
-        {{{"ZvkFeatureFloatSet", 1, -11, 0}},
-         0,
-         1,
-         {setup +
-          "ERROR. ZvkFeatureFloatSet ExposureTime failed. ChannelID=0. Reason=ZvkErrorInvalidValue (-11)"}},
-        {{{"ZvkFeatureFloatSet", 1, -11, 0}},
-         2,
-         1,
-         {setup +
-          "ERROR. ZvkFeatureFloatSet ExposureTimeAbs failed. ChannelID=2. Reason=ZvkErrorInvalidValue (-11)"}},
-        {{{"ZvkFeatureEnumSet", 1, -18, 0}},
-         0,
-         0,
-         {"SetTriggerSelector: ERROR. ZvkFeatureEnumSet TriggerSelector failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
-        {{{"ZvkFeatureEnumSet", 2, -18, 0}},
-         0,
-         0,
-         {"SetTriggerMode: ERROR. ZvkFeatureEnumSet TriggerMode failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
-        {{{"ZvkFeatureEnumSet", 5, -18, 0}},
-         0,
-         0,
-         {"SetTriggerSource: ERROR. ZvkFeatureEnumSet TriggerSource failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
-        {{{"ZvkFeatureEnumSet", 6, -18, 0}},
-         0,
-         0,
-         {"SetAcquisitionMode: ERROR. ZvkFeatureEnumSet AcquisitionMode failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
-        {{{"ZvkFeatureEnumSet", 7, -18, 0}},
-         0,
-         0,
-         {"SetTriggerActivation: ERROR. ZvkFeatureEnumSet TriggerActivation failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
-        {{{"ZvkFeatureEnumSet", 3, -18, 0}},
-         2,
-         0,
-         {"SetExposureMode: ERROR. ZvkFeatureEnumSet ExposureMode failed. ChannelID=2. Reason=ZvkErrorNotSupported (-18)"}},
-        {{{"ZvkFeatureIntSet", 1, -6, 0}},
-         0,
-         0,
-         {setup +
-          "WARNING. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorInvalidAccess (-6)"}},
-        {{{"ZvkFeatureIntSet", 2, -6, 0}},
-         0,
-         0,
-         {setup +
-          "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorInvalidAccess (-6)"}},
-        {{{"ZvkFeatureIntSet", 3, -11, 0}},
-         0,
-         1,
-         {setup + "ERROR. ZvkFeatureIntSet Width=64 failed. ChannelID=0. Reason=ZvkErrorInvalidValue (-11)"}},
-        {{{"ZvkFeatureIntSet", 4, -11, 0}},
-         0,
-         1,
-         {setup +
-          "ERROR. ZvkFeatureIntSet Height=48 failed. ChannelID=0. Reason=ZvkErrorInvalidValue (-11)"}},
-        {{{"ZvkFeatureIntSet", 5, -3, 0}},
-         0,
-         0,
-         {setup + "WARNING. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)"}},
-        {{{"ZvkFeatureIntSet", 6, -3, 0}},
-         0,
-         0,
-         {setup + "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)"}},
-        {{{"ZvkFeatureIntSet", 5, -1, 0}},
-         0,
-         1,
-         {setup +
-          "ERROR. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
-        {{{"ZvkFeatureIntSet", 6, -1, 0}},
-         0,
-         1,
-         {setup +
-          "ERROR. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
+        {{{"ZvkFeatureFloatSet", 1, -11, 0}}, 0, 1, {setup + "ERROR. ZvkFeatureFloatSet ExposureTime failed. ChannelID=0. Reason=ZvkErrorInvalidValue (-11)"}},
+        {{{"ZvkFeatureFloatSet", 1, -11, 0}}, 2, 1, {setup + "ERROR. ZvkFeatureFloatSet ExposureTimeAbs failed. ChannelID=2. Reason=ZvkErrorInvalidValue (-11)"}},
+        {{{"ZvkFeatureEnumSet", 1, -18, 0}}, 0, 0, {"SetTriggerSelector: ERROR. ZvkFeatureEnumSet TriggerSelector failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
+        {{{"ZvkFeatureEnumSet", 2, -18, 0}}, 0, 0, {"SetTriggerMode: ERROR. ZvkFeatureEnumSet TriggerMode failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
+        {{{"ZvkFeatureEnumSet", 5, -18, 0}}, 0, 0, {"SetTriggerSource: ERROR. ZvkFeatureEnumSet TriggerSource failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
+        {{{"ZvkFeatureEnumSet", 6, -18, 0}}, 0, 0, {"SetAcquisitionMode: ERROR. ZvkFeatureEnumSet AcquisitionMode failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
+        {{{"ZvkFeatureEnumSet", 7, -18, 0}}, 0, 0, {"SetTriggerActivation: ERROR. ZvkFeatureEnumSet TriggerActivation failed. ChannelID=0. Reason=ZvkErrorNotSupported (-18)"}},
+        {{{"ZvkFeatureEnumSet", 3, -18, 0}}, 2, 0, {"SetExposureMode: ERROR. ZvkFeatureEnumSet ExposureMode failed. ChannelID=2. Reason=ZvkErrorNotSupported (-18)"}},
+        {{{"ZvkFeatureIntSet", 1, -6, 0}}, 0, 0, {setup + "WARNING. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorInvalidAccess (-6)"}},
+        {{{"ZvkFeatureIntSet", 2, -6, 0}}, 0, 0, {setup + "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorInvalidAccess (-6)"}},
+        {{{"ZvkFeatureIntSet", 3, -11, 0}}, 0, 1, {setup + "ERROR. ZvkFeatureIntSet Width=64 failed. ChannelID=0. Reason=ZvkErrorInvalidValue (-11)"}},
+        {{{"ZvkFeatureIntSet", 4, -11, 0}}, 0, 1, {setup + "ERROR. ZvkFeatureIntSet Height=48 failed. ChannelID=0. Reason=ZvkErrorInvalidValue (-11)"}},
+        {{{"ZvkFeatureIntSet", 5, -3, 0}}, 0, 0, {setup + "WARNING. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)"}},
+        {{{"ZvkFeatureIntSet", 6, -3, 0}}, 0, 0, {setup + "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)"}},
+        {{{"ZvkFeatureIntSet", 5, -1, 0}}, 0, 1, {setup + "ERROR. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
+        {{{"ZvkFeatureIntSet", 6, -1, 0}}, 0, 1, {setup + "ERROR. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
         // After the first hard error the region's steps keep quiet but go on; clearing the offsets still
         // warns.
         {{{"ZvkFeatureFloatSet", 1, -11, 0}, {"ZvkFeatureIntSet", 1, -3, 1}},
@@ -312,6 +252,7 @@ TEST_F(ConfigurationTest, Failures)
               "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)",
           setup + "ERROR. ZvkFeatureIntSet Width=64 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
     };
+    // clang-format on
     Open();
     ASSERT_EQ(Configure(0), 0);
     ASSERT_EQ(Configure(2), 0);
