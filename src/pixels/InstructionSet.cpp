@@ -52,10 +52,12 @@ InstructionSet ChooseInstructionSet(const char* wanted) noexcept
 {
     InstructionSet best = InstructionSet::Plain;
     for (const InstructionSet set : kInstructionSets) {
-        if (!InstructionSetUsable(set))
+        if (!InstructionSetUsable(set)) {
             continue;
-        if (wanted != nullptr && std::strcmp(wanted, InstructionSetName(set)) == 0)
+        }
+        if (wanted != nullptr && std::strcmp(wanted, InstructionSetName(set)) == 0) {
             return set;
+        }
         best = set;
     }
     return best;
@@ -68,8 +70,9 @@ InstructionSet CurrentInstructionSet() noexcept
 
 bool ForceInstructionSet(InstructionSet set) noexcept
 {
-    if (!InstructionSetUsable(set))
+    if (!InstructionSetUsable(set)) {
         return false;
+    }
     Current().store(set, std::memory_order_relaxed);
     return true;
 }

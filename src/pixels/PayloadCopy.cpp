@@ -13,8 +13,9 @@ void CopyPayload(void* destination, const void* source, std::size_t byteCount) n
 {
     const InstructionSet set = CurrentInstructionSet();
     if (ChooseStores(destination, byteCount) == StoreKind::Cached || set == InstructionSet::Plain) {
-        if (byteCount != 0)
+        if (byteCount != 0) {
             std::memcpy(destination, source, byteCount);
+        }
         return;
     }
 
@@ -23,10 +24,12 @@ void CopyPayload(void* destination, const void* source, std::size_t byteCount) n
     const std::size_t head = (0 - reinterpret_cast<std::uintptr_t>(to)) % kStreamingStep;
     const std::size_t whole = (byteCount - head) / kStreamingStep * kStreamingStep;
     std::memcpy(to, from, head);
-    if (set >= InstructionSet::Avx2)
+    if (set >= InstructionSet::Avx2) {
         StreamingCopyAvx2(to + head, from + head, whole);
-    else
+    }
+    else {
         StreamingCopySse2(to + head, from + head, whole);
+    }
     std::memcpy(to + head + whole, from + head + whole, byteCount - head - whole);
 }
 

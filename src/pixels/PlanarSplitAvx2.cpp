@@ -74,10 +74,12 @@ __m256i Order(unsigned colour, std::size_t head) noexcept
 template <StoreKind Stores>
 void WriteAligned(std::uint8_t* plane, __m256i bytes) noexcept
 {
-    if constexpr (Stores == StoreKind::Streaming)
+    if constexpr (Stores == StoreKind::Streaming) {
         _mm256_stream_si256(reinterpret_cast<__m256i*>(plane), bytes);
-    else
+    }
+    else {
         _mm256_store_si256(reinterpret_cast<__m256i*>(plane), bytes);
+    }
 }
 
 // Planes on 32-byte boundaries: a whole cache line of each at a time.
@@ -166,8 +168,9 @@ std::size_t Split(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget t
 {
     const std::size_t done = aligned ? SplitAligned<Stores>(rgb, pixelCount, target)
                                      : SplitMisaligned<Stores>(rgb, pixelCount, target);
-    if constexpr (Stores == StoreKind::Streaming)
+    if constexpr (Stores == StoreKind::Streaming) {
         _mm_sfence();
+    }
     return done;
 }
 
@@ -175,8 +178,9 @@ std::size_t Split(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget t
 
 void SplitAvx2(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget target, StoreKind stores) noexcept
 {
-    if (pixelCount < 2 * kWidth)
+    if (pixelCount < 2 * kWidth) {
         return SplitPlain(rgb, pixelCount, target, stores);
+    }
 
     const bool aligned =
         ((reinterpret_cast<std::uintptr_t>(target.red) | reinterpret_cast<std::uintptr_t>(target.green) |
@@ -187,8 +191,9 @@ void SplitAvx2(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget targ
                                  : Split<StoreKind::Cached>(rgb, pixelCount, target, aligned);
 
     // What stands before the first whole chunk of a plane, and what the last step carried.
-    if (!aligned)
+    if (!aligned) {
         SplitPlain(rgb, kLane, target, stores);
+    }
     SplitPlain(rgb + 3 * done, pixelCount - done,
                {target.red + done, target.green + done, target.blue + done}, stores);
 }

@@ -131,8 +131,9 @@ void WriteSteps(const std::uint8_t* rgb, std::size_t stepCount, Plane red, Plane
         blue.template Write<Stores>(at, mixed.blue);
         rgb += 3 * kWidth;
     }
-    if constexpr (Stores == StoreKind::Streaming)
+    if constexpr (Stores == StoreKind::Streaming) {
         _mm_sfence();
+    }
 }
 
 // Returns up to which pixel the planes are written, but for the pixels before their first line.
@@ -172,8 +173,9 @@ void SplitAvx512Vbmi(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarge
     // Loads that straddle lines would double the time, so begin at a pixel that stands on a line of the
     // source.
     const std::size_t before = PixelsBeforeSourceLine(rgb);
-    if (pixelCount < before + kWidth)
+    if (pixelCount < before + kWidth) {
         return SplitPlain(rgb, pixelCount, target, stores);
+    }
     SplitPlain(rgb, before, target, stores);
     rgb += 3 * before;
     pixelCount -= before;
@@ -187,8 +189,9 @@ void SplitAvx512Vbmi(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarge
                                  : SplitSteps<StoreKind::Cached>(rgb, stepCount, target, aligned);
 
     // What stands before the first line of a plane, and what is left at the end.
-    if (!aligned)
+    if (!aligned) {
         SplitPlain(rgb, kWidth, target, stores);
+    }
     SplitPlain(rgb + 3 * done, pixelCount - done, From(target, done), stores);
 }
 

@@ -37,10 +37,12 @@ __m128i Order(int colour) noexcept
 template <StoreKind Stores>
 void Write(std::uint8_t* plane, __m128i bytes) noexcept
 {
-    if constexpr (Stores == StoreKind::Streaming)
+    if constexpr (Stores == StoreKind::Streaming) {
         _mm_stream_si128(reinterpret_cast<__m128i*>(plane), bytes);
-    else
+    }
+    else {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(plane), bytes);
+    }
 }
 
 template <StoreKind Stores>
@@ -64,8 +66,9 @@ void SplitBlocks(const std::uint8_t* rgb, std::size_t blockCount, SplitTarget ta
         Write<Stores>(target.blue + at, _mm_shuffle_epi8(blue, blueOrder));
         rgb += 3 * kWidth;
     }
-    if constexpr (Stores == StoreKind::Streaming)
+    if constexpr (Stores == StoreKind::Streaming) {
         _mm_sfence();
+    }
 }
 
 bool Aligned(const SplitTarget& target) noexcept
@@ -82,10 +85,12 @@ void SplitSsse3(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget tar
 {
     const std::size_t blockCount = pixelCount / kWidth;
     // Streaming stores want aligned planes, which all but odd image sizes have.
-    if (stores == StoreKind::Streaming && Aligned(target))
+    if (stores == StoreKind::Streaming && Aligned(target)) {
         SplitBlocks<StoreKind::Streaming>(rgb, blockCount, target);
-    else
+    }
+    else {
         SplitBlocks<StoreKind::Cached>(rgb, blockCount, target);
+    }
 
     const std::size_t done = blockCount * kWidth;
     SplitPlain(rgb + 3 * done, pixelCount - done,

@@ -56,8 +56,9 @@ ProcessorFeatures DetectProcessorFeatures() noexcept
     const std::uint32_t highestLeaf = Cpuid(0).eax;
     const std::uint32_t leaf1Ecx = Cpuid(1).ecx;
     features.ssse3 = HasAll(leaf1Ecx, kLeaf1EcxSsse3);
-    if (highestLeaf < 7 || !HasAll(leaf1Ecx, kLeaf1EcxOsxsave))
+    if (highestLeaf < 7 || !HasAll(leaf1Ecx, kLeaf1EcxOsxsave)) {
         return features;
+    }
 
     // A processor may have wide registers that the system does not save between threads.
     const std::uint64_t savedState = _xgetbv(0);

@@ -3,11 +3,13 @@
 #include "sweep/Scenarios.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sstream>
+#include <thread>
 
 namespace maravel::sweep {
 
@@ -18,6 +20,7 @@ namespace {
 
 // More channels or list entries than this no scenario has: an endless list is a fault, not a wait.
 constexpr int kMaxListed = 1000;
+constexpr int kUnloadAttempts = 10'000;
 
 // What a closing step leaves behind when the SDK refuses it is in the way of the next one.
 struct Excuse
@@ -107,11 +110,19 @@ void SweepHost::Reload()
 
 std::string SweepHost::LeftModules()
 {
-    std::string left;
-    for (const char* name : {"ZvkC.dll", "ZvkImageTransform.dll", MARAVEL_ADAPTER_FILE}) {
-        if (test::IsModuleLoaded(name)) {
-            left += std::string(name) + " ";
+    const auto loaded = []() {
+        std::string names;
+        for (const char* name : {"ZvkC.dll", "ZvkImageTransform.dll", MARAVEL_ADAPTER_FILE}) {
+            names += test::IsModuleLoaded(name) ? std::string(name) + " " : "";
         }
+        return names;
+    };
+    // A library goes when the last of its threads has left it, which on Windows is a moment after its work
+    // ended.
+    std::string left = loaded();
+    for (int attempt = 0; !left.empty() && attempt < kUnloadAttempts; ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        left = loaded();
     }
     return left;
 }

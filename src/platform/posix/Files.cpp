@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using maravel::posix::SetLastError;
 using maravel::posix::SetLastErrorFromErrno;
 
 namespace {

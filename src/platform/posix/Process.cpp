@@ -70,7 +70,7 @@ int AtModuleExit(void (*routine)())
 
 DWORD GetCurrentThreadId()
 {
-    static thread_local const DWORD id = static_cast<DWORD>(gettid());
+    static thread_local const auto id = static_cast<DWORD>(gettid());
     return id;
 }
 
