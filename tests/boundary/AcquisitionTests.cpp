@@ -143,6 +143,9 @@ TEST_F(AcquisitionTest, APayloadThatChangesWhileCapturingIsRefused)
     EXPECT_EQ(CountInLog("AllocateVideoBuffers: ERROR. channelID=0. Payload size changed from 3072 to 5000 "
                          "bytes while capturing. Stop first."),
               1);
+    payload = 2000;
+    EXPECT_EQ(Start(0), 1);
+    EXPECT_TRUE(IsInLog("Payload size changed from 3072 to 2000 bytes while capturing."));
     DeliverFrames(0);
     EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady));
     payload = 0;

@@ -404,6 +404,32 @@ TEST_F(FeatureTest, EntriesThatTheSdkInvents)
               "GetValidEnum: ERROR. The SDK lists 4294967295 entries of feature TestEnum, more than 65536.");
 }
 
+TEST_F(FeatureTest, ATruthThatIsNotOneIsFalseButAvailable)
+{
+    Open();
+    const auto boolGet = [](ZvkHandle_t, const char*, ZvkBool_t* value) {
+        *value = 2;
+        return ZvkErrorSuccess;
+    };
+    const auto access = [](ZvkHandle_t, const char*, ZvkBool_t* readable, ZvkBool_t* writeable) {
+        *readable = *writeable = 2;
+        return ZvkErrorSuccess;
+    };
+    const auto available = [](ZvkHandle_t, const char*, const char*, ZvkBool_t* value) {
+        *value = 2;
+        return ZvkErrorSuccess;
+    };
+    sdk.SimReplaceEntry("ZvkFeatureBoolGet", reinterpret_cast<void*>(+boolGet));
+    sdk.SimReplaceEntry("ZvkFeatureAccessQuery", reinterpret_cast<void*>(+access));
+    sdk.SimReplaceEntry("ZvkFeatureEnumIsAvailable", reinterpret_cast<void*>(+available));
+    GuardedBuffer value(256);
+    EXPECT_EQ(Channel(0).ReadValue(text(), 0, "TestBool", value.Text()), 0) << TextNow();
+    EXPECT_EQ(value.AsText(), "False");
+    EXPECT_EQ(Channel(0).GetFeatureAttr(text(), 0, "TestBool", 2, value.Text()), 0);
+    EXPECT_EQ(value.AsText(), "False");
+    EXPECT_EQ(Channel(0).GetValidEnum(text(), 0, "TestEnum", 0, value.Text()), 0) << TextNow();
+}
+
 TEST_F(FeatureTest, Attributes)
 {
     ExpectErrors();

@@ -2,6 +2,7 @@
 #include "boundary/AdapterTest.h"
 
 #include "sdk/ZvkTypes.h"
+#include "support/UnkindSdk.h"
 
 namespace maravel::test {
 
@@ -58,6 +59,15 @@ TEST_F(ReleaseTest, AStreamingCameraIsStoppedFirst)
     DeliverFrames(0);
     ASSERT_EQ(Stop(0), 0);
     EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=1 (Complete=1, Incomplete=0)"), 1);
+}
+
+TEST_F(ReleaseTest, AnSdkThatJoinsItsThreadsIsLeftByReleasingFirst)
+{
+    UnkindSdk unkind(sdk, true);
+    Stream(0);
+    EXPECT_EQ(Release(0), 0);
+    EXPECT_EQ(sdk.State().started, 0u);
+    UnloadAdapter();
 }
 
 TEST_F(ReleaseTest, AClosedChannelShutsDownWhenItIsTheLast)

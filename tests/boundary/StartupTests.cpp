@@ -266,6 +266,18 @@ TEST_F(StartupTest, ACameraListThatChangesIsReadUntilItSettles)
     }
 }
 
+TEST_F(StartupTest, AModuleThatNeverFoundAnSdkEndsAllTheSame)
+{
+    ExpectErrors();
+    SetEnvironment("ZORVIK_HOME", SdkFolder() + "-missing");
+    EXPECT_EQ(StartWithoutChannel(), 1);
+    UnloadAdapter();
+    const std::vector<std::string> log = Log();
+    ASSERT_GE(log.size(), 2u);
+    EXPECT_EQ(log[log.size() - 2], "Exit");
+    EXPECT_EQ(log.back(), "ShutdownAdapter");
+}
+
 TEST_F(StartupTest, ARelativeSdkFolderCountsFromTheCurrentFolder)
 {
     const std::filesystem::path before = std::filesystem::current_path();

@@ -2,9 +2,11 @@
 #include "support/TestPlatform.h"
 
 #include <atomic>
+#include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <regex>
@@ -122,6 +124,38 @@ TEST_F(LogTest, ALineIsWholeOrAbsentWhenTheLogClosesUnderIt)
         writer.join();
         EXPECT_EQ(Text(), text) << "written after the log was closed";
     }
+}
+
+TEST_F(LogTest, ClosingWaitsForALineHoweverLongThatTakes)
+{
+    const std::function<void()> read = test::StallLog(machine);
+    if (!read) {
+        GTEST_SKIP() << "no log here can be stalled";
+    }
+    InitLog();
+    std::atomic<int> written{0};
+    std::thread writer([&] {
+        for (; written < 100; ++written) { // more than a pipe holds
+            WriteLog(1, "%s\n", std::string(1000, 'x').c_str());
+        }
+    });
+    for (int before = -1; before != written;) { // until it makes no progress any more
+        before = written;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    std::atomic<bool> isRead{false};
+    std::atomic<bool> hasWaited{false};
+    std::thread closer([&] {
+        CloseLog();
+        hasWaited = isRead.load();
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(800)); // whoever gives up does so in half of that
+    isRead = true;
+    std::thread reader(read);
+    closer.join();
+    writer.join();
+    reader.join();
+    EXPECT_TRUE(hasWaited);
 }
 
 TEST_F(LogTest, AFolderThatCannotBeMadeLeavesLoggingOff)

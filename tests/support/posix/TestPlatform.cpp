@@ -8,8 +8,10 @@
 #include <fstream>
 #include <iomanip>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -108,6 +110,22 @@ void PrivateMachine::SetRegistry(const std::vector<RegistryEntry>& entries)
 void PrivateMachine::RemoveLogFolder()
 {
     fs::remove_all(logFolder_);
+}
+
+std::function<void()> StallLog(const PrivateMachine& machine)
+{
+    fs::remove_all(machine.LogFolder());
+    fs::create_directories(machine.LogFolder());
+    if (mkfifo(machine.LogFile().c_str(), 0600) != 0) {
+        return {};
+    }
+    return [pipe = std::make_shared<std::ifstream>(), file = machine.LogFile()] {
+        pipe->open(file, std::ios::binary);
+        for (int lines = 0; lines < 100; ++lines) {
+            std::string line;
+            std::getline(*pipe, line);
+        }
+    };
 }
 
 std::vector<LogObstacle> LogObstacles()

@@ -94,6 +94,11 @@ void PrivateMachine::RemoveLogFolder()
     fs::remove_all(logFolder_, ignored);
 }
 
+std::function<void()> StallLog(const PrivateMachine&)
+{
+    return {};
+}
+
 std::vector<LogObstacle> LogObstacles()
 {
     return {
