@@ -1,5 +1,6 @@
 // What ZvkImageTransform.dll exports: the SDK's entry points, and the control of them.
 #include "imagetransform/ImageTransform.h"
+#include "imagetransform/RowKernels.h"
 #include "imagetransform/TransformControl.h"
 
 #include "common/Dispatch.h"
@@ -22,6 +23,7 @@ SIM_TRANSFORM_FUNCTIONS(MARAVEL_EXPORT_CONTROL)
 void SimTransformReset()
 {
     EntryPointCalls().Reset();
+    maravel::imagetransform::ChooseKernels(nullptr);
 }
 
 int32_t SimTransformFailCall(const char* entry, uint32_t nth, int32_t code, uint32_t forever)
@@ -60,6 +62,13 @@ uint32_t SimTransformCalls(char* buffer, uint32_t size)
 void SimTransformClearCalls()
 {
     EntryPointCalls().ClearCalls();
+}
+
+int32_t SimTransformUseInstructionSet(const char* name)
+{
+    if (name == nullptr)
+        return ZvkErrorBadParameter;
+    return maravel::imagetransform::ChooseKernels(name) ? ZvkErrorSuccess : ZvkErrorNotSupported;
 }
 
 } // extern "C"

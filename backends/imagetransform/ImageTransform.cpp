@@ -52,24 +52,19 @@ ZvkError_t CheckImage(const ZvkImage* image)
         return ZvkErrorBadParameter;
     if (image->size != sizeof(ZvkImage))
         return ZvkErrorStructSize;
-    if (image->data == nullptr || image->imageInfo.width == 0 || image->imageInfo.height == 0 ||
-        !LineBytes(image->imageInfo.pixelFormat, image->imageInfo.width))
+    const ZvkImageInfo& info = image->imageInfo;
+    const auto lineBytes = LineBytes(info.pixelFormat, info.width);
+    if (image->data == nullptr || info.width == 0 || info.height == 0 || !lineBytes ||
+        info.stride < *lineBytes)
         return ZvkErrorBadParameter;
     return ZvkErrorSuccess;
 }
 
-void Convert(const PixelFormat& format, const std::uint8_t* source, ImageSize size, ColourTarget target)
+// A described image has no gap between its lines, not even the rest of a byte. A caller that makes its stride
+// larger has one.
+bool HasGaps(const ZvkImageInfo& image)
 {
-    switch (format.family) {
-    case Family::Mono:
-        return ConvertMono(format, source, size, target);
-    case Family::Bayer:
-        return ConvertBayer(format, source, size, target);
-    case Family::Rgb:
-        return ConvertRgb(format, source, size, target);
-    case Family::Yuv:
-        return ConvertYuv(format, source, size, target);
-    }
+    return image.stride != LineBytes(image.pixelFormat, image.width);
 }
 
 } // namespace
@@ -182,10 +177,17 @@ ZvkError_t ImageTransform::ZvkImageTransform(const ZvkImage* source, ZvkImage* d
     if (format == nullptr || (to.pixelFormat != ZvkPixelFormatRgb8 && to.pixelFormat != kBgr8))
         return ZvkErrorNotSupported;
 
-    const bool rgb = to.pixelFormat == ZvkPixelFormatRgb8;
-    const ColourTarget target = {
-        .pixels = static_cast<std::uint8_t*>(destination->data), .red = rgb ? 0u : 2u, .blue = rgb ? 2u : 0u};
-    Convert(*format, static_cast<const std::uint8_t*>(source->data), {from.width, from.height}, target);
+    Conversion conversion = {.format = format,
+                             .source = static_cast<const std::uint8_t*>(source->data),
+                             .sourceStride = HasGaps(from) ? static_cast<std::size_t>(from.stride) : 0,
+                             .target = static_cast<std::uint8_t*>(destination->data),
+                             .targetStride = static_cast<std::size_t>(to.stride),
+                             .width = from.width,
+                             .height = from.height,
+                             .redFirst = to.pixelFormat == ZvkPixelFormatRgb8,
+                             .kernels = &ChosenKernels()};
+    conversion.Prepare();
+    ConvertRows(conversion, 0, conversion.height);
     return ZvkErrorSuccess;
 }
 
