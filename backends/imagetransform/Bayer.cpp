@@ -91,15 +91,57 @@ MosaicPixel InterpolateBilinear(const MosaicLines& lines, std::size_t x, bool ow
             Mean(above[-1], above[1], below[-1], below[1])};
 }
 
+// Sums are in 1/16.
+std::uint8_t Scale(int sum)
+{
+    return static_cast<std::uint8_t>(std::clamp((sum + 8) >> 4, 0, 255));
+}
+
+// The interpolation of Malvar, He and Cutler (2004), made of the mean of the neighbours that have the missing
+// colour and of how the colour that is there bends. The weights are theirs.
+MosaicPixel InterpolateGradientCorrected(const MosaicLines& lines, std::size_t x, bool own)
+{
+    const std::uint8_t* above = lines.at[1] + x;
+    const std::uint8_t* line = lines.at[2] + x;
+    const std::uint8_t* below = lines.at[3] + x;
+    const int upright = lines.at[0][x] + lines.at[4][x];
+    const int across = line[-2] + line[2];
+    const int beside = line[-1] + line[1];
+    const int over = above[0] + below[0];
+    const int corners = above[-1] + above[1] + below[-1] + below[1];
+    if (!own) {
+        const int common = 10 * line[0] - 2 * corners;
+        return {Scale(common + 8 * beside - 2 * across + upright), line[0],
+                Scale(common + 8 * over - 2 * upright + across)};
+    }
+    const int far = upright + across;
+    return {line[0], Scale(8 * line[0] + 4 * (beside + over) - 2 * far),
+            Scale(12 * line[0] + 4 * corners - 3 * far)};
+}
+
 // The columns that a line's vectors did not do.
-void FinishLine(const MosaicLines& lines, std::size_t begin, std::size_t end, std::uint8_t* out)
+void FinishLine(const MosaicLines& lines, bool edgeAware, std::size_t begin, std::size_t end,
+                std::uint8_t* out)
 {
     for (std::size_t x = begin; x < end; ++x) {
-        const MosaicPixel pixel = InterpolateBilinear(lines, x, x % 2 == lines.firstOwn);
+        const bool own = x % 2 == lines.firstOwn;
+        const MosaicPixel pixel =
+            edgeAware ? InterpolateGradientCorrected(lines, x, own) : InterpolateBilinear(lines, x, own);
         out[3 * x] = lines.ownFirst ? pixel.own : pixel.other;
         out[3 * x + 1] = pixel.green;
         out[3 * x + 2] = lines.ownFirst ? pixel.other : pixel.own;
     }
+}
+
+void InterpolateLine(const Conversion& conversion, const MosaicLines& lines, std::uint8_t* out)
+{
+    const RowKernels& kernels = *conversion.kernels;
+    const std::size_t done =
+        conversion.edgeAware ? kernels.gradientCorrected(lines, out) : kernels.bilinear(lines, out);
+    FinishLine(lines, conversion.edgeAware, 0, std::min(lines.firstOwn, lines.width), out);
+    FinishLine(lines, conversion.edgeAware, done, lines.width, out);
+    if (conversion.correction != nullptr)
+        conversion.correction->Apply(out, lines.width, conversion.redFirst);
 }
 
 void ConvertTile(const Conversion& conversion, std::size_t firstColumn, std::size_t columns,
@@ -113,15 +155,17 @@ void ConvertTile(const Conversion& conversion, std::size_t firstColumn, std::siz
         const auto line = static_cast<std::ptrdiff_t>(y);
         const bool even = y % 2 == 0;
         const bool redLine = even == redFirst;
+        const std::uint8_t* far[2] = {nullptr, nullptr}; // the mean needs nothing that far away
+        if (conversion.edgeAware) {
+            far[0] = cache.Line(line - 2);
+            far[1] = cache.Line(line + 2);
+        }
         const MosaicLines lines = {
-            .at = {nullptr, cache.Line(line - 1), cache.Line(line), cache.Line(line + 1), nullptr},
+            .at = {far[0], cache.Line(line - 1), cache.Line(line), cache.Line(line + 1), far[1]},
             .width = columns,
             .firstOwn = even == greenFirst ? 1u : 0u,
             .ownFirst = redLine == conversion.redFirst};
-        std::uint8_t* out = conversion.target + y * conversion.targetStride + 3 * firstColumn;
-        const std::size_t done = conversion.kernels->bilinear(lines, out);
-        FinishLine(lines, 0, std::min(lines.firstOwn, columns), out);
-        FinishLine(lines, done, columns, out);
+        InterpolateLine(conversion, lines, conversion.target + y * conversion.targetStride + 3 * firstColumn);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "imagetransform/Conversions.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace maravel::imagetransform {
@@ -12,18 +13,33 @@ bool IsCopy(const Conversion& conversion)
            format.rgbOrder == (conversion.redFirst ? RgbOrder::Rgb : RgbOrder::Bgr);
 }
 
-void ConvertRun(const Conversion& conversion, const SourceRun& run, std::size_t first, std::size_t count,
-                std::uint8_t* out)
+constexpr std::size_t kPiece = 4096; // pixels that are corrected while they are in the nearest cache
+
+void ConvertPixels(const Conversion& conversion, const SourceRun& run, std::size_t first, std::size_t count,
+                   std::uint8_t* out)
 {
     if (IsCopy(conversion)) {
         if (out != run.bytes + 3 * first)
             std::memcpy(out, run.bytes + 3 * first, 3 * count);
-        return;
     }
-    if (conversion.format->family == Family::Yuv)
+    else if (conversion.format->family == Family::Yuv) {
         ConvertYuv(conversion, run, first, count, out);
-    else
+    }
+    else {
         ConvertChannels(conversion, run, first, count, out);
+    }
+}
+
+void ConvertRun(const Conversion& conversion, const SourceRun& run, std::size_t first, std::size_t count,
+                std::uint8_t* out)
+{
+    if (conversion.correction == nullptr)
+        return ConvertPixels(conversion, run, first, count, out);
+    for (std::size_t done = 0; done < count; done += kPiece) {
+        const std::size_t pixels = std::min(kPiece, count - done);
+        ConvertPixels(conversion, run, first + done, pixels, out + 3 * done);
+        conversion.correction->Apply(out + 3 * done, pixels, conversion.redFirst);
+    }
 }
 
 } // namespace

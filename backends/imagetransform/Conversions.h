@@ -3,6 +3,7 @@
 // few rows on the stack. The caller has checked sizes, strides and pointers.
 #pragma once
 
+#include "imagetransform/ColourCorrection.h"
 #include "imagetransform/PixelFormats.h"
 #include "imagetransform/RowKernels.h"
 
@@ -30,7 +31,9 @@ struct Conversion
     std::size_t width;        // pixels, at least 1
     std::size_t height;       // pixels, at least 1
     bool redFirst;            // RGB8, otherwise BGR8
+    bool edgeAware;           // of two ways to interpolate a mosaic
     const RowKernels* kernels;
+    const ColourCorrection* correction; // null: none
 
     // What the format comes to, by Prepare.
     SampleLayout samples = {};

@@ -2,8 +2,11 @@
 
 #include "imagetransform/Conversions.h"
 #include "imagetransform/PixelFormats.h"
+#include "imagetransform/TransformInfo.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 namespace maravel::imagetransform {
@@ -67,6 +70,52 @@ bool HasGaps(const ZvkImageInfo& image)
     return image.stride != LineBytes(image.pixelFormat, image.width);
 }
 
+struct Settings
+{
+    bool edgeAware = false;
+    ColourCorrection correction;
+};
+
+ZvkError_t ReadSetting(const ZvkTransformInfo& parameter, Settings* settings)
+{
+    const auto require = [](bool valid) { return valid ? ZvkErrorSuccess : ZvkErrorBadParameter; };
+    switch (parameter.kind) {
+    case ZvkTransformDebayerMode:
+        settings->edgeAware = parameter.value.debayerMode == ZvkDebayerModeEdgeAware;
+        return parameter.value.debayerMode <= ZvkDebayerModeEdgeAware ? ZvkErrorSuccess
+                                                                      : ZvkErrorNotSupported;
+    case ZvkTransformColorCorrectionMatrix:
+        return require(settings->correction.SetMatrix(parameter.value.matrix));
+    case ZvkTransformGammaCorrection:
+        return require(settings->correction.SetGamma(parameter.value.gamma));
+    default:
+        return ZvkErrorNotSupported;
+    }
+}
+
+ZvkError_t ReadSettings(const ZvkTransformInfo* parameters, std::uint32_t count, Settings* settings)
+{
+    if (count != 0 && parameters == nullptr)
+        return ZvkErrorBadParameter;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (const ZvkError_t result = ReadSetting(parameters[i], settings); result != ZvkErrorSuccess)
+            return result;
+    }
+    return ZvkErrorSuccess;
+}
+
+// Fills in a record that proves to be a good one.
+ZvkError_t WriteSetting(const ZvkTransformInfo& wanted, ZvkTransformInfo* parameters)
+{
+    if (parameters == nullptr)
+        return ZvkErrorBadParameter;
+    Settings ignored;
+    const ZvkError_t result = ReadSetting(wanted, &ignored);
+    if (result == ZvkErrorSuccess)
+        *parameters = wanted;
+    return result;
+}
+
 } // namespace
 
 ZvkError_t ImageTransform::ZvkGetImageTransformVersion(std::uint32_t* packedVersion)
@@ -92,8 +141,9 @@ ZvkError_t ImageTransform::ZvkGetErrorInfo(ZvkError_t error, char* text, std::ui
     case ZvkErrorSuccess:
         return CopyText("No error", text, textSize);
     case ZvkErrorBadParameter:
-        return CopyText("A pointer is null, a size is zero, or the two images differ in size", text,
-                        textSize);
+        return CopyText(
+            "A pointer is null, a size or a setting is out of its range, or the two images differ in size",
+            text, textSize);
     case ZvkErrorStructSize:
         return CopyText("The size field of an image record is wrong", text, textSize);
     case ZvkErrorMoreData:
@@ -113,20 +163,23 @@ ZvkError_t ImageTransform::ZvkGetApiInfoString(std::uint32_t, char* text, std::u
     return CopyText(kVersionText, text, textSize);
 }
 
-// A transform takes no parameters here, so there is none to set.
-ZvkError_t ImageTransform::ZvkSetDebayerMode(std::uint32_t, ZvkTransformInfo*)
+ZvkError_t ImageTransform::ZvkSetDebayerMode(std::uint32_t mode, ZvkTransformInfo* parameters)
 {
-    return ZvkErrorNotSupported;
+    return WriteSetting({.kind = ZvkTransformDebayerMode, .value = {.debayerMode = mode}}, parameters);
 }
 
-ZvkError_t ImageTransform::ZvkSetColorCorrectionMatrix3x3(const float*, ZvkTransformInfo*)
+ZvkError_t ImageTransform::ZvkSetColorCorrectionMatrix3x3(const float* matrix, ZvkTransformInfo* parameters)
 {
-    return ZvkErrorNotSupported;
+    if (matrix == nullptr)
+        return ZvkErrorBadParameter;
+    ZvkTransformInfo wanted = {.kind = ZvkTransformColorCorrectionMatrix, .value = {.matrix = {}}};
+    std::copy_n(matrix, std::size(wanted.value.matrix), wanted.value.matrix);
+    return WriteSetting(wanted, parameters);
 }
 
-ZvkError_t ImageTransform::ZvkSetGammaCorrection(float, ZvkTransformInfo*)
+ZvkError_t ImageTransform::ZvkSetGammaCorrection(float gamma, ZvkTransformInfo* parameters)
 {
-    return ZvkErrorNotSupported;
+    return WriteSetting({.kind = ZvkTransformGammaCorrection, .value = {.gamma = gamma}}, parameters);
 }
 
 ZvkError_t ImageTransform::ZvkSetImageInfoFromPixelFormat(ZvkPixelFormat_t pixelFormat, std::uint32_t width,
@@ -166,8 +219,10 @@ ZvkError_t ImageTransform::ZvkImageTransform(const ZvkImage* source, ZvkImage* d
         if (const ZvkError_t result = CheckImage(image); result != ZvkErrorSuccess)
             return result;
     }
-    if (parameterCount != 0)
-        return parameters == nullptr ? ZvkErrorBadParameter : ZvkErrorNotSupported;
+    Settings settings;
+    if (const ZvkError_t result = ReadSettings(parameters, parameterCount, &settings);
+        result != ZvkErrorSuccess)
+        return result;
 
     const ZvkImageInfo& from = source->imageInfo;
     const ZvkImageInfo& to = destination->imageInfo;
@@ -185,7 +240,9 @@ ZvkError_t ImageTransform::ZvkImageTransform(const ZvkImage* source, ZvkImage* d
                              .width = from.width,
                              .height = from.height,
                              .redFirst = to.pixelFormat == ZvkPixelFormatRgb8,
-                             .kernels = &ChosenKernels()};
+                             .edgeAware = settings.edgeAware,
+                             .kernels = &ChosenKernels(),
+                             .correction = settings.correction.IsNeeded() ? &settings.correction : nullptr};
     conversion.Prepare();
     ConvertRows(conversion, 0, conversion.height);
     return ZvkErrorSuccess;

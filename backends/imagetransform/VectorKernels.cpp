@@ -10,6 +10,7 @@
 #define HWY_DISABLE_PCLMUL_AES
 #define HWY_DISABLE_BMI2_FMA
 #define HWY_DISABLE_F16C
+#define HWY_IS_DEBUG_BUILD 0 // checks call what only Highway's own compiled library has
 #define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3_DL)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "imagetransform/VectorKernels.cpp"
