@@ -1,3 +1,5 @@
+#include "bench/Arena.h"
+#include "bench/ColourBench.h"
 #include "bench/EndToEndBench.h"
 #include "bench/GoogleStopwatch.h"
 #include "bench/KernelBench.h"
@@ -28,7 +30,7 @@ int Run(int argc, char** argv)
     app.add_option("--output", output, "Folder for goals.md, tables.md and the plots' data")
         ->check(CLI::ExistingDirectory);
     app.add_option("--only", topics,
-                   "What to measure: counts, log, lookup, kernels, endtoend (default: everything)");
+                   "What to measure: counts, log, lookup, kernels, colour, endtoend (default: everything)");
     CLI11_PARSE(app, argc, argv);
     const auto wanted = [&](const char* topic) {
         return topics.empty() || std::find(topics.begin(), topics.end(), topic) != topics.end();
@@ -45,12 +47,17 @@ int Run(int argc, char** argv)
         MeasureLogAndCallback(steps, report);
     if (wanted("lookup"))
         MeasureLookUp(steps, report);
-    if (wanted("kernels")) {
-        KernelBenchSettings settings;
-        settings.rounds = rounds;
-        settings.stopwatch = GoogleStopwatch;
-        settings.peers = SplitPeers();
+    KernelBenchSettings settings;
+    settings.rounds = rounds;
+    settings.stopwatch = GoogleStopwatch;
+    settings.peers = SplitPeers();
+    settings.colourPeers = ColourPeers;
+    settings.withColour = false;
+    if (wanted("kernels"))
         MeasureKernels(settings, report);
+    if (wanted("colour")) {
+        Arena arena;
+        MeasureColour(arena, settings, report);
     }
 
     if (wanted("endtoend"))

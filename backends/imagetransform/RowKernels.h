@@ -34,7 +34,7 @@ struct ChannelOrder
     // Where in the source the two begin that a block of the target is looked up in.
     static constexpr std::size_t FirstByte(std::size_t channels, std::size_t block)
     {
-        return channels == 4 ? block * kBlock : block * kBlock / 3 * channels;
+        return block * kBlock / 3 * channels;
     }
 };
 
