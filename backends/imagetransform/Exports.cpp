@@ -1,4 +1,6 @@
 // What ZvkImageTransform.dll exports: the SDK's entry points, and the control of them.
+#include "imagetransform/Bands.h"
+#include "imagetransform/Configuration.h"
 #include "imagetransform/ImageTransform.h"
 #include "imagetransform/RowKernels.h"
 #include "imagetransform/TransformControl.h"
@@ -24,6 +26,7 @@ void SimTransformReset()
 {
     EntryPointCalls().Reset();
     maravel::imagetransform::ChooseKernels(nullptr);
+    maravel::imagetransform::UseThreads(0);
 }
 
 int32_t SimTransformFailCall(const char* entry, uint32_t nth, int32_t code, uint32_t forever)
@@ -62,6 +65,16 @@ uint32_t SimTransformCalls(char* buffer, uint32_t size)
 void SimTransformClearCalls()
 {
     EntryPointCalls().ClearCalls();
+}
+
+void SimTransformUseThreads(uint32_t threads)
+{
+    maravel::imagetransform::UseThreads(threads);
+}
+
+uint32_t SimTransformThreads()
+{
+    return maravel::imagetransform::ConfiguredThreads();
 }
 
 int32_t SimTransformUseInstructionSet(const char* name)

@@ -1,5 +1,6 @@
 #include "imagetransform/ImageTransform.h"
 
+#include "imagetransform/Bands.h"
 #include "imagetransform/Conversions.h"
 #include "imagetransform/PixelFormats.h"
 #include "imagetransform/TransformInfo.h"
@@ -244,7 +245,7 @@ ZvkError_t ImageTransform::ZvkImageTransform(const ZvkImage* source, ZvkImage* d
                              .kernels = &ChosenKernels(),
                              .correction = settings.correction.IsNeeded() ? &settings.correction : nullptr};
     conversion.Prepare();
-    ConvertRows(conversion, 0, conversion.height);
+    Convert(conversion);
     return ZvkErrorSuccess;
 }
 

@@ -29,7 +29,12 @@
     FUNCTION(void, SimTransformClearCalls, (void)) \
     /* Converts with this instruction set from now on, "plain", "ssse3", "avx2" or "avx512vbmi". Not supported: it is \
      * not built, or this processor lacks it. */ \
-    FUNCTION(int32_t, SimTransformUseInstructionSet, (const char* name))
+    FUNCTION(int32_t, SimTransformUseInstructionSet, (const char* name)) \
+    /* From now on so many threads share every image, however small, the caller's included and as far as there are \
+     * processors. 0: as the SDK folder says. */ \
+    FUNCTION(void, SimTransformUseThreads, (uint32_t threads)) \
+    /* Threads that share a large image by what the SDK folder and the environment say. */ \
+    FUNCTION(uint32_t, SimTransformThreads, (void))
 /* clang-format on */
 
 #endif /* MARAVEL_TRANSFORMCONTROL_H */

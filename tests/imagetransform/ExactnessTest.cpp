@@ -32,6 +32,7 @@ std::vector<Place> Places()
             {width, 1 + width % 5, width % 3 == 1 ? width % 7 : 0, width % 4 == 3 ? 5u : 0u, width % 17});
     for (const std::size_t width : {127, 128, 129, 130, 255, 323})
         places.push_back({width, 4, 0, 0, width % 5});
+    places.push_back({37, 41, 0, 0, 0});  // bands begin in the middle of a group
     places.push_back({2051, 2, 0, 0, 1}); // more than a piece of deep pixels
     places.push_back({4097, 2, 0, 0, 0}); // a column more than a tile of a mosaic
     places.push_back({8200, 1, 0, 0, 3}); // and two of them
@@ -99,6 +100,8 @@ protected:
     {
         const Source source = Random(format, place);
         const std::vector<std::uint8_t> expected = Expected(format, source, place, edgeAware);
+        library_.SimTransformUseThreads(
+            static_cast<std::uint32_t>(1 + place.width % 7)); // and four bands for each
         for (const char* set : kInstructionSets) {
             if (library_.SimTransformUseInstructionSet(set) != ZvkErrorSuccess)
                 continue;
