@@ -3,9 +3,11 @@
 #include "Lock.h"
 
 #include <algorithm>
+#include <new>
 #include <sched.h>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace maravel::backend {
@@ -71,6 +73,13 @@ struct HelperThreads::State
         wake.WakeAll();
     }
 
+    void Stop()
+    {
+        Lock lock(mutex);
+        stop = true;
+        wake.WakeAll();
+    }
+
     // Those that have not begun are not needed any more.
     void Finish() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
     {
@@ -90,16 +99,18 @@ constinit Mutex g_making;
 
 HelperThreads::~HelperThreads()
 {
-    if (state_ == nullptr)
-        return;
+    State* state = nullptr;
     {
-        Lock lock(state_->mutex);
-        state_->stop = true;
-        state_->wake.WakeAll();
+        Lock lock(g_making);
+        state = std::exchange(state_, nullptr);
     }
-    for (std::thread& thread : state_->threads)
+    // A process may end while a host thread is still at work here: then everything stays as it is.
+    if (state == nullptr || !state->Take())
+        return;
+    state->Stop();
+    for (std::thread& thread : state->threads)
         thread.join();
-    delete state_;
+    delete state;
 }
 
 void HelperThreads::Run(unsigned count, Body body, void* context)
@@ -110,9 +121,10 @@ void HelperThreads::Run(unsigned count, Body body, void* context)
         Lock lock(g_making);
         if (state_ == nullptr)
             state_ = new (std::nothrow) State;
-        state = state_;
+        if (state_ != nullptr && state_->Take())
+            state = state_;
     }
-    if (state == nullptr || !state->Take())
+    if (state == nullptr)
         return body(context);
     state->Start(count);
     state->Offer(count, body, context);
@@ -122,10 +134,12 @@ void HelperThreads::Run(unsigned count, Body body, void* context)
 
 unsigned HelperThreads::Processors()
 {
-    cpu_set_t usable;
-    if (sched_getaffinity(0, sizeof usable, &usable) != 0)
-        return 1;
-    return static_cast<unsigned>(std::max(1, CPU_COUNT(&usable)));
+    static const unsigned count = [] {
+        cpu_set_t usable;
+        const bool known = sched_getaffinity(0, sizeof usable, &usable) == 0;
+        return static_cast<unsigned>(std::max(1, known ? CPU_COUNT(&usable) : 1));
+    }();
+    return count;
 }
 
 } // namespace maravel::backend

@@ -80,9 +80,10 @@ void HelperThreads::Run(unsigned count, Body body, void* context)
         Lock lock(g_making);
         if (state_ == nullptr)
             state_ = State::New();
-        state = state_;
+        if (state_ != nullptr && !state_->taken.exchange(true))
+            state = state_;
     }
-    if (state == nullptr || state->taken.exchange(true))
+    if (state == nullptr)
         return body(context);
     state->body = body;
     state->context = context;
@@ -95,10 +96,12 @@ void HelperThreads::Run(unsigned count, Body body, void* context)
 
 unsigned HelperThreads::Processors()
 {
-    DWORD_PTR usable = 0, system = 0;
-    if (!GetProcessAffinityMask(GetCurrentProcess(), &usable, &system))
-        return 1;
-    return static_cast<unsigned>(std::max(1, std::popcount(usable)));
+    static const unsigned count = [] {
+        DWORD_PTR usable = 0, system = 0;
+        const bool known = GetProcessAffinityMask(GetCurrentProcess(), &usable, &system) != 0;
+        return static_cast<unsigned>(std::max(1, known ? std::popcount(usable) : 1));
+    }();
+    return count;
 }
 
 } // namespace maravel::backend
