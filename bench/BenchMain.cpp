@@ -21,12 +21,15 @@ int Run(int argc, char** argv)
     const std::filesystem::path programFolder = std::filesystem::canonical("/proc/self/exe").parent_path();
     std::string sdk = (programFolder.parent_path() / "sdk").string();
     std::string adapter = (programFolder / "MaravelAdapterZorvik.so").string();
+    std::string former;
     std::string output;
     std::size_t rounds = 31;
     std::vector<std::string> topics;
     app.add_option("--rounds", rounds, "Interleaved rounds per comparison")->check(CLI::Range(1, 1001));
     app.add_option("--sdk", sdk, "Built SDK folder")->check(CLI::ExistingDirectory);
     app.add_option("--adapter", adapter, "Built adapter")->check(CLI::ExistingFile);
+    app.add_option("--against", former, "SDK folder of another build, to convert mosaics with in turn")
+        ->check(CLI::ExistingDirectory);
     app.add_option("--output", output, "Folder for goals.md, tables.md and the plots' data")
         ->check(CLI::ExistingDirectory);
     app.add_option("--only", topics,
@@ -61,7 +64,9 @@ int Run(int argc, char** argv)
     }
 
     if (wanted("endtoend"))
-        MeasureEndToEnd({rounds, sdk, adapter}, report);
+        MeasureEndToEnd({rounds, sdk, adapter, former}, report);
+    if (!former.empty())
+        MeasureAgainstFormer({rounds, sdk, adapter, former}, report);
 
     if (!output.empty())
         report.Save(output);

@@ -1,5 +1,7 @@
 #include "bench/ColourBench.h"
 
+#include "common/HelperThreads.h"
+#include "imagetransform/Bands.h"
 #include "imagetransform/ImageTransform.h"
 #include "imagetransform/PixelFormats.h"
 #include "imagetransform/TransformInfo.h"
@@ -17,20 +19,26 @@ using imagetransform::ImageTransform;
 using imagetransform::Packing;
 using imagetransform::PixelFormat;
 
+constexpr ImageSize kVga{"VGA", 640, 480};
+constexpr ImageSize k1080p{"1080p", 1920, 1080};
 constexpr ImageSize k5Mp{"5 MP", 2592, 1944};
+constexpr ImageSize k20Mp{"20 MP", 5472, 3648};
 
 const char* const kCopy = "libc copy";
 const char* const kLibrary = "library";
 // The peers' names, in the order of the table's columns.
 const char* const kPeers[] = {"OpenCV", "libyuv", "OpenCV edge-aware"};
 
-void Convert(const PixelFormat& format, bool edgeAware, const std::uint8_t* source, std::uint8_t* rgb)
+void Convert(const PixelFormat& format, bool edgeAware, const ImageSize& size, const std::uint8_t* source,
+             std::uint8_t* rgb)
 {
     ZvkImage from = {};
     from.size = sizeof from;
     ZvkImage to = from;
-    ImageTransform::ZvkSetImageInfoFromPixelFormat(format.code, k5Mp.width, k5Mp.height, &from);
-    ImageTransform::ZvkSetImageInfoFromPixelFormat(ZvkPixelFormatRgb8, k5Mp.width, k5Mp.height, &to);
+    const auto width = static_cast<std::uint32_t>(size.width);
+    const auto height = static_cast<std::uint32_t>(size.height);
+    ImageTransform::ZvkSetImageInfoFromPixelFormat(format.code, width, height, &from);
+    ImageTransform::ZvkSetImageInfoFromPixelFormat(ZvkPixelFormatRgb8, width, height, &to);
     from.data = const_cast<std::uint8_t*>(source);
     to.data = rgb;
     ZvkTransformInfo mode = {};
@@ -137,7 +145,7 @@ public:
         };
         add(kCopy, [=](const std::uint8_t* from, std::uint8_t* to) { std::memcpy(to, from, byteCount); });
         add(kLibrary, [&format, edgeAware](const std::uint8_t* from, std::uint8_t* to) {
-            Convert(format, edgeAware, from, to);
+            Convert(format, edgeAware, k5Mp, from, to);
         });
         if (settings_.colourPeers) {
             for (const ColourPeer& peer : settings_.colourPeers(format.code, edgeAware))
@@ -205,10 +213,37 @@ private:
     std::map<const Goal*, Worst> worst_;
 };
 
+// Of mosaics, at sizes around the one from which on help is worth while.
+void MeasureThreads(Arena& arena, const KernelBenchSettings& settings, Report& report)
+{
+    const unsigned processors = backend::HelperThreads::Processors();
+    if (processors < 2)
+        return;
+    SpeedTable table{"BayerRG8 to RGB8: speed of two threads against one", "threads", {"one", "two"}, {}};
+    for (const ImageSize& size : {kVga, k1080p, k5Mp, k20Mp}) {
+        std::vector<Subject> subjects;
+        for (unsigned threads = 1; threads <= 2; ++threads)
+            subjects.push_back(arena.MakeSubject(
+                table.subjects[threads - 1], 3 * size.pixels(), 0, Access::OneTarget,
+                [=](const std::uint8_t* from, std::uint8_t* to) {
+                    imagetransform::UseThreads(threads);
+                    Convert(*imagetransform::FindPixelFormat("BayerRG8"), false, size, from, to);
+                }));
+        const Rounds rounds(subjects, RoundsOf(settings, 3 * size.pixels()));
+        const Spread speed = rounds.SpeedAgainst("two", "one");
+        table.lines.push_back({size.name, {rounds.SpeedAgainst("one", "one"), speed}});
+        if (size.pixels() >= k5Mp.pixels())
+            report.AddGoal(std::string("To RGB8, BayerRG8, ") + size.name + ", two threads: against one",
+                           speed, Bound::AtLeast, 1.6);
+    }
+    report.AddTable(std::move(table));
+}
+
 } // namespace
 
 void MeasureColour(Arena& arena, const KernelBenchSettings& settings, Report& report)
 {
+    imagetransform::UseThreads(1);
     ColourBench bench(arena, settings, report);
     for (const PixelFormat& format : imagetransform::AllPixelFormats()) {
         bench.Measure(format, false);
@@ -216,6 +251,8 @@ void MeasureColour(Arena& arena, const KernelBenchSettings& settings, Report& re
             bench.Measure(format, true);
     }
     bench.Finish();
+    MeasureThreads(arena, settings, report);
+    imagetransform::UseThreads(0);
 }
 
 } // namespace maravel::bench
