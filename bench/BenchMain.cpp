@@ -1,3 +1,5 @@
+#include "bench/Arena.h"
+#include "bench/ColourBench.h"
 #include "bench/EndToEndBench.h"
 #include "bench/GoogleStopwatch.h"
 #include "bench/KernelBench.h"
@@ -19,16 +21,19 @@ int Run(int argc, char** argv)
     const std::filesystem::path programFolder = std::filesystem::canonical("/proc/self/exe").parent_path();
     std::string sdk = (programFolder.parent_path() / "sdk").string();
     std::string adapter = (programFolder / "MaravelAdapterZorvik.so").string();
+    std::string former;
     std::string output;
     std::size_t rounds = 31;
     std::vector<std::string> topics;
     app.add_option("--rounds", rounds, "Interleaved rounds per comparison")->check(CLI::Range(1, 1001));
     app.add_option("--sdk", sdk, "Built SDK folder")->check(CLI::ExistingDirectory);
     app.add_option("--adapter", adapter, "Built adapter")->check(CLI::ExistingFile);
+    app.add_option("--against", former, "SDK folder of another build, to convert mosaics with in turn")
+        ->check(CLI::ExistingDirectory);
     app.add_option("--output", output, "Folder for goals.md, tables.md and the plots' data")
         ->check(CLI::ExistingDirectory);
     app.add_option("--only", topics,
-                   "What to measure: counts, log, lookup, kernels, endtoend (default: everything)");
+                   "What to measure: counts, log, lookup, kernels, colour, endtoend (default: everything)");
     CLI11_PARSE(app, argc, argv);
     const auto wanted = [&](const char* topic) {
         return topics.empty() || std::find(topics.begin(), topics.end(), topic) != topics.end();
@@ -45,16 +50,23 @@ int Run(int argc, char** argv)
         MeasureLogAndCallback(steps, report);
     if (wanted("lookup"))
         MeasureLookUp(steps, report);
-    if (wanted("kernels")) {
-        KernelBenchSettings settings;
-        settings.rounds = rounds;
-        settings.stopwatch = GoogleStopwatch;
-        settings.peers = SplitPeers();
+    KernelBenchSettings settings;
+    settings.rounds = rounds;
+    settings.stopwatch = GoogleStopwatch;
+    settings.peers = SplitPeers();
+    settings.colourPeers = ColourPeers;
+    settings.withColour = false;
+    if (wanted("kernels"))
         MeasureKernels(settings, report);
+    if (wanted("colour")) {
+        Arena arena;
+        MeasureColour(arena, settings, report);
     }
 
     if (wanted("endtoend"))
-        MeasureEndToEnd({rounds, sdk, adapter}, report);
+        MeasureEndToEnd({rounds, sdk, adapter, former}, report);
+    if (!former.empty())
+        MeasureAgainstFormer({rounds, sdk, adapter, former}, report);
 
     if (!output.empty())
         report.Save(output);

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,6 +18,7 @@ constexpr std::size_t kFramesBefore = 48; // laps of every ring, so that no page
 
 const char* const kAdapter = "adapter";
 const char* const kBare = "bare loop";
+const char* const kFormer = "former SDK folder";
 
 void FetchFrames(ImageSource& source, std::vector<std::vector<std::uint8_t>>& images, std::size_t frames)
 {
@@ -44,6 +46,30 @@ double SecondsPerFrame(ImageSource& source, std::vector<std::vector<std::uint8_t
     return elapsed.count() / kFramesPerTiming;
 }
 
+struct NamedSource
+{
+    const char* name;
+    ImageSource* source;
+};
+
+Rounds Compare(const EndToEndSettings& settings, const std::vector<NamedSource>& sources,
+               std::vector<std::vector<std::uint8_t>>& images)
+{
+    double seconds = 0;
+    std::vector<Subject> subjects;
+    for (const NamedSource& named : sources)
+        subjects.push_back(
+            {named.name, [&, source = named.source] { seconds = SecondsPerFrame(*source, images); }});
+    RoundSettings round;
+    round.rounds = settings.rounds;
+    round.warmUps = 0;
+    round.stopwatch = [&](const std::string&, std::size_t, const std::function<void()>& operation) {
+        operation(); // starting and stopping do not count, so it takes the time itself
+        return seconds;
+    };
+    return Rounds(subjects, round);
+}
+
 void Measure(const EndToEndSettings& settings, std::size_t cameraCount, bool colour, Report& report)
 {
     const BenchCameras cameras{cameraCount, colour ? "RGB8" : "Mono8", 2592, 1944, true};
@@ -55,17 +81,7 @@ void Measure(const EndToEndSettings& settings, std::size_t cameraCount, bool col
 
     const std::size_t imageSize = std::size_t{colour ? 3U : 1U} * cameras.width * cameras.height;
     std::vector<std::vector<std::uint8_t>> images(cameraCount, std::vector<std::uint8_t>(imageSize));
-    double seconds = 0;
-    const std::vector<Subject> subjects = {{kAdapter, [&] { seconds = SecondsPerFrame(*adapter, images); }},
-                                           {kBare, [&] { seconds = SecondsPerFrame(*bare, images); }}};
-    RoundSettings round;
-    round.rounds = settings.rounds;
-    round.warmUps = 0;
-    round.stopwatch = [&](const std::string&, std::size_t, const std::function<void()>& operation) {
-        operation(); // starting and stopping do not count, so it takes the time itself
-        return seconds;
-    };
-    const Rounds rounds(subjects, round);
+    const Rounds rounds = Compare(settings, {{kAdapter, adapter.get()}, {kBare, bare.get()}}, images);
     char rates[64];
     std::snprintf(rates, sizeof rates, ", %.0f frames/s", 1 / rounds.Seconds(kAdapter).median);
     report.AddGoal(std::string("End to end, 5 MP ") + (colour ? "colour, " : "monochrome, ") +
@@ -75,6 +91,30 @@ void Measure(const EndToEndSettings& settings, std::size_t cameraCount, bool col
 }
 
 } // namespace
+
+void MeasureAgainstFormer(const EndToEndSettings& settings, Report& report)
+{
+    const BenchCameras cameras{1, "BayerRG8", 2592, 1944, true};
+    const Sandbox sandbox(settings.builtSdkFolder, cameras);
+    const Sandbox formerSandbox(settings.formerSdkFolder, cameras);
+    // Another copy is another library to the loader, with a state of its own.
+    const std::filesystem::path copy = formerSandbox.Folder() / settings.adapter.filename();
+    std::filesystem::copy_file(settings.adapter, copy);
+    setenv("MARAVEL_TRANSFORM_THREADS", "1", 1);
+    sandbox.Enter();
+    const std::unique_ptr<ImageSource> present = MakeAdapterSource(settings.adapter, 1);
+    formerSandbox.Enter();
+    const std::unique_ptr<ImageSource> former = MakeAdapterSource(copy, 1);
+    std::vector<std::vector<std::uint8_t>> images(
+        1, std::vector<std::uint8_t>(std::size_t{3} * cameras.width * cameras.height));
+    const Rounds rounds = Compare(settings, {{kAdapter, present.get()}, {kFormer, former.get()}}, images);
+    unsetenv("MARAVEL_TRANSFORM_THREADS");
+    char rates[64];
+    std::snprintf(rates, sizeof rates, ", %.0f frames/s", 1 / rounds.Seconds(kAdapter).median);
+    report.AddGoal(std::string("End to end, 5 MP BayerRG8, 1 camera, 1 thread") + rates +
+                       ": against the former SDK folder",
+                   rounds.SpeedAgainst(kAdapter, kFormer), Bound::AtLeast, 3);
+}
 
 void MeasureEndToEnd(const EndToEndSettings& settings, Report& report)
 {

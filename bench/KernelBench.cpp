@@ -1,5 +1,7 @@
 #include "bench/KernelBench.h"
 
+#include "bench/Arena.h"
+#include "bench/ColourBench.h"
 #include "pixels/InstructionSet.h"
 #include "pixels/PayloadCopy.h"
 #include "pixels/PayloadCopyKernels.h"
@@ -12,19 +14,12 @@
 namespace maravel::bench {
 namespace {
 
-constexpr std::size_t kLine = 64;
-constexpr std::size_t kArena = std::size_t{384}
-                               << 20; // each for sources and targets: more than any cache holds
-constexpr std::size_t kBytesPerTiming = std::size_t{96} << 20;
-
 constexpr ImageSize kVga{"VGA", 640, 480};
 constexpr ImageSize k1080p{"1080p", 1920, 1080};
 constexpr ImageSize k5Mp{"5 MP", 2592, 1944};
 constexpr ImageSize k20Mp{"20 MP", 5472, 3648};
 
-// Of an image with an odd number of pixels each plane begins elsewhere in its cache line. Its source stands
-// where the C heap puts large blocks, which is not on a line either.
-constexpr std::size_t kHeapOffset = 16;
+// Of an image with an odd number of pixels each plane begins elsewhere in its cache line.
 ImageSize Misaligned(const ImageSize& size)
 {
     return {size.name, size.width - 1, size.height - 1};
@@ -33,82 +28,6 @@ ImageSize Misaligned(const ImageSize& size)
 const char* const kLibc = "libc copy";
 const char* const kStreamingCopy = "streaming copy";
 const char* const kAdapter = "adapter";
-
-enum class Access
-{
-    Streaming, // every image in other memory than the last ones
-    Hot,       // one image again and again
-    ReadAtOnce // the same, and the host reads the result before the next one
-};
-
-const char* AccessName(Access access)
-{
-    switch (access) {
-    case Access::Hot:
-        return "hot";
-    case Access::ReadAtOnce:
-        return "read at once";
-    case Access::Streaming:
-        break;
-    }
-    return "streaming";
-}
-
-std::uint64_t SumOf(const std::uint8_t* bytes, std::size_t byteCount)
-{
-    std::uint64_t sums[4] = {};
-    for (std::size_t at = 0; at + sizeof sums <= byteCount; at += sizeof sums) {
-        std::uint64_t words[4];
-        std::memcpy(words, bytes + at, sizeof words);
-        for (int i = 0; i < 4; ++i)
-            sums[i] += words[i];
-    }
-    return sums[0] + sums[1] + sums[2] + sums[3];
-}
-
-// Memory for sources and targets, touched once, given out slot by slot in a circle.
-class Arena
-{
-public:
-    Arena() : memory_(new std::uint8_t[2 * kArena + kLine])
-    {
-        const auto address = reinterpret_cast<std::uintptr_t>(memory_.get());
-        base_ = memory_.get() + (kLine - address % kLine) % kLine;
-        for (std::size_t i = 0; i < 2 * kArena; ++i)
-            base_[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
-    }
-
-    // An operation on the next slot at every call.
-    Subject MakeSubject(const std::string& name, std::size_t byteCount, std::size_t misalignment,
-                        Access access,
-                        std::function<void(const std::uint8_t* source, std::uint8_t* target)> work)
-    {
-        const std::size_t slot = (byteCount + 3 * kLine - 1) / kLine * kLine;
-        const std::size_t slots = access == Access::Streaming ? kArena / slot : 1;
-        return {name, [=, this, next = std::size_t{0}]() mutable {
-                    std::uint8_t* target = base_ + kArena + next * slot + misalignment;
-                    work(base_ + next * slot + (misalignment == 0 ? 0 : kHeapOffset), target);
-                    if (access == Access::ReadAtOnce)
-                        sum_ = sum_ + SumOf(target, byteCount);
-                    next = (next + 1) % slots;
-                }};
-    }
-
-private:
-    std::unique_ptr<std::uint8_t[]> memory_;
-    std::uint8_t* base_;
-    volatile std::uint64_t sum_ = 0; // so that the reading is not optimised away
-};
-
-RoundSettings SettingsFor(const KernelBenchSettings& settings, std::size_t byteCount)
-{
-    RoundSettings round;
-    round.rounds = settings.rounds;
-    round.stopwatch = settings.stopwatch;
-    round.repeats = std::max<std::size_t>(2, kBytesPerTiming / byteCount);
-    round.warmUps = std::max<std::size_t>(1, round.repeats / 2);
-    return round;
-}
 
 // The fastest way of copying past the caches that is known here, whatever the size.
 void CopyStreaming(std::uint8_t* target, const std::uint8_t* source, std::size_t byteCount)
@@ -144,7 +63,7 @@ public:
     void Measure(const ImageSize& nominal, Access access, bool aligned)
     {
         const ImageSize size = aligned ? nominal : Misaligned(nominal);
-        const Rounds rounds(Subjects(size, access, aligned), SettingsFor(settings_, 3 * size.pixels()));
+        const Rounds rounds(Subjects(size, access, aligned), RoundsOf(settings_, 3 * size.pixels()));
         const std::string label =
             std::string(nominal.name) + ", " + AccessName(access) + (aligned ? ", aligned" : ", misaligned");
         SpeedTable::Line line{label, {}};
@@ -238,7 +157,7 @@ void MeasureCopies(Arena& arena, const KernelBenchSettings& settings, Report& re
                 [=](const std::uint8_t* from, std::uint8_t* to) { CopyPayload(to, from, byteCount); });
 
             // Below the size that streams both are the same function, and the limit is two percent away.
-            RoundSettings round = SettingsFor(settings, byteCount);
+            RoundSettings round = RoundsOf(settings, byteCount);
             round.rounds *= 3;
             const Rounds rounds(subjects, round);
             const std::string label = std::string(payload.name) + ", " + AccessName(access);
@@ -269,6 +188,8 @@ void MeasureKernels(const KernelBenchSettings& settings, Report& report)
     }
     split.Finish();
     MeasureCopies(arena, settings, report);
+    if (settings.withColour)
+        MeasureColour(arena, settings, report);
 }
 
 } // namespace maravel::bench

@@ -7,6 +7,7 @@
 #include "bench/Rounds.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,15 +29,25 @@ struct SplitPeer
     void (*split)(const std::uint8_t* rgb, const ImageSize& size, std::uint8_t* planes);
 };
 
+// Somebody else's conversion of a camera's pixels to RGB8.
+struct ColourPeer
+{
+    std::string name;
+    std::function<void(const std::uint8_t* source, const ImageSize& size, std::uint8_t* rgb)> convert;
+};
+
 struct KernelBenchSettings
 {
     std::size_t rounds = 31;
     Stopwatch stopwatch = SteadyClockStopwatch;
     std::vector<SplitPeer> peers;
+    // Who else converts this PFNC format; edge-aware or not matters for mosaics only. May be empty.
+    std::function<std::vector<ColourPeer>(std::uint32_t format, bool edgeAware)> colourPeers;
+    bool withColour = true; // MeasureKernels measures the conversions too
     double copyGoal = 1.10; // how much faster than the C library's copy the split of 5 and 20 MP has to be
 };
 
-// Takes a minute and a gigabyte of memory; throws std::bad_alloc without that. Single-threaded.
+// Takes some minutes and a gigabyte of memory; throws std::bad_alloc without that. Single-threaded.
 void MeasureKernels(const KernelBenchSettings& settings, Report& report);
 
 } // namespace maravel::bench

@@ -107,7 +107,7 @@ std::string Report::Tables() const
         for (const SpeedTable::Line& line : table.lines) {
             text += "| " + line.label + " |";
             for (const Spread& speed : line.speeds)
-                text += " " + Number("%.2f", speed.median) + " |";
+                text += " " + (speed.median > 0 ? Number("%.2f", speed.median) : "–") + " |";
             text += "\n";
         }
     }

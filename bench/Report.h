@@ -25,7 +25,7 @@ struct GoalRow
     bool met;
 };
 
-// A table of speeds: one line per case, one column per subject.
+// A table of speeds: one line per case, one column per subject. A speed of 0 was not measured.
 struct SpeedTable
 {
     std::string title;

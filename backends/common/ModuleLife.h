@@ -1,7 +1,8 @@
-// The life of the library that this code is linked into, as far as its entry points must know it.
+// The life of the library that this code is linked into, and its surroundings.
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace maravel::backend {
 
@@ -12,5 +13,8 @@ bool ProcessIsEnding();
 
 // The folder that the library's own file lies in; empty when the system does not say.
 std::filesystem::path LibraryFolder();
+
+// The environment variable as it is now; empty when there is none.
+std::string EnvironmentText(const char* name);
 
 } // namespace maravel::backend

@@ -1,108 +1,181 @@
 #include "imagetransform/Conversions.h"
-#include "imagetransform/UnpackSamples.h"
 
-#include <array>
-#include <vector>
+#include <algorithm>
 
 namespace maravel::imagetransform {
 namespace {
 
-// Three lines of the mosaic around the one being written, each with one more sample at either end.
-struct Neighbourhood
-{
-    const std::uint8_t* above;
-    const std::uint8_t* line;
-    const std::uint8_t* below;
-};
+constexpr std::size_t kTile = 4096; // columns that are done at a time
+constexpr std::size_t kReach = 2;   // neighbours on either side that count
+constexpr std::size_t kLines = 2 * kReach + 1;
 
-// A mirrored neighbour has the colour that the missing one would have had. One pixel has nothing to mirror.
-std::size_t MirroredLine(std::size_t y, std::size_t height, bool below)
+// The place that a neighbour outside the image is taken from. A mirrored one has the colour that the missing
+// one would have had; one line or column alone has nothing to mirror.
+std::size_t Mirrored(std::ptrdiff_t place, std::size_t count)
 {
-    if (height == 1)
-        return 0;
-    if (below)
-        return y + 1 < height ? y + 1 : height - 2;
-    return y > 0 ? y - 1 : 1;
+    const auto last = static_cast<std::ptrdiff_t>(count) - 1;
+    while (place < 0 || place > last)
+        place = last == 0 ? 0 : place < 0 ? -place : 2 * last - place;
+    return static_cast<std::size_t>(place);
 }
 
-std::uint8_t Mean(unsigned a, unsigned b)
-{
-    return static_cast<std::uint8_t>((a + b + 1) / 2);
-}
-
-std::uint8_t Mean(unsigned a, unsigned b, unsigned c, unsigned d)
-{
-    return static_cast<std::uint8_t>((a + b + c + d + 2) / 4);
-}
-
-// A line of a mosaic alternates between green and its own colour, red or blue; `own` and `other` are where
-// these stand in a target pixel, `firstOwn` is the first column that has the line's own colour.
-void ConvertLine(Neighbourhood n, std::size_t width, std::size_t firstOwn, std::size_t own, std::size_t other,
-                 std::uint8_t* out)
-{
-    for (std::size_t x = firstOwn; x < width; x += 2) {
-        std::uint8_t* pixel = out + 3 * x;
-        const std::size_t i = x + 1;
-        pixel[own] = n.line[i];
-        pixel[1] = Mean(n.above[i], n.below[i], n.line[i - 1], n.line[i + 1]);
-        pixel[other] = Mean(n.above[i - 1], n.above[i + 1], n.below[i - 1], n.below[i + 1]);
-    }
-    for (std::size_t x = 1 - firstOwn; x < width; x += 2) {
-        std::uint8_t* pixel = out + 3 * x;
-        const std::size_t i = x + 1;
-        pixel[own] = Mean(n.line[i - 1], n.line[i + 1]);
-        pixel[1] = n.line[i];
-        pixel[other] = Mean(n.above[i], n.below[i]);
-    }
-}
-
-// Keeps the last three lines that were asked for, unpacked and mirrored at both ends.
+// The last lines of a tile that were asked for, unpacked, with their neighbours on either side.
 class LineCache
 {
 public:
-    LineCache(const PixelFormat& format, const std::uint8_t* source, std::size_t width)
-        : format_(format), source_(source), width_(width), storage_(3 * (width + 2))
+    LineCache(const Conversion& conversion, std::size_t firstColumn, std::size_t columns)
+        : conversion_(conversion), firstColumn_(firstColumn), columns_(columns)
     {
-        held_.fill(static_cast<std::size_t>(-1));
+        std::ranges::fill(held_, conversion.height);
     }
 
-    const std::uint8_t* Line(std::size_t y)
+    // The first one of the tile's columns; `row` may be up to kReach outside the image.
+    const std::uint8_t* Line(std::ptrdiff_t row)
     {
-        std::uint8_t* line = storage_.data() + y % 3 * (width_ + 2);
-        if (held_[y % 3] != y) {
-            UnpackSamples(format_, source_, y * width_, width_, line + 1);
-            line[0] = width_ > 1 ? line[2] : line[1];
-            line[width_ + 1] = width_ > 1 ? line[width_ - 1] : line[1];
-            held_[y % 3] = y;
+        const std::size_t wanted = Mirrored(row, conversion_.height);
+        std::uint8_t* line = storage_[wanted % kLines] + kReach;
+        if (held_[wanted % kLines] != wanted) {
+            Read(wanted, line);
+            held_[wanted % kLines] = wanted;
         }
         return line;
     }
 
 private:
-    const PixelFormat& format_;
-    const std::uint8_t* source_;
-    std::size_t width_;
-    std::vector<std::uint8_t> storage_;
-    std::array<std::size_t, 3> held_;
+    void Read(std::size_t row, std::uint8_t* line) const
+    {
+        const std::size_t before = std::min(firstColumn_, kReach);
+        const std::size_t after = std::min(conversion_.width - firstColumn_ - columns_, kReach);
+        UnpackSamples(conversion_, conversion_.RunOf(row), conversion_.FirstOf(row) + firstColumn_ - before,
+                      before + columns_ + after, line - before);
+        const auto mirror = [&](std::ptrdiff_t column) {
+            const auto first = static_cast<std::ptrdiff_t>(firstColumn_);
+            const std::size_t from = Mirrored(first + column, conversion_.width);
+            line[column] = line[static_cast<std::ptrdiff_t>(from) - first];
+        };
+        for (std::size_t i = before + 1; i <= kReach; ++i)
+            mirror(-static_cast<std::ptrdiff_t>(i));
+        for (std::size_t i = after; i < kReach; ++i)
+            mirror(static_cast<std::ptrdiff_t>(columns_ + i));
+    }
+
+    const Conversion& conversion_;
+    std::size_t firstColumn_, columns_;
+    std::size_t held_[kLines];
+    std::uint8_t storage_[kLines][kTile + 2 * kReach];
 };
+
+std::uint8_t Mean(int a, int b)
+{
+    return static_cast<std::uint8_t>((a + b + 1) / 2);
+}
+
+std::uint8_t Mean(int a, int b, int c, int d)
+{
+    return static_cast<std::uint8_t>((a + b + c + d + 2) / 4);
+}
+
+struct MosaicPixel
+{
+    std::uint8_t own, green, other;
+};
+
+MosaicPixel InterpolateBilinear(const MosaicLines& lines, std::size_t x, bool own)
+{
+    const std::uint8_t* above = lines.at[1] + x;
+    const std::uint8_t* line = lines.at[2] + x;
+    const std::uint8_t* below = lines.at[3] + x;
+    if (!own)
+        return {Mean(line[-1], line[1]), line[0], Mean(above[0], below[0])};
+    return {line[0], Mean(above[0], below[0], line[-1], line[1]),
+            Mean(above[-1], above[1], below[-1], below[1])};
+}
+
+// Sums are in 1/16.
+std::uint8_t Scale(int sum)
+{
+    return static_cast<std::uint8_t>(std::clamp((sum + 8) >> 4, 0, 255));
+}
+
+// The interpolation of Malvar, He and Cutler (2004), made of the mean of the neighbours that have the missing
+// colour and of how the colour that is there bends. The weights are theirs.
+MosaicPixel InterpolateGradientCorrected(const MosaicLines& lines, std::size_t x, bool own)
+{
+    const std::uint8_t* above = lines.at[1] + x;
+    const std::uint8_t* line = lines.at[2] + x;
+    const std::uint8_t* below = lines.at[3] + x;
+    const int upright = lines.at[0][x] + lines.at[4][x];
+    const int across = line[-2] + line[2];
+    const int beside = line[-1] + line[1];
+    const int over = above[0] + below[0];
+    const int corners = above[-1] + above[1] + below[-1] + below[1];
+    if (!own) {
+        const int common = 10 * line[0] - 2 * corners;
+        return {Scale(common + 8 * beside - 2 * across + upright), line[0],
+                Scale(common + 8 * over - 2 * upright + across)};
+    }
+    const int far = upright + across;
+    return {line[0], Scale(8 * line[0] + 4 * (beside + over) - 2 * far),
+            Scale(12 * line[0] + 4 * corners - 3 * far)};
+}
+
+// The columns that a line's vectors did not do.
+void FinishLine(const MosaicLines& lines, bool edgeAware, std::size_t begin, std::size_t end,
+                std::uint8_t* out)
+{
+    for (std::size_t x = begin; x < end; ++x) {
+        const bool own = x % 2 == lines.firstOwn;
+        const MosaicPixel pixel =
+            edgeAware ? InterpolateGradientCorrected(lines, x, own) : InterpolateBilinear(lines, x, own);
+        out[3 * x] = lines.ownFirst ? pixel.own : pixel.other;
+        out[3 * x + 1] = pixel.green;
+        out[3 * x + 2] = lines.ownFirst ? pixel.other : pixel.own;
+    }
+}
+
+void InterpolateLine(const Conversion& conversion, const MosaicLines& lines, std::uint8_t* out)
+{
+    const RowKernels& kernels = *conversion.kernels;
+    const std::size_t done =
+        conversion.edgeAware ? kernels.gradientCorrected(lines, out) : kernels.bilinear(lines, out);
+    FinishLine(lines, conversion.edgeAware, 0, std::min(lines.firstOwn, lines.width), out);
+    FinishLine(lines, conversion.edgeAware, done, lines.width, out);
+    if (conversion.correction != nullptr)
+        conversion.correction->Apply(out, lines.width, conversion.redFirst);
+}
+
+void ConvertTile(const Conversion& conversion, std::size_t firstColumn, std::size_t columns,
+                 std::size_t firstRow, std::size_t rows)
+{
+    const BayerPhase phase = conversion.format->phase;
+    const bool redFirst = phase == BayerPhase::GR || phase == BayerPhase::RG;
+    const bool greenFirst = phase == BayerPhase::GR || phase == BayerPhase::GB;
+    LineCache cache(conversion, firstColumn, columns);
+    for (std::size_t y = firstRow; y < firstRow + rows; ++y) {
+        const auto line = static_cast<std::ptrdiff_t>(y);
+        const bool even = y % 2 == 0;
+        const bool redLine = even == redFirst;
+        const std::uint8_t* far[2] = {nullptr, nullptr}; // the mean needs nothing that far away
+        if (conversion.edgeAware) {
+            far[0] = cache.Line(line - 2);
+            far[1] = cache.Line(line + 2);
+        }
+        const MosaicLines lines = {
+            .at = {far[0], cache.Line(line - 1), cache.Line(line), cache.Line(line + 1), far[1]},
+            .width = columns,
+            .firstOwn = even == greenFirst ? 1u : 0u,
+            .ownFirst = redLine == conversion.redFirst};
+        InterpolateLine(conversion, lines, conversion.target + y * conversion.targetStride + 3 * firstColumn);
+    }
+}
 
 } // namespace
 
-void ConvertBayer(const PixelFormat& format, const std::uint8_t* source, ImageSize size, ColourTarget target)
+void ConvertMosaic(const Conversion& conversion, std::size_t firstRow, std::size_t rows)
 {
-    const bool redFirst = format.phase == BayerPhase::GR || format.phase == BayerPhase::RG;
-    const bool greenFirst = format.phase == BayerPhase::GR || format.phase == BayerPhase::GB;
-    LineCache lines(format, source, size.width);
-    for (std::size_t y = 0; y < size.height; ++y) {
-        const Neighbourhood around = {.above = lines.Line(MirroredLine(y, size.height, false)),
-                                      .line = lines.Line(y),
-                                      .below = lines.Line(MirroredLine(y, size.height, true))};
-        const bool even = y % 2 == 0;
-        const bool redLine = even == redFirst;
-        const std::size_t firstOwn = even == greenFirst ? 1 : 0;
-        ConvertLine(around, size.width, firstOwn, redLine ? target.red : target.blue,
-                    redLine ? target.blue : target.red, target.pixels + 3 * y * size.width);
-    }
+    static_assert(kTile % 2 == 0, "every tile begins with the same colours");
+    for (std::size_t column = 0; column < conversion.width; column += kTile)
+        ConvertTile(conversion, column, std::min(kTile, conversion.width - column), firstRow, rows);
 }
 
 } // namespace maravel::imagetransform

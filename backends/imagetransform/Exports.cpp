@@ -1,5 +1,8 @@
 // What ZvkImageTransform.dll exports: the SDK's entry points, and the control of them.
+#include "imagetransform/Bands.h"
+#include "imagetransform/Configuration.h"
 #include "imagetransform/ImageTransform.h"
+#include "imagetransform/RowKernels.h"
 #include "imagetransform/TransformControl.h"
 
 #include "common/Dispatch.h"
@@ -22,6 +25,8 @@ SIM_TRANSFORM_FUNCTIONS(MARAVEL_EXPORT_CONTROL)
 void SimTransformReset()
 {
     EntryPointCalls().Reset();
+    maravel::imagetransform::ChooseKernels(nullptr);
+    maravel::imagetransform::UseThreads(0);
 }
 
 int32_t SimTransformFailCall(const char* entry, uint32_t nth, int32_t code, uint32_t forever)
@@ -60,6 +65,23 @@ uint32_t SimTransformCalls(char* buffer, uint32_t size)
 void SimTransformClearCalls()
 {
     EntryPointCalls().ClearCalls();
+}
+
+void SimTransformUseThreads(uint32_t threads)
+{
+    maravel::imagetransform::UseThreads(threads);
+}
+
+uint32_t SimTransformThreads()
+{
+    return maravel::imagetransform::ConfiguredThreads();
+}
+
+int32_t SimTransformUseInstructionSet(const char* name)
+{
+    if (name == nullptr)
+        return ZvkErrorBadParameter;
+    return maravel::imagetransform::ChooseKernels(name) ? ZvkErrorSuccess : ZvkErrorNotSupported;
 }
 
 } // extern "C"

@@ -1,9 +1,13 @@
 #include "imagetransform/ImageTransform.h"
 
+#include "imagetransform/Bands.h"
 #include "imagetransform/Conversions.h"
 #include "imagetransform/PixelFormats.h"
+#include "imagetransform/TransformInfo.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 namespace maravel::imagetransform {
@@ -52,24 +56,65 @@ ZvkError_t CheckImage(const ZvkImage* image)
         return ZvkErrorBadParameter;
     if (image->size != sizeof(ZvkImage))
         return ZvkErrorStructSize;
-    if (image->data == nullptr || image->imageInfo.width == 0 || image->imageInfo.height == 0 ||
-        !LineBytes(image->imageInfo.pixelFormat, image->imageInfo.width))
+    const ZvkImageInfo& info = image->imageInfo;
+    const auto lineBytes = LineBytes(info.pixelFormat, info.width);
+    if (image->data == nullptr || info.width == 0 || info.height == 0 || !lineBytes ||
+        info.stride < *lineBytes)
         return ZvkErrorBadParameter;
     return ZvkErrorSuccess;
 }
 
-void Convert(const PixelFormat& format, const std::uint8_t* source, ImageSize size, ColourTarget target)
+// A described image has no gap between its lines, not even the rest of a byte. A caller that makes its stride
+// larger has one.
+bool HasGaps(const ZvkImageInfo& image)
 {
-    switch (format.family) {
-    case Family::Mono:
-        return ConvertMono(format, source, size, target);
-    case Family::Bayer:
-        return ConvertBayer(format, source, size, target);
-    case Family::Rgb:
-        return ConvertRgb(format, source, size, target);
-    case Family::Yuv:
-        return ConvertYuv(format, source, size, target);
+    return image.stride != LineBytes(image.pixelFormat, image.width);
+}
+
+struct Settings
+{
+    bool edgeAware = false;
+    ColourCorrection correction;
+};
+
+ZvkError_t ReadSetting(const ZvkTransformInfo& parameter, Settings* settings)
+{
+    const auto require = [](bool valid) { return valid ? ZvkErrorSuccess : ZvkErrorBadParameter; };
+    switch (parameter.kind) {
+    case ZvkTransformDebayerMode:
+        settings->edgeAware = parameter.value.debayerMode == ZvkDebayerModeEdgeAware;
+        return parameter.value.debayerMode <= ZvkDebayerModeEdgeAware ? ZvkErrorSuccess
+                                                                      : ZvkErrorNotSupported;
+    case ZvkTransformColorCorrectionMatrix:
+        return require(settings->correction.SetMatrix(parameter.value.matrix));
+    case ZvkTransformGammaCorrection:
+        return require(settings->correction.SetGamma(parameter.value.gamma));
+    default:
+        return ZvkErrorNotSupported;
     }
+}
+
+ZvkError_t ReadSettings(const ZvkTransformInfo* parameters, std::uint32_t count, Settings* settings)
+{
+    if (count != 0 && parameters == nullptr)
+        return ZvkErrorBadParameter;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (const ZvkError_t result = ReadSetting(parameters[i], settings); result != ZvkErrorSuccess)
+            return result;
+    }
+    return ZvkErrorSuccess;
+}
+
+// Fills in a record that proves to be a good one.
+ZvkError_t WriteSetting(const ZvkTransformInfo& wanted, ZvkTransformInfo* parameters)
+{
+    if (parameters == nullptr)
+        return ZvkErrorBadParameter;
+    Settings ignored;
+    const ZvkError_t result = ReadSetting(wanted, &ignored);
+    if (result == ZvkErrorSuccess)
+        *parameters = wanted;
+    return result;
 }
 
 } // namespace
@@ -97,8 +142,9 @@ ZvkError_t ImageTransform::ZvkGetErrorInfo(ZvkError_t error, char* text, std::ui
     case ZvkErrorSuccess:
         return CopyText("No error", text, textSize);
     case ZvkErrorBadParameter:
-        return CopyText("A pointer is null, a size is zero, or the two images differ in size", text,
-                        textSize);
+        return CopyText(
+            "A pointer is null, a size or a setting is out of its range, or the two images differ in size",
+            text, textSize);
     case ZvkErrorStructSize:
         return CopyText("The size field of an image record is wrong", text, textSize);
     case ZvkErrorMoreData:
@@ -118,20 +164,23 @@ ZvkError_t ImageTransform::ZvkGetApiInfoString(std::uint32_t, char* text, std::u
     return CopyText(kVersionText, text, textSize);
 }
 
-// A transform takes no parameters here, so there is none to set.
-ZvkError_t ImageTransform::ZvkSetDebayerMode(std::uint32_t, ZvkTransformInfo*)
+ZvkError_t ImageTransform::ZvkSetDebayerMode(std::uint32_t mode, ZvkTransformInfo* parameters)
 {
-    return ZvkErrorNotSupported;
+    return WriteSetting({.kind = ZvkTransformDebayerMode, .value = {.debayerMode = mode}}, parameters);
 }
 
-ZvkError_t ImageTransform::ZvkSetColorCorrectionMatrix3x3(const float*, ZvkTransformInfo*)
+ZvkError_t ImageTransform::ZvkSetColorCorrectionMatrix3x3(const float* matrix, ZvkTransformInfo* parameters)
 {
-    return ZvkErrorNotSupported;
+    if (matrix == nullptr)
+        return ZvkErrorBadParameter;
+    ZvkTransformInfo wanted = {.kind = ZvkTransformColorCorrectionMatrix, .value = {.matrix = {}}};
+    std::copy_n(matrix, std::size(wanted.value.matrix), wanted.value.matrix);
+    return WriteSetting(wanted, parameters);
 }
 
-ZvkError_t ImageTransform::ZvkSetGammaCorrection(float, ZvkTransformInfo*)
+ZvkError_t ImageTransform::ZvkSetGammaCorrection(float gamma, ZvkTransformInfo* parameters)
 {
-    return ZvkErrorNotSupported;
+    return WriteSetting({.kind = ZvkTransformGammaCorrection, .value = {.gamma = gamma}}, parameters);
 }
 
 ZvkError_t ImageTransform::ZvkSetImageInfoFromPixelFormat(ZvkPixelFormat_t pixelFormat, std::uint32_t width,
@@ -171,8 +220,10 @@ ZvkError_t ImageTransform::ZvkImageTransform(const ZvkImage* source, ZvkImage* d
         if (const ZvkError_t result = CheckImage(image); result != ZvkErrorSuccess)
             return result;
     }
-    if (parameterCount != 0)
-        return parameters == nullptr ? ZvkErrorBadParameter : ZvkErrorNotSupported;
+    Settings settings;
+    if (const ZvkError_t result = ReadSettings(parameters, parameterCount, &settings);
+        result != ZvkErrorSuccess)
+        return result;
 
     const ZvkImageInfo& from = source->imageInfo;
     const ZvkImageInfo& to = destination->imageInfo;
@@ -182,10 +233,19 @@ ZvkError_t ImageTransform::ZvkImageTransform(const ZvkImage* source, ZvkImage* d
     if (format == nullptr || (to.pixelFormat != ZvkPixelFormatRgb8 && to.pixelFormat != kBgr8))
         return ZvkErrorNotSupported;
 
-    const bool rgb = to.pixelFormat == ZvkPixelFormatRgb8;
-    const ColourTarget target = {
-        .pixels = static_cast<std::uint8_t*>(destination->data), .red = rgb ? 0u : 2u, .blue = rgb ? 2u : 0u};
-    Convert(*format, static_cast<const std::uint8_t*>(source->data), {from.width, from.height}, target);
+    Conversion conversion = {.format = format,
+                             .source = static_cast<const std::uint8_t*>(source->data),
+                             .sourceStride = HasGaps(from) ? static_cast<std::size_t>(from.stride) : 0,
+                             .target = static_cast<std::uint8_t*>(destination->data),
+                             .targetStride = static_cast<std::size_t>(to.stride),
+                             .width = from.width,
+                             .height = from.height,
+                             .redFirst = to.pixelFormat == ZvkPixelFormatRgb8,
+                             .edgeAware = settings.edgeAware,
+                             .kernels = &ChosenKernels(),
+                             .correction = settings.correction.IsNeeded() ? &settings.correction : nullptr};
+    conversion.Prepare();
+    Convert(conversion);
     return ZvkErrorSuccess;
 }
 

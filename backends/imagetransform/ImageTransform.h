@@ -1,6 +1,5 @@
 // The image-transform library behind its exported entry points: a conversion of every pixel format that the
-// SDK names to 8-bit colour. No entry point keeps state; all may be called from any thread. May throw
-// std::bad_alloc, which the exported functions turn into ZvkErrorResources.
+// SDK names to 8-bit colour. No entry point keeps state; all may be called from any thread.
 #pragma once
 
 #include "sdk/ImageTransformEntryPoints.h"

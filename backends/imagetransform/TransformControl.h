@@ -11,7 +11,7 @@
 
 /* clang-format off */
 #define SIM_TRANSFORM_FUNCTIONS(FUNCTION) \
-    /* Ends faults and replacements and clears the record of calls. */ \
+    /* Ends faults, replacements and choices and clears the record of calls. */ \
     FUNCTION(void, SimTransformReset, (void)) \
     /* The nth call from now (1: the next one) of the entry point, null: of any, fails with code, once or from then \
      * on for ever, without effect and without outputs. */ \
@@ -26,7 +26,15 @@
     FUNCTION(uint64_t, SimTransformCallCount, (const char* entry)) \
     /* The last 10,000 calls, oldest first, a line each. Returns how many are kept. */ \
     FUNCTION(uint32_t, SimTransformCalls, (char* buffer, uint32_t size)) \
-    FUNCTION(void, SimTransformClearCalls, (void))
+    FUNCTION(void, SimTransformClearCalls, (void)) \
+    /* Converts with this instruction set from now on, "plain", "ssse3", "avx2" or "avx512vbmi". Not supported: it is \
+     * not built, or this processor lacks it. */ \
+    FUNCTION(int32_t, SimTransformUseInstructionSet, (const char* name)) \
+    /* From now on so many threads share every image, however small, the caller's included and as far as there are \
+     * processors. 0: as the SDK folder says. */ \
+    FUNCTION(void, SimTransformUseThreads, (uint32_t threads)) \
+    /* Threads that share a large image by what the SDK folder and the environment say. */ \
+    FUNCTION(uint32_t, SimTransformThreads, (void))
 /* clang-format on */
 
 #endif /* MARAVEL_TRANSFORMCONTROL_H */

@@ -1,53 +1,34 @@
 #include "imagetransform/Conversions.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 
 namespace maravel::imagetransform {
 namespace {
 
-// Where the bytes of one group of pixels stand; the pixels of a group share one U and one V.
-struct Group
-{
-    std::size_t pixels;
-    std::size_t bytes;
-    std::size_t u, v;
-    std::array<std::size_t, 4> y;
-};
-
-constexpr Group GroupOf(YuvOrder order)
+constexpr YuvLayout GroupOf(YuvOrder order)
 {
     switch (order) {
     case YuvOrder::UYV:
-        return {.pixels = 1, .bytes = 3, .u = 0, .v = 2, .y = {1}};
+        return {.pixels = 1, .bytes = 3, .u = 0, .v = 2, .y = {1}, .tables = {}};
     case YuvOrder::YUV:
-        return {.pixels = 1, .bytes = 3, .u = 1, .v = 2, .y = {0}};
+        return {.pixels = 1, .bytes = 3, .u = 1, .v = 2, .y = {0}, .tables = {}};
     case YuvOrder::UYVY:
-        return {.pixels = 2, .bytes = 4, .u = 0, .v = 2, .y = {1, 3}};
+        return {.pixels = 2, .bytes = 4, .u = 0, .v = 2, .y = {1, 3}, .tables = {}};
     case YuvOrder::YUYV:
-        return {.pixels = 2, .bytes = 4, .u = 1, .v = 3, .y = {0, 2}};
+        return {.pixels = 2, .bytes = 4, .u = 1, .v = 3, .y = {0, 2}, .tables = {}};
     case YuvOrder::UYYVYY:
-        return {.pixels = 4, .bytes = 6, .u = 0, .v = 3, .y = {1, 2, 4, 5}};
+        return {.pixels = 4, .bytes = 6, .u = 0, .v = 3, .y = {1, 2, 4, 5}, .tables = {}};
     case YuvOrder::YYUYYV:
-        return {.pixels = 4, .bytes = 6, .u = 2, .v = 5, .y = {0, 1, 3, 4}};
+        return {.pixels = 4, .bytes = 6, .u = 2, .v = 5, .y = {0, 1, 3, 4}, .tables = {}};
     }
     return {};
 }
 
-// Factors in 1/65536.
-struct Matrix
-{
-    int lumaZero;
-    int luma;
-    int redV, greenU, greenV, blueU;
-};
-
 // From the weights of red and blue in the luma, and from how many codes luma and chroma span.
-constexpr Matrix MakeMatrix(double red, double blue, int lumaZero, double lumaSpan, double chromaSpan)
+constexpr YuvMatrix MakeMatrix(double red, double blue, int lumaZero, double lumaSpan, double chromaSpan)
 {
     const double green = 1 - red - blue;
-    const auto fixed = [](double factor) { return static_cast<int>(factor * 65536 + 0.5); };
+    const auto fixed = [](double factor) { return static_cast<int>(factor * (2 * YuvMatrix::half) + 0.5); };
     const double chroma = 255 / chromaSpan;
     return {.lumaZero = lumaZero,
             .luma = fixed(255 / lumaSpan),
@@ -57,7 +38,54 @@ constexpr Matrix MakeMatrix(double red, double blue, int lumaZero, double lumaSp
             .blueU = fixed(chroma * 2 * (1 - blue))};
 }
 
-constexpr Matrix MatrixOf(YuvColours colours)
+std::uint8_t Clamp(int scaled)
+{
+    return static_cast<std::uint8_t>(std::clamp((scaled + YuvMatrix::half) >> YuvMatrix::bits, 0, 255));
+}
+
+// A byte of a group. The image may end within its last group: that group's chroma is then its neighbour's, or
+// none.
+int ByteAt(const SourceRun& run, const YuvLayout& layout, std::size_t group, std::size_t byte)
+{
+    const std::size_t at = group * layout.bytes + byte;
+    if (at < run.byteCount)
+        return run.bytes[at];
+    return group > 0 ? run.bytes[at - layout.bytes] : 128;
+}
+
+void ConvertPixel(const YuvLayout& layout, const YuvMatrix& matrix, const SourceRun& run, std::size_t pixel,
+                  bool redFirst, std::uint8_t* out)
+{
+    const std::size_t group = pixel / layout.pixels;
+    const int u = ByteAt(run, layout, group, layout.u) - 128;
+    const int v = ByteAt(run, layout, group, layout.v) - 128;
+    const int luma =
+        matrix.luma * (ByteAt(run, layout, group, layout.y[pixel % layout.pixels]) - matrix.lumaZero);
+    const std::uint8_t red = Clamp(luma + matrix.redV * v);
+    const std::uint8_t blue = Clamp(luma + matrix.blueU * u);
+    out[0] = redFirst ? red : blue;
+    out[1] = Clamp(luma - matrix.greenU * u - matrix.greenV * v);
+    out[2] = redFirst ? blue : red;
+}
+
+} // namespace
+
+YuvLayout YuvLayoutOf(YuvOrder order)
+{
+    YuvLayout layout = GroupOf(order);
+    for (std::size_t pixel = 0; pixel < 4; ++pixel) {
+        const std::size_t group = pixel / layout.pixels * layout.bytes;
+        for (std::size_t i = 0; i < 2; ++i) {
+            std::uint8_t* entry = &layout.tables[i][4 * pixel];
+            entry[0] = static_cast<std::uint8_t>(group + layout.y[pixel % layout.pixels]);
+            entry[2] = static_cast<std::uint8_t>(group + (i == 0 ? layout.v : layout.u));
+            entry[1] = entry[3] = kNoByte;
+        }
+    }
+    return layout;
+}
+
+YuvMatrix YuvMatrixOf(YuvColours colours)
 {
     switch (colours) {
     case YuvColours::FullRange601:
@@ -70,72 +98,22 @@ constexpr Matrix MatrixOf(YuvColours colours)
     return {};
 }
 
-std::uint8_t Clamp(int scaled)
+void ConvertYuv(const Conversion& conversion, const SourceRun& run, std::size_t first, std::size_t count,
+                std::uint8_t* out)
 {
-    return static_cast<std::uint8_t>(std::clamp((scaled + 0x8000) >> 16, 0, 255));
-}
-
-// The order is a template parameter, so that the compiler knows where each sample stands.
-template <YuvOrder order>
-inline void ConvertGroup(const Matrix matrix, const std::uint8_t* source, std::size_t pixels,
-                         std::uint8_t* out, std::size_t redAt, std::size_t blueAt)
-{
-    constexpr Group group = GroupOf(order);
-    const int u = source[group.u] - 128;
-    const int v = source[group.v] - 128;
-    const int red = matrix.redV * v;
-    const int green = matrix.greenU * u + matrix.greenV * v;
-    const int blue = matrix.blueU * u;
-    for (std::size_t i = 0; i < pixels; ++i, out += 3) {
-        const int luma = matrix.luma * (source[group.y[i]] - matrix.lumaZero);
-        out[redAt] = Clamp(luma + red);
-        out[1] = Clamp(luma - green);
-        out[blueAt] = Clamp(luma + blue);
-    }
-}
-
-template <YuvOrder order>
-void ConvertGroups(const Matrix matrix, const std::uint8_t* source, std::size_t pixels, ColourTarget target)
-{
-    constexpr Group group = GroupOf(order);
-    const std::size_t groups = pixels / group.pixels;
-    for (std::size_t i = 0; i < groups; ++i)
-        ConvertGroup<order>(matrix, source + i * group.bytes, group.pixels,
-                            target.pixels + 3 * i * group.pixels, target.red, target.blue);
-    const std::size_t left = pixels % group.pixels;
-    if (left == 0)
-        return;
-
-    // The image ends within a group: its luma is there, of its chroma what fits; the rest is its neighbour's.
-    const std::uint8_t* end = source + groups * group.bytes;
-    std::array<std::uint8_t, group.bytes> last;
-    last.fill(128); // no colour
-    if (groups > 0)
-        std::memcpy(last.data(), end - group.bytes, group.bytes);
-    std::memcpy(last.data(), end, (left * group.bytes + group.pixels - 1) / group.pixels);
-    ConvertGroup<order>(matrix, last.data(), left, target.pixels + 3 * (pixels - left), target.red,
-                        target.blue);
-}
-
-} // namespace
-
-void ConvertYuv(const PixelFormat& format, const std::uint8_t* source, ImageSize size, ColourTarget target)
-{
-    const Matrix matrix = MatrixOf(format.colours);
-    switch (format.yuvOrder) {
-    case YuvOrder::UYV:
-        return ConvertGroups<YuvOrder::UYV>(matrix, source, size.Pixels(), target);
-    case YuvOrder::YUV:
-        return ConvertGroups<YuvOrder::YUV>(matrix, source, size.Pixels(), target);
-    case YuvOrder::UYVY:
-        return ConvertGroups<YuvOrder::UYVY>(matrix, source, size.Pixels(), target);
-    case YuvOrder::YUYV:
-        return ConvertGroups<YuvOrder::YUYV>(matrix, source, size.Pixels(), target);
-    case YuvOrder::UYYVYY:
-        return ConvertGroups<YuvOrder::UYYVYY>(matrix, source, size.Pixels(), target);
-    case YuvOrder::YYUYYV:
-        return ConvertGroups<YuvOrder::YYUYYV>(matrix, source, size.Pixels(), target);
-    }
+    const YuvLayout& layout = conversion.yuv;
+    const YuvMatrix& matrix = conversion.matrix;
+    std::size_t done = 0;
+    const auto plain = [&](std::size_t end) {
+        for (; done < end; ++done)
+            ConvertPixel(layout, matrix, run, first + done, conversion.redFirst, out + 3 * done);
+    };
+    plain(std::min(count, (layout.pixels - first % layout.pixels) % layout.pixels));
+    const std::size_t offset = (first + done) / layout.pixels * layout.bytes;
+    if (done < count)
+        done += conversion.kernels->yuv(layout, matrix, run.bytes + offset, run.byteCount - offset,
+                                        count - done, conversion.redFirst, out + 3 * done);
+    plain(count);
 }
 
 } // namespace maravel::imagetransform

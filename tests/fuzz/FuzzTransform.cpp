@@ -1,5 +1,6 @@
 // Every conversion with odd sizes: source and destination have exactly the bytes that they need.
 #include "fuzz/FuzzInput.h"
+#include "imagetransform/TransformInfo.h"
 #include "sdk/ImageTransformEntryPoints.h"
 
 #include <vector>
@@ -33,22 +34,40 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto choice = input.Take<std::uint8_t>();
     const ZvkPixelFormat_t format =
         choice < std::size(kFormats) ? kFormats[choice] : input.Take<ZvkPixelFormat_t>();
-    const std::uint32_t width = input.Take<std::uint8_t>() % 67;
+    const std::uint32_t width = input.Take<std::uint8_t>() % 131;
     const std::uint32_t height = input.Take<std::uint8_t>() % 35;
+    const auto settings = input.Take<std::uint8_t>();
+    const std::uint32_t sourceGap = settings & 1 ? settings >> 4 : 0;
+    const std::uint32_t targetGap = settings & 2 ? settings >> 4 : 0;
     ZvkImage source = {};
     source.size = sizeof source;
     ZvkImage target = source;
     if (ZvkSetImageInfoFromPixelFormat(format, width, height, &source) != ZvkErrorSuccess ||
-        ZvkSetImageInfoFromPixelFormat(ZvkPixelFormatRgb8, width, height, &target) != ZvkErrorSuccess) {
+        ZvkSetImageInfoFromPixelFormat(settings & 4 ? 0x02180015 : ZvkPixelFormatRgb8, width, height,
+                                       &target) != ZvkErrorSuccess) {
         return 0;
     }
-    const std::uint64_t bits = std::uint64_t{width} * height * (format >> 16 & 0xFF);
-    std::vector<std::uint8_t> from(static_cast<std::size_t>((bits + 7) / 8));
+    source.imageInfo.stride += static_cast<std::int32_t>(sourceGap);
+    target.imageInfo.stride += static_cast<std::int32_t>(targetGap);
+    ZvkTransformInfo parameters[2] = {};
+    std::uint32_t parameterCount = 0;
+    if (settings & 8) {
+        ZvkSetDebayerMode(ZvkDebayerModeEdgeAware, &parameters[0]);
+        parameters[1].kind = settings >> 4;
+        parameters[1].value.gamma = input.Take<float>();
+        parameterCount = 2;
+    }
+    const std::size_t line = (std::size_t{width} * (format >> 16 & 0xFF) + 7) / 8;
+    const std::size_t sourceSize = sourceGap > 0
+                                       ? (line + sourceGap) * (height - 1) + line
+                                       : (std::size_t{width} * height * (format >> 16 & 0xFF) + 7) / 8;
+    std::vector<std::uint8_t> from(sourceSize);
     const std::string pixels = input.TakeRest();
     std::copy_n(pixels.begin(), std::min(pixels.size(), from.size()), from.begin());
-    std::vector<std::uint8_t> to(std::size_t{3} * width * height);
+    std::vector<std::uint8_t> to((std::size_t{3} * width + targetGap) * (height - 1) +
+                                 std::size_t{3} * width);
     source.data = from.data();
     target.data = to.data();
-    ZvkImageTransform(&source, &target, nullptr, 0);
+    ZvkImageTransform(&source, &target, parameters, parameterCount);
     return 0;
 }

@@ -1,11 +1,14 @@
+#include "backends/imagetransform/TransformInfo.h"
 #include "imagetransform/Encoder.h"
 #include "simulated/SdkLibraries.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <random>
+#include <span>
 
 namespace maravel::test {
 namespace {
@@ -77,7 +80,8 @@ protected:
 
     // Encodes, transforms and returns three bytes a pixel; checks that nothing around them was written.
     std::vector<std::uint8_t> Transform(const Format& format, const Picture& picture,
-                                        ZvkPixelFormat_t target = kRgb8)
+                                        ZvkPixelFormat_t target = kRgb8,
+                                        std::span<const ZvkTransformInfo> parameters = {})
     {
         const Size size = {picture.width, picture.height};
         std::vector<std::uint8_t> source = Encode(format, picture);
@@ -85,7 +89,9 @@ protected:
         std::vector<std::uint8_t> guarded(3 * picture.pixels.size() + 2 * kGuardBytes, kGuard);
         const ZvkImage from = Describe(format.code, size, source.data());
         ZvkImage to = Describe(target, size, guarded.data() + kGuardBytes);
-        EXPECT_EQ(library_.ZvkImageTransform(&from, &to, nullptr, 0), ZvkErrorSuccess);
+        EXPECT_EQ(library_.ZvkImageTransform(&from, &to, parameters.data(),
+                                             static_cast<std::uint32_t>(parameters.size())),
+                  ZvkErrorSuccess);
 
         const auto untouched = [](std::uint8_t byte) { return byte == kGuard; };
         EXPECT_TRUE(std::all_of(guarded.begin(), guarded.begin() + kGuardBytes, untouched));
@@ -270,15 +276,93 @@ TEST_F(ImageTransform, RefusesWhatItCannotTransform)
         EXPECT_EQ(target, std::vector<std::uint8_t>(24, kGuard)) << row.what;
     }
     std::uint8_t pixels[3] = {};
-    std::uint8_t parameters[8] = {};
+    ZvkTransformInfo record = {};
     ZvkImage image = Describe(kRgb8, {1, 1}, pixels);
-    auto* record = reinterpret_cast<ZvkTransformInfo*>(parameters);
     EXPECT_EQ(library_.ZvkImageTransform(nullptr, &image, nullptr, 0), ZvkErrorBadParameter);
     EXPECT_EQ(library_.ZvkImageTransform(&image, nullptr, nullptr, 0), ZvkErrorBadParameter);
-    EXPECT_EQ(library_.ZvkImageTransform(&image, &image, record, 1), ZvkErrorNotSupported);
+    EXPECT_EQ(library_.ZvkImageTransform(&image, &image, &record, 1), ZvkErrorNotSupported);
     EXPECT_EQ(library_.ZvkImageTransform(&image, &image, nullptr, 1), ZvkErrorBadParameter);
-    EXPECT_EQ(library_.ZvkSetDebayerMode(0, record), ZvkErrorNotSupported);
-    EXPECT_EQ(library_.ZvkSetGammaCorrection(2.2f, record), ZvkErrorNotSupported);
+    EXPECT_EQ(library_.ZvkSetDebayerMode(2, &record), ZvkErrorNotSupported);
+    EXPECT_EQ(library_.ZvkSetDebayerMode(0, nullptr), ZvkErrorBadParameter);
+    for (const float gamma : {0.0f, 11.0f, std::nanf("")})
+        EXPECT_EQ(library_.ZvkSetGammaCorrection(gamma, &record), ZvkErrorBadParameter) << gamma;
+    const float matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, -17};
+    EXPECT_EQ(library_.ZvkSetColorCorrectionMatrix3x3(matrix, &record), ZvkErrorBadParameter);
+    EXPECT_EQ(library_.ZvkSetColorCorrectionMatrix3x3(nullptr, &record), ZvkErrorBadParameter);
+    EXPECT_EQ(record.kind, 0u) << "written in spite of the failure";
+}
+
+TEST_F(ImageTransform, CorrectsColoursInEveryFormat)
+{
+    const float matrix[9] = {1.5f, -0.5f, 0, 0, 0.25f, 0.25f, -1, 0.5f, 2};
+    constexpr double gamma = 2.2;
+    ZvkTransformInfo records[2] = {};
+    ASSERT_EQ(library_.ZvkSetGammaCorrection(static_cast<float>(gamma), &records[0]), ZvkErrorSuccess);
+    ASSERT_EQ(library_.ZvkSetColorCorrectionMatrix3x3(matrix, &records[1]), ZvkErrorSuccess);
+    for (const Format& format : kAllFormats) {
+        for (const ZvkPixelFormat_t target : {kRgb8, kBgr8}) {
+            const Picture picture = Noise({67, 63}); // more than is corrected at a time
+            const auto plain = Transform(format, picture, target);
+            const auto corrected = Transform(format, picture, target, records);
+            const std::size_t red = target == kRgb8 ? 0 : 2;
+            for (std::size_t i = 0; i < plain.size(); ++i) {
+                const std::size_t pixel = i - i % 3, row = 3 * (i % 3 == 1 ? 1 : i % 3 == red ? 0 : 2);
+                const double linear = matrix[row] * plain[pixel + red] + matrix[row + 1] * plain[pixel + 1] +
+                                      matrix[row + 2] * plain[pixel + 2 - red];
+                const double rounded = std::clamp(std::floor(linear + 0.5), 0.0, 255.0);
+                ASSERT_EQ(corrected[i], std::lround(255 * std::pow(rounded / 255, 1 / gamma)))
+                    << std::hex << format.code << std::dec << ' ' << i;
+            }
+        }
+    }
+}
+
+// What a camera with a colour filter sees of stripes, edges and rings whose colour changes slowly.
+Picture Scene(bool zonePlate)
+{
+    constexpr std::size_t size = 240;
+    Picture picture = {size, size, {}};
+    for (std::size_t y = 0; y < size; ++y)
+        for (std::size_t x = 0; x < size; ++x) {
+            const double u = static_cast<double>(x) / size, v = static_cast<double>(y) / size;
+            const double rings = 0.5 + 0.5 * std::cos(180 * (u * u + v * v));
+            const double roof = u + 2 * v < 1.1 || u - v > 0.55 ? 0.9 : 0.25;
+            const double fence = v > 0.6 && std::fmod(17 * u + 2 * v, 1.0) < 0.4 ? 0.7 : 1.0;
+            const double light = zonePlate ? rings : roof * fence * (0.85 + 0.15 * std::sin(40 * u * v));
+            picture.pixels.push_back(
+                {light * (0.95 - 0.3 * v), light * (0.75 + 0.2 * u), light * (0.6 + 0.3 * v - 0.2 * u)});
+        }
+    return picture;
+}
+
+TEST_F(ImageTransform, EdgeAwareInterpolationIsTwoDecibelsNearerToThePicture)
+{
+    ZvkTransformInfo mode = {};
+    ASSERT_EQ(library_.ZvkSetDebayerMode(ZvkDebayerModeEdgeAware, &mode), ZvkErrorSuccess);
+    for (const Format& format : kAllFormats) {
+        for (const bool zonePlate : {false, true}) {
+            if (!format.IsMosaic() || format.bits != Bits::Words || format.depth != 8)
+                continue;
+            const Picture picture = Scene(zonePlate);
+            const auto decibels = [&](const std::vector<std::uint8_t>& pixels) {
+                double sum = 0;
+                for (std::size_t i = 0; i < pixels.size(); ++i) {
+                    const Rgb& rgb = picture.pixels[i / 3];
+                    const double error = pixels[i] - 255 * (i % 3 == 0   ? rgb.red
+                                                            : i % 3 == 1 ? rgb.green
+                                                                         : rgb.blue);
+                    sum += error * error;
+                }
+                return 10 * std::log10(255.0 * 255.0 * static_cast<double>(pixels.size()) / sum);
+            };
+            const double bilinear = decibels(Transform(format, picture));
+            const double edgeAware = decibels(Transform(format, picture, kRgb8, {&mode, 1}));
+            EXPECT_GE(edgeAware, bilinear + 2)
+                << std::hex << format.code << (zonePlate ? " rings" : " scene");
+            RecordProperty((zonePlate ? "rings" : "scene") + std::to_string(format.code),
+                           std::to_string(bilinear) + " " + std::to_string(edgeAware));
+        }
+    }
 }
 
 TEST_F(ImageTransform, CallsAreRecordedReplacedAndFailOnDemand)

@@ -60,7 +60,11 @@ struct SimulatedLibrary : RuntimeLibrary
 
 struct TransformLibrary : LoadedLibrary
 {
-    TransformLibrary() : LoadedLibrary(kSimulatedSdk + "/bin/ZvkImageTransform.dll") {}
+    TransformLibrary() : TransformLibrary(kSimulatedSdk) {}
+    explicit TransformLibrary(const std::string& sdkFolder)
+        : LoadedLibrary(sdkFolder + "/bin/ZvkImageTransform.dll")
+    {
+    }
     ZVK_IMAGE_TRANSFORM_ENTRY_POINTS(POINTER)
     SIM_TRANSFORM_FUNCTIONS(POINTER)
 };

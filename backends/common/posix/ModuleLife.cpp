@@ -1,5 +1,6 @@
 #include "ModuleLife.h"
 
+#include <cstdlib>
 #include <dlfcn.h>
 
 namespace maravel::backend {
@@ -15,6 +16,12 @@ std::filesystem::path LibraryFolder()
     if (dladdr(reinterpret_cast<void*>(&ProcessIsEnding), &info) == 0 || info.dli_fname == nullptr)
         return {};
     return std::filesystem::path(info.dli_fname).parent_path();
+}
+
+std::string EnvironmentText(const char* name)
+{
+    const char* text = std::getenv(name);
+    return text == nullptr ? "" : text;
 }
 
 } // namespace maravel::backend

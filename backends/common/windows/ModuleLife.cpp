@@ -34,6 +34,15 @@ std::filesystem::path LibraryFolder()
     return std::filesystem::path(name).parent_path();
 }
 
+// The system's: what a runtime library keeps is a copy from when the process began.
+std::string EnvironmentText(const char* name)
+{
+    std::string text(1024, '\0');
+    const DWORD length = GetEnvironmentVariableA(name, text.data(), static_cast<DWORD>(text.size()));
+    text.resize(length < text.size() ? length : 0);
+    return text;
+}
+
 } // namespace maravel::backend
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* reserved)
