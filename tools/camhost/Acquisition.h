@@ -16,8 +16,9 @@ namespace maravel::camhost {
 class Acquisition
 {
 public:
-    // Applies the common parameters, then the single features.
-    Acquisition(const host::Channel& channel, const Options& options);
+    // Applies the common parameters, then the single features. `name` distinguishes the camera from the
+    // others in texts and file names. Fails when the camera does not hold what was asked for.
+    Acquisition(const host::Channel& channel, std::string name, const Options& options);
     ~Acquisition();
     Acquisition(const Acquisition&) = delete;
     Acquisition& operator=(const Acquisition&) = delete;
@@ -38,12 +39,14 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void StartOrTrigger();
+    void CheckExposure() const;
     std::string TimeoutText() const;
     double Seconds() const;
     double Rate() const;
     std::uint64_t Lost() const;
 
     const host::Channel& channel_;
+    const std::string name_;
     const Options& options_;
     std::size_t payloadSize_ = 0;
     bool started_ = false;
@@ -51,7 +54,8 @@ private:
     ImageAttributes last_ = {};
     std::vector<std::uint64_t> intervals_; // between time stamps
     std::string firstFile_, lastFile_;
-    Clock::time_point begin_, end_, deadline_;
+    std::string startText_;                    // what the adapter had to report of a start that succeeded
+    Clock::time_point first_, end_, deadline_; // of the first image, of the last one
 };
 
 } // namespace maravel::camhost

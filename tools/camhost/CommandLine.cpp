@@ -2,10 +2,14 @@
 
 #include "Failure.h"
 #include "Revision.h"
+#include "host/Utf8Path.h"
 
 #include <CLI/CLI.hpp>
 
-#include <iostream>
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
 
 namespace maravel::camhost {
 namespace {
@@ -60,6 +64,45 @@ Trigger TriggerOf(const std::string& word)
     return word == "hardware-semi-auto" ? Trigger::HardwareSemiAuto : Trigger::Freerun;
 }
 
+// The library's own checks know narrow paths only, and print limits of three hundred digits.
+CLI::Validator Check(bool (*accepts)(const std::string&), const char* wanted)
+{
+    return {[=](const std::string& text) -> std::string {
+                return accepts(text) ? "" : "'" + text + "' is " + wanted;
+            },
+            ""};
+}
+
+CLI::Validator IsFolder()
+{
+    return Check(
+        [](const std::string& text) {
+            std::error_code error;
+            return std::filesystem::is_directory(host::PathOf(text), error);
+        },
+        "no folder");
+}
+
+CLI::Validator IsSeconds()
+{
+    return Check(
+        [](const std::string& text) {
+            double value = 0;
+            return CLI::detail::lexical_cast(text, value) && value > 0 && value <= 1e6;
+        },
+        "no time; write seconds without a unit, such as 0.01");
+}
+
+CLI::Validator IsPixels()
+{
+    return Check(
+        [](const std::string& text) {
+            int value = 0;
+            return CLI::detail::lexical_cast(text, value) && value >= 0;
+        },
+        "no number of pixels; write X,Y,WIDTH,HEIGHT such as 0,0,640,480");
+}
+
 CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const char* name, const char* text)
 {
     CLI::App* sub = app.add_subcommand(name, text);
@@ -97,7 +140,7 @@ void AddGrab(CLI::App& app, Options& options, Words& words)
         ->capture_default_str()
         ->check(CLI::Range(1, 1000000));
     grab->add_option("--out", options.folder, "Folder for the images; made when missing")->required();
-    grab->add_option("--exposure", options.exposure, "Exposure time in seconds")->check(CLI::PositiveNumber);
+    grab->add_option("--exposure", options.exposure, "Exposure time in seconds")->check(IsSeconds());
     grab->add_option("--trigger", words.trigger, "manual, freerun, hardware-auto or hardware-semi-auto")
         ->check(CLI::IsMember({"manual", "freerun", "hardware-auto", "hardware-semi-auto"}))
         ->option_text("MODE [freerun]");
@@ -107,11 +150,11 @@ void AddGrab(CLI::App& app, Options& options, Words& words)
     grab->add_option("--region", words.region, "Region of interest in pixels")
         ->delimiter(',')
         ->expected(4)
-        ->check(CLI::NonNegativeNumber)
+        ->check(IsPixels())
         ->option_text("X,Y,WIDTH,HEIGHT");
     grab->add_option("--timeout", options.timeout, "Seconds to wait for each image")
         ->capture_default_str()
-        ->check(CLI::PositiveNumber);
+        ->check(IsSeconds());
     grab->add_option("--set", words.assignments, "Feature to write before the start; may be repeated")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -145,12 +188,30 @@ std::string FailureMessage(const CLI::App*, const CLI::Error& error)
     return "camhost: " + text + "; see camhost --help\n";
 }
 
+// The first word that is neither an option nor an option's value, when it names no command. The arguments
+// come in reverse order.
+std::string UnknownCommand(const CLI::App& app, const std::vector<std::string>& arguments)
+{
+    for (auto word = arguments.rbegin(); word != arguments.rend(); ++word) {
+        if (word->empty() || word->front() != '-') {
+            const auto named =
+                app.get_subcommands([&](const CLI::App* sub) { return sub->check_name(*word); });
+            return named.empty() ? *word : "";
+        }
+        const CLI::Option* option = app.get_option_no_throw(*word);
+        if (option != nullptr && option->get_items_expected_max() > 0 && word + 1 != arguments.rend())
+            ++word;
+    }
+    return {};
+}
+
 } // namespace
 
-std::optional<Options> ParseCommandLine(int argc, const char* const* argv, int* exitCode)
+std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int* exitCode)
 {
     Options options;
     Words words;
+    std::ranges::reverse(arguments); // as the library wants them
     CLI::App app(kAbout, "camhost");
     app.footer(kFooter);
     app.failure_message(FailureMessage);
@@ -161,17 +222,23 @@ std::optional<Options> ParseCommandLine(int argc, const char* const* argv, int* 
         ->option_text("FILE");
     app.add_option("--sdk", options.sdk,
                    "SDK folder; without it the one that ZORVIK_HOME names, else ../sdk beside camhost")
-        ->check(CLI::ExistingDirectory)
+        ->check(IsFolder())
         ->option_text("DIR");
     AddFeatureCommands(app, options, words);
     AddGrab(app, options, words);
     AddBench(app, options);
     try {
-        app.parse(argc, argv);
+        // The library asks for a command where there is an unknown one.
+        if (const std::string word = UnknownCommand(app, arguments); !word.empty())
+            throw CLI::ArgumentMismatch("there is no command '" + word + "'");
+        app.parse(std::move(arguments));
         options.assignments = SplitAssignments(words.assignments);
     }
     catch (const CLI::Error& error) {
-        *exitCode = app.exit(error, std::cout, std::cerr) == 0 ? ExitDone : ExitWrongArguments;
+        std::ostringstream output, errors;
+        *exitCode = app.exit(error, output, errors) == 0 ? ExitDone : ExitWrongArguments;
+        std::fputs(output.str().c_str(), stdout);
+        std::fputs(errors.str().c_str(), stderr);
         return std::nullopt;
     }
     options.trigger = TriggerOf(words.trigger);

@@ -59,8 +59,8 @@ struct Options
     std::string results; // folder; empty: nothing is written
 };
 
-// Parses the arguments. After --help, --version and wrong arguments the text was printed already and the
-// result is empty; `exitCode` then says how to end.
-std::optional<Options> ParseCommandLine(int argc, const char* const* argv, int* exitCode);
+// Parses the arguments (without the program's name). After --help, --version and wrong arguments the text was
+// printed already and the result is empty; `exitCode` then says how to end.
+std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int* exitCode);
 
 } // namespace maravel::camhost

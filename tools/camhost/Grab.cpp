@@ -6,10 +6,10 @@
 #include "ImageWriter.h"
 #include "OutputFile.h"
 #include "System.h"
+#include "host/Utf8Path.h"
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <list>
 #include <thread>
@@ -18,13 +18,6 @@ namespace maravel::camhost {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-volatile std::sig_atomic_t g_interrupted = 0;
-
-void OnInterrupt(int)
-{
-    g_interrupted = 1;
-}
 
 // One line that is overwritten on a terminal; elsewhere one line a second, if asked for.
 class Progress
@@ -59,6 +52,16 @@ private:
     Clock::time_point next_ = Clock::now();
 };
 
+// Its serial number, unless it has none or another camera has the same.
+std::string NameOf(const host::Channel& channel, const std::vector<host::Channel>& all)
+{
+    const std::string serial = channel.SerialNumber();
+    const auto same = std::ranges::count(all, serial, &host::Channel::SerialNumber);
+    if (!serial.empty() && same == 1)
+        return serial;
+    return (serial.empty() ? "camera" : serial) + "-channel" + std::to_string(channel.Index());
+}
+
 // Polls the channels in turn: the interface has no way to wait for an image.
 void Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& progress)
 {
@@ -78,7 +81,7 @@ void Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& p
         progress.Show(acquisitions);
         if (done)
             return;
-        if (g_interrupted != 0)
+        if (EndRequested())
             throw Failure(ExitRefused, "interrupted; the images so far are complete");
         if (idle)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -89,13 +92,13 @@ void Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& p
 
 void Grab(const std::vector<host::Channel>& channels, const Options& options)
 {
-    std::signal(SIGINT, OnInterrupt);
+    CatchEndRequests();
     ContactSheet sheet;
-    ImageWriter writer(options.folder, options.contactSheet.empty() ? nullptr : &sheet);
+    ImageWriter writer(host::PathOf(options.folder), options.contactSheet.empty() ? nullptr : &sheet);
     {
         std::list<Acquisition> acquisitions;
         for (const host::Channel& channel : channels)
-            acquisitions.emplace_back(channel, options);
+            acquisitions.emplace_back(channel, NameOf(channel, channels), options);
         for (Acquisition& acquisition : acquisitions)
             acquisition.Start();
         {
@@ -109,8 +112,9 @@ void Grab(const std::vector<host::Channel>& channels, const Options& options)
             std::printf("%s\n", acquisition.Summary().c_str());
     }
     if (!options.contactSheet.empty()) {
-        WriteWholeFile(options.contactSheet, sheet.EncodeAsPng());
-        std::printf("contact sheet: %s\n", options.contactSheet.c_str());
+        const auto file = host::PathOf(options.contactSheet);
+        WriteWholeFile(file, sheet.EncodeAsPng());
+        std::printf("contact sheet: %s\n", host::TextOf(file).c_str());
     }
 }
 

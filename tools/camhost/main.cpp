@@ -6,9 +6,12 @@
 #include "System.h"
 #include "bench/KernelBench.h"
 #include "host/AdapterLibrary.h"
+#include "host/Utf8Path.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -18,6 +21,8 @@ namespace {
 
 using host::AdapterLibrary;
 using host::Channel;
+using host::PathOf;
+using host::TextOf;
 
 // The adapter finds its SDK through the environment.
 void ChooseSdkFolder(const Options& options)
@@ -25,20 +30,20 @@ void ChooseSdkFolder(const Options& options)
     const char* const kVariable = "ZORVIK_HOME";
     std::error_code error;
     if (!options.sdk.empty()) {
-        SetVariable(kVariable, std::filesystem::absolute(options.sdk, error).string());
+        SetVariable(kVariable, TextOf(std::filesystem::absolute(PathOf(options.sdk), error)));
     }
-    else if (std::getenv(kVariable) == nullptr) {
-        const auto beside = std::filesystem::path(ProgramFolder()).parent_path() / "sdk";
+    else if (Variable(kVariable).empty()) {
+        const auto beside = ProgramFolder().parent_path() / "sdk";
         if (std::filesystem::is_directory(beside, error))
-            SetVariable(kVariable, beside.string());
+            SetVariable(kVariable, TextOf(beside));
     }
 }
 
 std::unique_ptr<AdapterLibrary> LoadAdapter(const Options& options)
 {
-    const std::filesystem::path beside = std::filesystem::path(ProgramFolder()) / MARAVEL_ADAPTER_FILE;
+    const std::string beside = TextOf(ProgramFolder() / MARAVEL_ADAPTER_FILE);
     std::string reason;
-    auto library = AdapterLibrary::Load(options.adapter.empty() ? beside.string() : options.adapter, &reason);
+    auto library = AdapterLibrary::Load(options.adapter.empty() ? beside : options.adapter, &reason);
     if (library == nullptr)
         throw Failure(ExitNotLoaded, reason + "; name the adapter with --adapter");
     return library;
@@ -54,6 +59,10 @@ std::vector<Channel> CollectChannels(const AdapterLibrary& library)
 
 const Channel& FindChannel(const std::vector<Channel>& channels, const std::string& name)
 {
+    const auto same = std::ranges::count(channels, name, &Channel::SerialNumber);
+    if (same > 1)
+        throw Failure(ExitWrongArguments, std::to_string(same) + " cameras have the serial number " + name +
+                                              "; name the channel by its index ('camhost list')");
     for (const Channel& channel : channels)
         if (channel.SerialNumber() == name)
             return channel;
@@ -93,6 +102,15 @@ void Perform(const Options& options, const std::vector<Channel>& channels)
     }
 }
 
+// A full disk or a closed pipe behind standard output is a failure as well.
+void CheckOutput()
+{
+    errno = 0;
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        throw Failure(ExitRefused, std::string("cannot write to standard output: ") +
+                                       std::strerror(errno == 0 ? EIO : errno));
+}
+
 int Bench(const Options& options)
 {
     bench::KernelBenchSettings settings;
@@ -105,23 +123,31 @@ int Bench(const Options& options)
     return report.missedGoals() == 0 ? ExitDone : ExitRefused;
 }
 
+int Run(std::vector<std::string> arguments)
+{
+    int exitCode = ExitDone;
+    const auto options = ParseCommandLine(std::move(arguments), &exitCode);
+    if (!options)
+        return exitCode;
+    if (options->command == Command::Bench)
+        return Bench(*options);
+    ChooseSdkFolder(*options);
+    const auto library = LoadAdapter(*options);
+    Perform(*options, CollectChannels(*library));
+    return ExitDone;
+}
+
 } // namespace
 } // namespace maravel::camhost
 
 int main(int argc, char** argv)
 {
     using namespace maravel::camhost;
+    PrepareTerminal();
     try {
-        int exitCode = ExitDone;
-        const auto options = ParseCommandLine(argc, argv, &exitCode);
-        if (!options)
-            return exitCode;
-        if (options->command == Command::Bench)
-            return Bench(*options);
-        ChooseSdkFolder(*options);
-        const auto library = LoadAdapter(*options);
-        Perform(*options, CollectChannels(*library));
-        return ExitDone;
+        const int exitCode = Run(Arguments(argc, argv));
+        CheckOutput();
+        return exitCode;
     }
     catch (const Failure& failure) {
         std::fprintf(stderr, "camhost: %s\n", failure.what());
