@@ -41,7 +41,8 @@ need_build_tools() {
         /usr/share/i18n/locales/de_DE:locales \
         /usr/include/toml++/toml.h:libtomlplusplus-dev \
         /usr/include/CLI/CLI.hpp:libcli11-dev \
-        /usr/include/stb/stb_image.h:libstb-dev
+        /usr/include/stb/stb_image.h:libstb-dev \
+        /usr/include/nlohmann/json.hpp:nlohmann-json3-dev
 }
 
 need_windows_tools() {

@@ -18,7 +18,7 @@ constexpr const char* kAbout = "Acquires images and sets features through a came
 
 constexpr const char* kFooter =
     "Exit codes: 0 done; 1 the adapter, a camera or a file refused; 2 wrong arguments;\n"
-    "3 the adapter or its SDK could not be loaded.\n"
+    "3 the adapter or its SDK could not be loaded; 4 there is no log.\n"
     "Options may stand before or after the command. 'camhost COMMAND --help' tells more of a command.";
 
 constexpr const char* kGrabFooter =
@@ -44,6 +44,14 @@ std::vector<Assignment> SplitAssignments(const std::vector<std::string>& words)
     for (const std::string& word : words)
         assignments.push_back(SplitAssignment(word));
     return assignments;
+}
+
+int DigitsAt(const std::string& text, std::size_t at)
+{
+    const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    return at + 2 <= text.size() && digit(text[at]) && digit(text[at + 1])
+               ? (text[at] - '0') * 10 + (text[at + 1] - '0')
+               : -1;
 }
 
 // What CLI11 fills before it is brought into its final form.
@@ -103,11 +111,27 @@ CLI::Validator IsPixels()
         "no number of pixels; write X,Y,WIDTH,HEIGHT such as 0,0,640,480");
 }
 
+CLI::Validator IsIndex()
+{
+    return Check(
+        [](const std::string& text) {
+            return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos &&
+                   text.size() < 6;
+        },
+        "no index of a channel; write a number such as 0");
+}
+
+CLI::Validator IsTimeOfDay()
+{
+    return Check([](const std::string& text) { return ParseTimeOfDay(text) >= 0; },
+                 "no time of day; write 14:05 or 14:05:30");
+}
+
 CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const char* name, const char* text)
 {
     CLI::App* sub = app.add_subcommand(name, text);
     sub->final_callback([&options, command] { options.command = command; });
-    if (command != Command::List && command != Command::Bench)
+    if (command != Command::List && command != Command::Bench && command != Command::Log)
         sub->add_option("CHANNEL", options.channel, "The camera: its index or its serial number")->required();
     return sub;
 }
@@ -188,6 +212,33 @@ std::string FailureMessage(const CLI::App*, const CLI::Error& error)
     return "camhost: " + text + "; see camhost --help\n";
 }
 
+void AddLog(CLI::App& app, Options& options)
+{
+    CLI::App* log = AddCommand(app, options, Command::Log, "log",
+                               "Reads the adapter's log: what went wrong, and what to do about it");
+    log->footer("Exit codes: 0 healthy; 1 faults were found; 2 wrong arguments; 4 there is no such log.\n"
+                "docs/field-guide.md goes from symptoms to causes, docs/log.md explains every message.");
+    log->add_option("FILE", options.file, "A log; without it the one of this machine");
+    log->add_flag("--json", options.json,
+                  "The whole report for programs; docs/log-report.schema.json describes it");
+    log->add_flag("--follow", options.follow,
+                  "Goes on reading and tells faults as they appear, until Ctrl-C");
+    log->add_flag("--lines", options.lines, "Prints the messages one by one with what they mean");
+    log->add_option("--channel", options.channel, "Only this channel's messages and faults")
+        ->check(IsIndex())
+        ->option_text("INDEX");
+    log->add_option("--since", options.since, "Only messages and faults from that time of day on")
+        ->check(IsTimeOfDay())
+        ->option_text("HH:MM[:SS]");
+    log->add_option("--trace", options.trace, "Writes the log for about:tracing or the Perfetto UI")
+        ->option_text("FILE");
+    log->add_option("--html", options.html, "Writes a page with charts, to attach to a mail")
+        ->option_text("FILE");
+    log->add_option("--explain", options.explain, "Tells what a message, a part of one, or a fault means")
+        ->option_text("TEXT");
+    log->add_flag("--lnav", options.lnav, "Prints the format file for lnav");
+}
+
 // The first word that is neither an option nor an option's value, when it names no command. The arguments
 // come in reverse order.
 std::string UnknownCommand(const CLI::App& app, const std::vector<std::string>& arguments)
@@ -206,6 +257,17 @@ std::string UnknownCommand(const CLI::App& app, const std::vector<std::string>& 
 }
 
 } // namespace
+
+int ParseTimeOfDay(const std::string& text)
+{
+    if ((text.size() != 5 && text.size() != 8) || text[2] != ':' || (text.size() == 8 && text[5] != ':'))
+        return -1;
+    const int hour = DigitsAt(text, 0), minute = DigitsAt(text, 3),
+              second = text.size() == 8 ? DigitsAt(text, 6) : 0;
+    return hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59
+               ? -1
+               : (hour * 60 + minute) * 60 + second;
+}
 
 std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int* exitCode)
 {
@@ -226,6 +288,7 @@ std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int*
         ->option_text("DIR");
     AddFeatureCommands(app, options, words);
     AddGrab(app, options, words);
+    AddLog(app, options);
     AddBench(app, options);
     try {
         // The library asks for a command where there is an unknown one.

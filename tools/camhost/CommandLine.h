@@ -17,7 +17,8 @@ enum class Command
     Set,
     Run,
     Grab,
-    Bench
+    Bench,
+    Log
 };
 
 enum class Trigger
@@ -55,9 +56,21 @@ struct Options
     bool progress = false;
     std::string contactSheet;
 
+    std::string file; // a log; empty: the machine's own
+    bool json = false;
+    bool follow = false;
+    bool lines = false;
+    bool lnav = false;
+    std::string since;       // hh:mm or hh:mm:ss
+    std::string trace, html; // files
+    std::string explain;
+
     int rounds = 31;
     std::string results; // folder; empty: nothing is written
 };
+
+// Seconds since midnight of "hh:mm" or "hh:mm:ss"; -1 for any other text.
+int ParseTimeOfDay(const std::string& text);
 
 // Parses the arguments (without the program's name). After --help, --version and wrong arguments the text was
 // printed already and the result is empty; `exitCode` then says how to end.

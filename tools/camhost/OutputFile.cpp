@@ -33,30 +33,47 @@ fs::path TargetOf(const fs::path& path)
 
 } // namespace
 
-void WriteWholeFile(const fs::path& path, std::span<const std::uint8_t> bytes)
+OutputFile::OutputFile(fs::path path) : path_(std::move(path))
 {
     std::error_code error;
-    if (path.has_parent_path())
-        fs::create_directories(path.parent_path(), error);
+    if (path_.has_parent_path())
+        fs::create_directories(path_.parent_path(), error);
     if (error)
-        Fail(path, error.message());
-
-    const fs::path target = TargetOf(path);
-    fs::path temporary = target;
-    temporary += ".part";
+        Fail(path_, error.message());
+    target_ = TargetOf(path_);
+    temporary_ = target_;
+    temporary_ += ".part";
     errno = 0;
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    if (!file)
-        error.assign(errno == 0 ? EIO : errno, std::generic_category());
-    else
-        fs::rename(temporary, target, error);
-    if (error) {
-        const std::string why = error.message();
-        fs::remove(temporary, error);
-        Fail(path, why);
-    }
+    stream_.open(temporary_, std::ios::binary | std::ios::trunc);
+    if (!stream_)
+        Fail(path_, std::generic_category().message(errno == 0 ? EIO : errno));
+}
+
+OutputFile::~OutputFile()
+{
+    stream_.close();
+    std::error_code error;
+    fs::remove(temporary_, error);
+}
+
+void OutputFile::Commit()
+{
+    errno = 0;
+    stream_.close();
+    if (!stream_)
+        Fail(path_, std::generic_category().message(errno == 0 ? ENOSPC : errno));
+    std::error_code error;
+    fs::rename(temporary_, target_, error);
+    if (error)
+        Fail(path_, error.message());
+}
+
+void WriteWholeFile(const fs::path& path, std::span<const std::uint8_t> bytes)
+{
+    OutputFile file(path);
+    file.Stream().write(reinterpret_cast<const char*>(bytes.data()),
+                        static_cast<std::streamsize>(bytes.size()));
+    file.Commit();
 }
 
 } // namespace maravel::camhost

@@ -16,6 +16,9 @@ bool ErrorsGoToTerminal();
 // Has terminals show UTF-8.
 void PrepareTerminal();
 
+// Whether what reads standard output is likely to show UTF-8.
+bool OutputShowsUtf8();
+
 // A variable of this process; empty when it is not set.
 std::string Variable(const std::string& name);
 

@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "Features.h"
 #include "Grab.h"
+#include "Log.h"
 #include "System.h"
 #include "bench/KernelBench.h"
 #include "host/AdapterLibrary.h"
@@ -131,6 +132,8 @@ int Run(std::vector<std::string> arguments)
         return exitCode;
     if (options->command == Command::Bench)
         return Bench(*options);
+    if (options->command == Command::Log)
+        return ShowLog(*options);
     ChooseSdkFolder(*options);
     const auto library = LoadAdapter(*options);
     Perform(*options, CollectChannels(*library));

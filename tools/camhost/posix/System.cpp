@@ -24,6 +24,14 @@ bool ErrorsGoToTerminal()
 
 void PrepareTerminal() {}
 
+bool OutputShowsUtf8()
+{
+    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"})
+        if (const std::string value = Variable(name); !value.empty())
+            return value.find("UTF-8") != std::string::npos || value.find("utf8") != std::string::npos;
+    return false;
+}
+
 std::string Variable(const std::string& name)
 {
     const char* value = std::getenv(name.c_str());

@@ -60,6 +60,11 @@ void PrepareTerminal()
     SetConsoleOutputCP(CP_UTF8);
 }
 
+bool OutputShowsUtf8()
+{
+    return _isatty(_fileno(stdout)) != 0; // a terminal, which was told to
+}
+
 std::string Variable(const std::string& name)
 {
     const wchar_t* value = _wgetenv(Wide(name).c_str());
