@@ -444,14 +444,49 @@ TEST_F(Camhost, GrabsFromEverySimulatedCamera)
 TEST_F(Camhost, AnSdkThatIsNotThereIsNamed)
 {
     SetEnvironment("ZORVIK_HOME", "nowhere");
-    ExpectFailure(RunBare("list"), 3,
-                  "ERROR while loading 'ZvkC.dll'. Name the SDK folder with --sdk or ZORVIK_HOME.");
+    for (const char* command : {"list", "get 0 Width", "grab all --out out"}) {
+        ExpectFailure(RunBare(command), 3, "The variable ZORVIK_HOME is not set or names no folder");
+        // The adapter has no text for a folder without its libraries; the option goes before the variable.
+        ExpectFailure(RunBare(command + std::string(" --sdk sdk")), 3, "ZvkC.dll did not load from ");
+    }
+    EXPECT_EQ(RunBare("list --sdk sdk").output, "");
 
-    // The adapter has no text for a folder without its libraries; the option goes before the variable.
-    const Result list = RunBare("list --sdk sdk");
-    EXPECT_EQ(list.exitCode, 0);
-    EXPECT_EQ(list.output, "no cameras found; the adapter's log tells more\n");
-    ExpectFailure(RunBare("grab all --out out --sdk sdk"), 1, "no cameras found");
+    SetEnvironment("ZORVIK_HOME", "");
+    const Result list = RunBare("list --simulate \"cameras 0\"");
+    EXPECT_EQ(list.exitCode, 0) << "a well SDK without cameras is no failure";
+    EXPECT_EQ(list.output.rfind("no cameras found. Look at power", 0), 0u) << list.output;
+    ExpectFailure(RunBare("grab all --out out --simulate \"cameras 0\""), 1, "no cameras found. Look");
+}
+
+// By time stamps alone it would say none: every second frame comes at even intervals.
+TEST_F(Camhost, LossesAreCountedByFrameNumbers)
+{
+    const Result result = RunBare("grab 3 --frames 6 --out out --simulate \"incomplete 3 every 2\"");
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_NE(result.output.find(", 5 lost (by frame numbers); "), std::string::npos) << result.output;
+}
+
+TEST_F(Camhost, FaultsOnDemandAreWordsWithAForm)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"jump 0", "'jump' is no fault; there are unplug, incomplete, silent, busy, hold, fail, cameras"},
+        {"busy 0; unplug", "'unplug' is no fault; write unplug CAMERA"},
+        {"unplug 0 after 2", "write unplug CAMERA"},
+        {"unplug 0 after 2s for 0s", "write unplug CAMERA"},
+        {"unplug 32", "write unplug CAMERA"},
+        {"incomplete 1 every 0", "write incomplete CAMERA every N"},
+        {"silent 0 1", "write silent CAMERA"},
+        {"hold 0", "write hold CAMERA COMMAND"},
+        {"fail ZvkStartup 0 -1", "write fail ENTRY NTH CODE"},
+        {"fail Zvk 1 -1", "ZvkC.dll has no entry point 'Zvk' to fail"},
+        {"cameras", "write cameras N"},
+    };
+    for (const auto& [faults, says] : rows)
+        ExpectFailure(RunBare("list --simulate \"" + std::string(faults) + "\""), 2, says);
+    const fs::path empty = "sdk/bin";
+    fs::create_directories(empty);
+    fs::copy(ExecutableFolder() + "/../sdk/bin/ZvkImageTransform.dll", empty / "ZvkC.dll");
+    ExpectFailure(RunBare("list --sdk sdk --simulate \"busy 0\""), 2, "--simulate needs the simulated SDK");
 }
 
 } // namespace

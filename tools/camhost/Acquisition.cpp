@@ -123,13 +123,13 @@ void Acquisition::Stop()
     Check(name_, channel_.StopAcquisition());
 }
 
-std::string Acquisition::TimeoutText() const
+void Acquisition::GiveUp() const
 {
     char text[160];
-    std::snprintf(text, sizeof(text), ": no image within %g s, %d of %d arrived; ", options_.timeout, taken_,
+    std::snprintf(text, sizeof(text), ": no image within %g s, %d of %d arrived", options_.timeout, taken_,
                   options_.frames);
-    return name_ + text +
-           (startText_.empty() ? "is the camera triggered, and --timeout long enough?" : startText_);
+    throw NoImage(channel_.Index(), name_ + text,
+                  startText_.empty() ? "is the camera triggered, and --timeout long enough?" : startText_);
 }
 
 bool Acquisition::TakeImage(Image* image)
@@ -138,7 +138,7 @@ bool Acquisition::TakeImage(Image* image)
     Check(name_, channel_.GetImageAttributes(&image->attributes, &imageStatus));
     if (imageStatus != ImageStatusReady) {
         if (Clock::now() > deadline_)
-            throw Failure(ExitRefused, TimeoutText());
+            GiveUp();
         return false;
     }
 
@@ -159,6 +159,7 @@ bool Acquisition::TakeImage(Image* image)
     if (taken_ == 1) {
         firstFile_ = lastFile_;
         first_ = end_;
+        firstTimestamp_ = now.timestamp;
     }
     else if (now.timestamp > last_.timestamp)
         intervals_.push_back(now.timestamp - last_.timestamp);
@@ -199,8 +200,27 @@ std::string Acquisition::Progress() const
     return text;
 }
 
+std::set<OwnLog::Frame> Acquisition::Ends() const
+{
+    if (taken_ < 2)
+        return {};
+    return {{channel_.Index(), firstTimestamp_}, {channel_.Index(), last_.timestamp}};
+}
+
+// The camera's own numbers are exact; the interface does not hand them on, the log does. Time stamps are a
+// guess where much is lost.
+std::string Acquisition::Losses(const OwnLog& log) const
+{
+    const auto first = log.NumberOf({channel_.Index(), firstTimestamp_});
+    const auto last = log.NumberOf({channel_.Index(), last_.timestamp});
+    const auto taken = static_cast<std::uint64_t>(taken_);
+    if (first && last && *last >= *first && *last - *first + 1 >= taken)
+        return ", " + std::to_string(*last - *first + 1 - taken) + " lost (by frame numbers)";
+    return ", " + std::to_string(Lost()) + " lost (by time stamps)";
+}
+
 // The rate is the camera's: from the first image to the last one, without the start of the stream.
-std::string Acquisition::Summary() const
+std::string Acquisition::Summary(const OwnLog& log) const
 {
     char numbers[160];
     std::snprintf(numbers, sizeof(numbers), ": %d image%s of %d x %d", taken_, taken_ == 1 ? "" : "s",
@@ -211,7 +231,7 @@ std::string Acquisition::Summary() const
         text += numbers;
     }
     if (options_.trigger == Trigger::Freerun)
-        text += ", " + std::to_string(Lost()) + " lost (by time stamps)";
+        text += Losses(log);
     text += "; " + host::TextOf(host::PathOf(options_.folder) / firstFile_);
     if (lastFile_ != firstFile_)
         text += " to " + lastFile_;

@@ -2,15 +2,35 @@
 #pragma once
 
 #include "CommandLine.h"
+#include "Failure.h"
 #include "Image.h"
+#include "OwnLog.h"
 #include "host/Channel.h"
 
 #include <chrono>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace maravel::camhost {
+
+// No image came in time.
+class NoImage : public Failure
+{
+public:
+    NoImage(std::int64_t channel, const std::string& text, const std::string& guess)
+        : Failure(ExitRefused, text + "; " + guess), channel_(channel), short_(text)
+    {
+    }
+
+    std::int64_t Channel() const { return channel_; }
+    const std::string& Short() const { return short_; } // without the guess at the cause
+
+private:
+    std::int64_t channel_;
+    std::string short_;
+};
 
 // All may throw Failure with the adapter's text. The camera is stopped at the latest when the object goes.
 class Acquisition
@@ -33,17 +53,22 @@ public:
     bool Done() const { return taken_ >= options_.frames; }
 
     std::string Progress() const; // short, for one of several on a line
-    std::string Summary() const;
+    // `log`: of this run, after the stop.
+    std::string Summary(const OwnLog& log) const;
+
+    // The first image and the last one; none when there are not two.
+    std::set<OwnLog::Frame> Ends() const;
 
 private:
     using Clock = std::chrono::steady_clock;
 
     void StartOrTrigger();
     void CheckExposure() const;
-    std::string TimeoutText() const;
+    [[noreturn]] void GiveUp() const;
     double Seconds() const;
     double Rate() const;
     std::uint64_t Lost() const;
+    std::string Losses(const OwnLog& log) const;
 
     const host::Channel& channel_;
     const std::string name_;
@@ -52,6 +77,7 @@ private:
     bool started_ = false;
     int taken_ = 0;
     ImageAttributes last_ = {};
+    std::uint64_t firstTimestamp_ = 0;
     std::vector<std::uint64_t> intervals_; // between time stamps
     std::string firstFile_, lastFile_;
     std::string startText_;                    // what the adapter had to report of a start that succeeded

@@ -286,6 +286,10 @@ std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int*
                    "SDK folder; without it the one that ZORVIK_HOME names, else ../sdk beside camhost")
         ->check(IsFolder())
         ->option_text("DIR");
+    app.add_option("--simulate", options.simulate,
+                   "Faults of the simulated SDK, such as 'unplug 0 after 2s; incomplete 1 every 3;\n"
+                   "fail ZvkFrameAnnounce 2 -14; busy 1'; cameras.toml in its folder lists the words")
+        ->option_text("FAULTS");
     AddFeatureCommands(app, options, words);
     AddGrab(app, options, words);
     AddLog(app, options);

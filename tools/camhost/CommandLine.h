@@ -42,6 +42,8 @@ struct Options
     std::string adapter; // empty: the one beside this program
     std::string sdk;     // empty: ZORVIK_HOME, or the one beside this program
 
+    std::string simulate; // faults of the simulated SDK, in its words
+
     std::string channel; // index or serial number; for Grab also "all"
     std::vector<std::string> features;
     std::vector<Assignment> assignments;

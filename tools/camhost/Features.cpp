@@ -142,10 +142,6 @@ std::string ReasonOf(const Outcome& outcome)
 
 void ListChannels(const std::vector<Channel>& channels)
 {
-    if (channels.empty()) {
-        std::puts("no cameras found; the adapter's log tells more");
-        return;
-    }
     Table table({"CHANNEL", "SERIAL", "CAMERA", "ADDRESS", "SIZE", "EXPOSURE", "STATE"});
     for (const Channel& channel : channels) {
         const VideoChannelDescriptor& d = channel.Descriptor();

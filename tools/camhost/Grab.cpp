@@ -5,6 +5,7 @@
 #include "Failure.h"
 #include "ImageWriter.h"
 #include "OutputFile.h"
+#include "OwnLog.h"
 #include "System.h"
 #include "host/Utf8Path.h"
 
@@ -12,6 +13,7 @@
 #include <chrono>
 #include <cstdio>
 #include <list>
+#include <set>
 #include <thread>
 
 namespace maravel::camhost {
@@ -88,6 +90,30 @@ void Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& p
     }
 }
 
+// Runs the channels and returns once all are stopped, however it ends; what the adapter then has in its log
+// belongs to this run alone.
+void Run(const std::vector<host::Channel>& channels, const Options& options, ImageWriter& writer)
+{
+    std::list<Acquisition> acquisitions;
+    for (const host::Channel& channel : channels)
+        acquisitions.emplace_back(channel, NameOf(channel, channels), options);
+    for (Acquisition& acquisition : acquisitions)
+        acquisition.Start();
+    {
+        Progress progress(options.progress);
+        Poll(acquisitions, writer, progress);
+    }
+    for (Acquisition& acquisition : acquisitions)
+        acquisition.Stop();
+    writer.Finish();
+    std::set<OwnLog::Frame> ends;
+    for (const Acquisition& acquisition : acquisitions)
+        ends.merge(acquisition.Ends());
+    const OwnLog log(ends);
+    for (const Acquisition& acquisition : acquisitions)
+        std::printf("%s\n", acquisition.Summary(log).c_str());
+}
+
 } // namespace
 
 void Grab(const std::vector<host::Channel>& channels, const Options& options)
@@ -95,21 +121,16 @@ void Grab(const std::vector<host::Channel>& channels, const Options& options)
     CatchEndRequests();
     ContactSheet sheet;
     ImageWriter writer(host::PathOf(options.folder), options.contactSheet.empty() ? nullptr : &sheet);
-    {
-        std::list<Acquisition> acquisitions;
-        for (const host::Channel& channel : channels)
-            acquisitions.emplace_back(channel, NameOf(channel, channels), options);
-        for (Acquisition& acquisition : acquisitions)
-            acquisition.Start();
-        {
-            Progress progress(options.progress);
-            Poll(acquisitions, writer, progress);
-        }
-        for (Acquisition& acquisition : acquisitions)
-            acquisition.Stop();
-        writer.Finish();
-        for (const Acquisition& acquisition : acquisitions)
-            std::printf("%s\n", acquisition.Summary().c_str());
+    try {
+        Run(channels, options, writer);
+    }
+    catch (const NoImage& failure) {
+        // The interface does not tell why no image comes.
+        const OwnLog log;
+        const diagnosis::Finding* fault = log.Fault(failure.Channel());
+        if (fault == nullptr)
+            throw;
+        throw Failure(ExitRefused, failure.Short() + ". " + InOneLine(*fault));
     }
     if (!options.contactSheet.empty()) {
         const auto file = host::PathOf(options.contactSheet);

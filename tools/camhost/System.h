@@ -1,6 +1,7 @@
 // What camhost asks of the system beside the standard library. All texts are UTF-8.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ void SetVariable(const std::string& name, const std::string& value);
 
 // The folder of this program; empty when the system does not tell.
 std::filesystem::path ProgramFolder();
+
+// Seconds since this program began, rounded up.
+std::int64_t SecondsSinceStart();
 
 // From the first call on, requests to end the program (Ctrl-C, a service manager's or a terminal's end) only
 // set what EndRequested tells.

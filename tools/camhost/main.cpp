@@ -4,8 +4,11 @@
 #include "Features.h"
 #include "Grab.h"
 #include "Log.h"
+#include "OwnLog.h"
+#include "Simulation.h"
 #include "System.h"
 #include "bench/KernelBench.h"
+#include "diagnosis/SdkFolder.h"
 #include "host/AdapterLibrary.h"
 #include "host/Utf8Path.h"
 
@@ -50,13 +53,35 @@ std::unique_ptr<AdapterLibrary> LoadAdapter(const Options& options)
     return library;
 }
 
+// Why the adapter has no channels; empty when the SDK runs and there simply is no camera.
+std::string StartFault(const host::Outcome& outcome)
+{
+    const OwnLog log;
+    if (const diagnosis::Finding* fault = log.Fault())
+        return fault->fault->id == diagnosis::FaultId::NoCamera ? "" : InOneLine(*fault);
+    if (!outcome)
+        return outcome.text + " Name the SDK folder with --sdk or ZORVIK_HOME.";
+    // Without a log only the files can tell.
+    const std::string folder = Variable("ZORVIK_HOME");
+    const diagnosis::LibraryVerdict verdict = diagnosis::InspectSdk(folder);
+    return verdict.good
+               ? ""
+               : std::string(verdict.transform ? diagnosis::kTransformLibrary : diagnosis::kRuntimeLibrary) +
+                     " did not load from " + folder + ": " + verdict.text;
+}
+
 std::vector<Channel> CollectChannels(const AdapterLibrary& library)
 {
     std::vector<Channel> channels;
-    if (const host::Outcome outcome = library.CollectChannels(&channels); !outcome)
-        throw Failure(ExitNotLoaded, outcome.text + " Name the SDK folder with --sdk or ZORVIK_HOME.");
+    const host::Outcome outcome = library.CollectChannels(&channels);
+    if (!outcome || channels.empty())
+        if (const std::string fault = StartFault(outcome); !fault.empty())
+            throw Failure(ExitNotLoaded, fault);
     return channels;
 }
+
+const std::string kNoCameras =
+    std::string("no cameras found. ") + diagnosis::Describe(diagnosis::FaultId::NoCamera).advice;
 
 const Channel& FindChannel(const std::vector<Channel>& channels, const std::string& name)
 {
@@ -75,18 +100,20 @@ const Channel& FindChannel(const std::vector<Channel>& channels, const std::stri
         known += (known.empty() ? "" : ", ") + std::to_string(channel.Index()) + " (" +
                  channel.SerialNumber() + ")";
     throw Failure(ExitWrongArguments, "there is no channel '" + name + "'; " +
-                                          (known.empty() ? "no cameras were found" : "there are " + known));
+                                          (known.empty() ? kNoCameras : "there are " + known));
 }
 
 void Perform(const Options& options, const std::vector<Channel>& channels)
 {
+    if (options.command == Command::List && channels.empty())
+        return static_cast<void>(std::printf("%s\n", kNoCameras.c_str()));
     if (options.command == Command::List)
         return ListChannels(channels);
     if (options.command == Command::Grab) {
         if (options.channel != "all")
             return Grab({FindChannel(channels, options.channel)}, options);
         if (channels.empty())
-            throw Failure(ExitRefused, "no cameras found; the adapter's log tells more");
+            throw Failure(ExitRefused, kNoCameras);
         return Grab(channels, options);
     }
 
@@ -135,6 +162,8 @@ int Run(std::vector<std::string> arguments)
     if (options->command == Command::Log)
         return ShowLog(*options);
     ChooseSdkFolder(*options);
+    if (!options->simulate.empty())
+        SimulateFaults(options->simulate);
     const auto library = LoadAdapter(*options);
     Perform(*options, CollectChannels(*library));
     return ExitDone;

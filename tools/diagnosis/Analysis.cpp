@@ -25,7 +25,9 @@ void Analysis::Feed(std::string_view bytes)
 
 void Analysis::Finish()
 {
+    finishing_ = true; // a line without its end may be cut
     reader_.Finish(sink_);
+    finishing_ = false;
 }
 
 void Analysis::Take(const Entry& entry)
@@ -45,7 +47,7 @@ void Analysis::Take(const Entry& entry)
     }
     if (run_ == nullptr)
         run_ = std::make_unique<Run>(reader_.NulBytes());
-    if (match.message == nullptr && entry.time != Entry::NoTime) {
+    if (match.message == nullptr && entry.time != Entry::NoTime && !finishing_) {
         ++unknown_;
         if (firstUnknown_.size() < 3)
             firstUnknown_.push_back({entry.line, entry.time, ToUtf8(entry.text)});

@@ -16,6 +16,7 @@ namespace maravel::diagnosis {
 struct LibraryVerdict
 {
     bool transform = false;
+    bool good = false;
     std::string text;
 };
 using LibraryInspector = std::function<LibraryVerdict(const std::string& sdkFolder)>;
@@ -62,6 +63,7 @@ private:
     std::unique_ptr<Run> run_;
     std::vector<RunReport> finished_;
     std::uint64_t earlierRuns_ = 0;
+    bool finishing_ = false;
     std::uint64_t entries_ = 0, unknown_ = 0;
     std::vector<Quote> firstUnknown_;
 };

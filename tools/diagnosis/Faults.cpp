@@ -98,13 +98,13 @@ constexpr Fault kFaults[] = {
     {FaultId::FeatureRefused, "feature-refused", W, "{camera} refused a setting: {text}",
      "InvalidAccess: the feature is locked now, often while streaming. InvalidValue: an increment or an entry that the camera does not have."},
     {FaultId::SmallPackets, "small-packets", W,
-     "The network path allows packets of {0} bytes only, which costs a lot of processor time and frames.",
+     "{camera}: the network path allows packets of {0} bytes only, which costs a lot of processor time and frames.",
      "Look at the MTU of the network adapter (1500 at least, 9000 with jumbo frames) and at the switch."},
     {FaultId::AutoExposure, "auto-exposure", H,
      "{camera} sets its exposure itself (ExposureAuto is on): the program's exposure time has no effect.",
      "Set ExposureAuto to Off if the program's exposure is to count."},
     {FaultId::SmallishPackets, "no-jumbo-frames", H,
-     "The network path allows packets of {0} bytes; jumbo frames would cost less processor time.",
+     "{camera}: the network path allows packets of {0} bytes; jumbo frames would cost less processor time.",
      "Switch jumbo frames on in the network adapter and every switch on the way."},
 };
 

@@ -69,11 +69,11 @@ LibraryVerdict InspectSdk(const std::string& sdkFolder)
     const fs::path folder = host::PathOf(sdkFolder);
     std::error_code error;
     if (!fs::is_directory(folder, error))
-        return {};
+        return {.text = {}};
     for (const char* name : {kRuntimeLibrary, kTransformLibrary})
         if (const LibraryCheck check = CheckLibrary(folder, name); !check.complaint.empty())
-            return {name == kTransformLibrary, check.complaint};
-    return {false, "the file is well now"};
+            return {.transform = name == kTransformLibrary, .text = check.complaint};
+    return {.good = true, .text = "the file is well now"};
 }
 
 } // namespace maravel::diagnosis

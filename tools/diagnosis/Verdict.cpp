@@ -30,15 +30,25 @@ struct Consequence
     FaultId effect;
 };
 constexpr Consequence kConsequences[] = {
-    {FaultId::Unplugged, FaultId::NoFrames},         {FaultId::Unplugged, FaultId::WaitingForPulses},
-    {FaultId::Unplugged, FaultId::CameraGone},       {FaultId::Unplugged, FaultId::CameraNotOpened},
-    {FaultId::Unplugged, FaultId::StartFailed},      {FaultId::Unplugged, FaultId::FeatureRefused},
-    {FaultId::TriggerRefused, FaultId::NoFrames},    {FaultId::TriggerRefused, FaultId::FeatureRefused},
-    {FaultId::AllIncomplete, FaultId::PacketsLost},  {FaultId::HostTooSlow, FaultId::FramesMissing},
-    {FaultId::OutOfMemory, FaultId::StartFailed},    {FaultId::StartFailed, FaultId::NoFrames},
-    {FaultId::ConversionUnknown, FaultId::NoFrames}, {FaultId::BuffersLost, FaultId::FramesMissing},
-    {FaultId::BuffersLost, FaultId::HostTooSlow},    {FaultId::BuffersLost, FaultId::NoFrames},
+    {FaultId::Unplugged, FaultId::NoFrames},
+    {FaultId::Unplugged, FaultId::WaitingForPulses},
+    {FaultId::Unplugged, FaultId::CameraGone},
+    {FaultId::Unplugged, FaultId::CameraNotOpened},
+    {FaultId::Unplugged, FaultId::StartFailed},
+    {FaultId::Unplugged, FaultId::FeatureRefused},
+    {FaultId::TriggerRefused, FaultId::NoFrames},
+    {FaultId::TriggerRefused, FaultId::FeatureRefused},
+    {FaultId::AllIncomplete, FaultId::PacketsLost},
+    {FaultId::HostTooSlow, FaultId::FramesMissing},
+    {FaultId::OutOfMemory, FaultId::StartFailed},
+    {FaultId::StartFailed, FaultId::NoFrames},
+    {FaultId::ConversionUnknown, FaultId::NoFrames},
+    {FaultId::BuffersLost, FaultId::FramesMissing},
+    {FaultId::BuffersLost, FaultId::HostTooSlow},
+    {FaultId::BuffersLost, FaultId::NoFrames},
     {FaultId::BuffersLost, FaultId::PacketsLost},
+    {FaultId::RegionRefused, FaultId::FeatureRefused},
+    {FaultId::PacketSizeNotSettled, FaultId::SmallPackets},
 };
 
 void ReplaceAll(std::string& text, std::string_view name, const std::string& value)
