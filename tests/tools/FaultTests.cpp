@@ -267,6 +267,153 @@ TEST_F(Faults, OfTheProgramAreNamed)
     }
 }
 
+// What `camhost doctor` finds at fault or warns of, without what is this machine's network: "id, id".
+std::string Examined()
+{
+    const Json report = Json::parse(ReadAll("output.txt"), nullptr, false);
+    if (report.is_discarded())
+        return "no report: " + ReadAll("errors.txt");
+    std::string ids;
+    for (const Json& check : report["checks"]) {
+        const std::string id = check["id"];
+        const bool network = id.starts_with("mtu-") || id.starts_with("rp-") || id.starts_with("usb-") ||
+                             id == "receive-buffer" || id == "packet-sockets" || id == "log-room";
+        if (check["status"] == "ok" || network)
+            continue;
+        EXPECT_FALSE(check["remedy"].get<std::string>().empty()) << id;
+        ids += (ids.empty() ? "" : ", ") + id;
+    }
+    return ids;
+}
+
+// A library for 32 bits: the machine's code in the header is another one.
+void MakeThirtyTwoBit(const fs::path& path)
+{
+    std::string bytes = ReadAll(path);
+    if (bytes.starts_with("MZ")) {
+        const auto header = static_cast<unsigned char>(bytes[0x3C]) | static_cast<unsigned char>(bytes[0x3D])
+                                                                          << 8;
+        bytes.replace(static_cast<std::size_t>(header) + 4, 2, "\x4C\x01");
+    }
+    else {
+        bytes[4] = 1;
+        bytes.replace(18, 2, std::string("\x03\0", 2));
+    }
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+TEST_F(Faults, OfTheInstallationAreFoundByTheDoctor)
+{
+    const bool windows = PathSeparator == '\\';
+    const auto spoil = [](const char* name, const std::function<void(const fs::path&)>& how) {
+        return [=] { how(CopySdk() / "bin" / name); };
+    };
+    const auto write = [](const std::string& bytes) {
+        return [=](const fs::path& path) { std::ofstream(path, std::ios::binary) << bytes; };
+    };
+    const auto remove = [](const fs::path& path) { fs::remove(path); };
+    const char* const runtime = "ZvkC.dll";
+    const char* const transform = "ZvkImageTransform.dll";
+    struct DoctorRow
+    {
+        const char* expected;
+        const char* says;
+        std::string arguments = "--sdk sdk";
+        std::function<void()> prepare = [] { CopySdk(); };
+    };
+    const std::string foreign =
+        windows ? std::string("\x7F"
+                              "ELF") +
+                      std::string(60, '\x02')
+                : "MZ" + std::string(58, '\0') + std::string("\x40\0\0\0PE\0\0\x64\x86", 10) +
+                      std::string(16, '\0') + std::string("\0\x20", 2) + std::string(200, '\0');
+    std::string elf = std::string("\x7F"
+                                  "ELF\x02",
+                                  5) +
+                      std::string(11, '\0') + std::string("\x03\0\x3E\0", 4) + std::string(60, '\0');
+    const DoctorRow rows[] = {
+        {"", "the adapter V"},
+        {"zorvik-home-unset", "other programs find none", ""},
+        {"zorvik-home, start", "which is no folder", "", [] { SetEnvironment("ZORVIK_HOME", "nowhere"); }},
+        {"zorvik-home, start", "write the path without quotes", "",
+         [] { SetEnvironment("ZORVIK_HOME", "\"sdk\""); }},
+        {"zorvik-home, start", "which is a file", "",
+         [] {
+             std::ofstream("sdk.txt") << "x";
+             SetEnvironment("ZORVIK_HOME", "sdk.txt");
+         }},
+        {"runtime-library, transform-library, start", "names the folder 'bin' itself", "--sdk sdk/bin"},
+        {"runtime-library, start", "the file is missing", "--sdk sdk", spoil(runtime, remove)},
+        {"runtime-library, start", "the file is empty", "--sdk sdk", spoil(runtime, write(""))},
+        {"runtime-library, start", "the file is no library", "--sdk sdk",
+         spoil(runtime, write("hello, I am a text"))},
+        {"runtime-library, start", "it is a 32-bit x86 library", "--sdk sdk",
+         spoil(runtime, MakeThirtyTwoBit)},
+        {"runtime-library, start", windows ? "a library for Linux" : "a library for Windows", "--sdk sdk",
+         spoil(runtime, write(windows ? elf : foreign))},
+        {"runtime-library, start", "functions are missing, such as Zvk", "--sdk sdk",
+         spoil(runtime,
+               [&](const fs::path& path) {
+                   fs::copy_file(path.parent_path() / transform, path, fs::copy_options::overwrite_existing);
+               })},
+        {"runtime-library, start", "Needed", "--sdk sdk",
+         spoil(runtime,
+               [](const fs::path& path) {
+                   fs::copy_file(fs::path(ExecutableFolder()) / "needy" / MARAVEL_NEEDY_LIBRARY, path,
+                                 fs::copy_options::overwrite_existing);
+               })},
+        {"transform-library, start", "the file is missing", "--sdk sdk", spoil(transform, remove)},
+        {"transform-library, start", "a folder stands in its place", "--sdk sdk",
+         spoil(transform,
+               [](const fs::path& path) {
+                   fs::remove(path);
+                   fs::create_directory(path);
+               })},
+        {"sdk-does-not-start", "cameras.toml", "--sdk sdk", [] { Describe("[[camera]]\n"); }},
+        {"no-camera", "found no camera", "--sdk sdk", [] { Describe(""); }},
+        {"camera-1", "another program has it", "--sdk sdk --simulate \"busy 1\""},
+        {"adapter", "there is no such file", "--sdk sdk --adapter nowhere.dll"},
+        {"log-folder, start", "the log cannot be written", "--sdk sdk",
+         [this] {
+             CopySdk();
+             fs::remove_all(machine_.LogFolder());
+             fs::create_directories(fs::path(machine_.LogFolder()).parent_path());
+             std::ofstream(machine_.LogFolder()) << "in the way";
+         }},
+    };
+    for (const DoctorRow& row : rows) {
+        SetEnvironment("ZORVIK_HOME", "");
+        row.prepare();
+        const int exitCode = Camhost("doctor --json " + row.arguments);
+        const std::string output = ReadAll("output.txt");
+        EXPECT_EQ(Examined(), row.expected) << row.says << output;
+        EXPECT_NE(output.find(row.says), std::string::npos) << row.says << "\n" << output;
+        const bool fine =
+            std::string_view(row.expected).empty() || std::string_view(row.expected) == "zorvik-home-unset";
+        EXPECT_EQ(exitCode, fine ? 0 : 1) << row.expected;
+    }
+    fs::remove_all(machine_.LogFolder());
+    Host([](const host::AdapterLibrary&, Channels&, SdkControl&) {
+        EXPECT_EQ(Camhost("doctor --json"), 0);
+        EXPECT_EQ(Examined(), "log-writer");
+    });
+    if (windows)
+        return; // the test's registry is this process's alone
+    const std::string key = "SOFTWARE\\maravel\\PLK\\AdapterZorvik";
+    const std::pair<RegistryEntry, const char*> entries[] = {
+        {RegistryNumber(key, "EnableLog", 1), ""},
+        {RegistryNumber(key, "EnableLog", 0), "registry"},
+        {RegistryKeyOnly(key), "registry"},
+        {RegistryText(key, "EnableLog", "1"), "registry"},
+        {RegistryBinary(key, "Path", {1, 2}), "registry, registry-value"},
+    };
+    for (const auto& [entry, expected] : entries) {
+        machine_.SetRegistry({entry});
+        EXPECT_EQ(Camhost("doctor --json --no-start --sdk sdk"), 0);
+        EXPECT_EQ(Examined(), expected) << entry.value;
+    }
+}
+
 // A second program's start empties the file under the first one, which goes on where it was.
 TEST_F(Faults, TwoProgramsInOneLogAreNoticed)
 {

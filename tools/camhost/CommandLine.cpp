@@ -131,7 +131,8 @@ CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const cha
 {
     CLI::App* sub = app.add_subcommand(name, text);
     sub->final_callback([&options, command] { options.command = command; });
-    if (command != Command::List && command != Command::Bench && command != Command::Log)
+    if (command != Command::List && command != Command::Bench && command != Command::Log &&
+        command != Command::Doctor)
         sub->add_option("CHANNEL", options.channel, "The camera: its index or its serial number")->required();
     return sub;
 }
@@ -239,6 +240,20 @@ void AddLog(CLI::App& app, Options& options)
     log->add_flag("--lnav", options.lnav, "Prints the format file for lnav");
 }
 
+void AddDoctor(CLI::App& app, Options& options)
+{
+    CLI::App* doctor =
+        AddCommand(app, options, Command::Doctor, "doctor",
+                   "Looks at what a start needs: SDK, registry, log, adapter, cameras, network");
+    doctor->footer(
+        "Exit codes: 0 no fault (there may be warnings); 1 faults were found; 2 wrong arguments.\n"
+        "To look at the cameras it starts the adapter, which empties the log: read it first, or say\n"
+        "--no-start. While another program uses the adapter it is not started.");
+    doctor->add_flag("--json", options.json, "For programs; docs/doctor.schema.json describes it");
+    doctor->add_flag("--no-start", options.noStart,
+                     "Does not start the adapter: the log stays, cameras are not looked at");
+}
+
 // The first word that is neither an option nor an option's value, when it names no command. The arguments
 // come in reverse order.
 std::string UnknownCommand(const CLI::App& app, const std::vector<std::string>& arguments)
@@ -292,6 +307,7 @@ std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int*
         ->option_text("FAULTS");
     AddFeatureCommands(app, options, words);
     AddGrab(app, options, words);
+    AddDoctor(app, options);
     AddLog(app, options);
     AddBench(app, options);
     try {

@@ -18,7 +18,8 @@ enum class Command
     Run,
     Grab,
     Bench,
-    Log
+    Log,
+    Doctor
 };
 
 enum class Trigger
@@ -66,6 +67,7 @@ struct Options
     std::string since;       // hh:mm or hh:mm:ss
     std::string trace, html; // files
     std::string explain;
+    bool noStart = false;
 
     int rounds = 31;
     std::string results; // folder; empty: nothing is written

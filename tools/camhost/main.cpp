@@ -8,6 +8,7 @@
 #include "Simulation.h"
 #include "System.h"
 #include "bench/KernelBench.h"
+#include "diagnosis/Doctor.h"
 #include "diagnosis/SdkFolder.h"
 #include "host/AdapterLibrary.h"
 #include "host/Utf8Path.h"
@@ -28,8 +29,9 @@ using host::Channel;
 using host::PathOf;
 using host::TextOf;
 
-// The adapter finds its SDK through the environment.
-void ChooseSdkFolder(const Options& options)
+// The adapter finds its SDK through the environment. True when nobody named one and the one beside this
+// program is taken.
+bool ChooseSdkFolder(const Options& options)
 {
     const char* const kVariable = "ZORVIK_HOME";
     std::error_code error;
@@ -38,16 +40,23 @@ void ChooseSdkFolder(const Options& options)
     }
     else if (Variable(kVariable).empty()) {
         const auto beside = ProgramFolder().parent_path() / "sdk";
-        if (std::filesystem::is_directory(beside, error))
+        if (std::filesystem::is_directory(beside, error)) {
             SetVariable(kVariable, TextOf(beside));
+            return true;
+        }
     }
+    return false;
+}
+
+std::string AdapterFile(const Options& options)
+{
+    return options.adapter.empty() ? TextOf(ProgramFolder() / MARAVEL_ADAPTER_FILE) : options.adapter;
 }
 
 std::unique_ptr<AdapterLibrary> LoadAdapter(const Options& options)
 {
-    const std::string beside = TextOf(ProgramFolder() / MARAVEL_ADAPTER_FILE);
     std::string reason;
-    auto library = AdapterLibrary::Load(options.adapter.empty() ? beside : options.adapter, &reason);
+    auto library = AdapterLibrary::Load(AdapterFile(options), &reason);
     if (library == nullptr)
         throw Failure(ExitNotLoaded, reason + "; name the adapter with --adapter");
     return library;
@@ -139,6 +148,22 @@ void CheckOutput()
                                        std::strerror(errno == 0 ? EIO : errno));
 }
 
+int Doctor(const Options& options, bool sdkBesideTool)
+{
+    const auto tell = [](const diagnosis::Check& check) {
+        std::printf("%-8s %s\n", StatusName(check.status), check.text.c_str());
+        if (!check.remedy.empty())
+            std::printf("         do: %s\n", check.remedy.c_str());
+        std::fflush(stdout);
+    };
+    const diagnosis::DoctorOptions how = {
+        .adapter = PathOf(AdapterFile(options)), .besideTool = sdkBesideTool, .start = !options.noStart};
+    const auto checks = options.json ? Examine(how) : Examine(how, tell);
+    if (options.json)
+        std::fputs(ChecksAsJson(checks).c_str(), stdout);
+    return HasFault(checks) ? ExitRefused : ExitDone;
+}
+
 int Bench(const Options& options)
 {
     bench::KernelBenchSettings settings;
@@ -161,9 +186,11 @@ int Run(std::vector<std::string> arguments)
         return Bench(*options);
     if (options->command == Command::Log)
         return ShowLog(*options);
-    ChooseSdkFolder(*options);
+    const bool sdkBesideTool = ChooseSdkFolder(*options);
     if (!options->simulate.empty())
         SimulateFaults(options->simulate);
+    if (options->command == Command::Doctor)
+        return Doctor(*options, sdkBesideTool);
     const auto library = LoadAdapter(*options);
     Perform(*options, CollectChannels(*library));
     return ExitDone;

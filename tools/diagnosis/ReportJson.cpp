@@ -1,3 +1,4 @@
+#include "Doctor.h"
 #include "LogReader.h"
 #include "Reports.h"
 
@@ -113,6 +114,18 @@ std::string ReportAsJson(const LogReport& report)
     json["runs"] = Json::array();
     for (const RunReport& run : report.runs)
         json["runs"].push_back(JsonOf(run));
+    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string ChecksAsJson(const std::vector<Check>& checks)
+{
+    Json json = {{"schema", "maravel-doctor-1"}, {"healthy", !HasFault(checks)}, {"checks", Json::array()}};
+    for (const Check& check : checks) {
+        Json row = {{"id", check.id}, {"status", StatusName(check.status)}, {"text", check.text}};
+        if (!check.remedy.empty())
+            row["remedy"] = check.remedy;
+        json["checks"].push_back(std::move(row));
+    }
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
