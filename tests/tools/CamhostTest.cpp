@@ -466,6 +466,22 @@ TEST_F(Camhost, LossesAreCountedByFrameNumbers)
     EXPECT_NE(result.output.find(", 5 lost (by frame numbers); "), std::string::npos) << result.output;
 }
 
+TEST_F(Camhost, GrabGoesOnWithACameraThatWasLost)
+{
+    const std::string arguments = "--frames 12 --timeout 0.8 --reconnect --out out --set PixelFormat=Mono16 ";
+    const Result result = RunBare("grab 3 " + arguments + "--simulate \"unplug 3 after 5 frames for 1s\"");
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(Written().size(), 12u);
+    EXPECT_EQ(Written().back(), "03-0004_0012.pgm") << "with the settings written again";
+    EXPECT_NE(result.errors.find("5 of 12 arrived; looking for the camera\n"), std::string::npos)
+        << result.errors;
+    EXPECT_NE(result.errors.find("03-0004: back after "), std::string::npos) << result.errors;
+    EXPECT_NE(result.output.find(", gone once for "), std::string::npos) << result.output;
+    // One that is there and silent for another reason is not looked for.
+    const Result silent = RunBare("grab 3 --timeout 1.2 --reconnect --out out --simulate \"silent 3\"");
+    ExpectFailure(silent, 1, "takes commands, was started, and sent no frame");
+}
+
 TEST_F(Camhost, FaultsOnDemandAreWordsWithAForm)
 {
     const std::pair<const char*, const char*> rows[] = {

@@ -32,6 +32,13 @@ std::string ReadAll(const fs::path& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// The option to overwrite is not honoured everywhere.
+void Replace(const fs::path& path, const fs::path& with)
+{
+    fs::remove(path);
+    fs::copy_file(with, path);
+}
+
 class Faults : public testing::Test
 {
 protected:
@@ -165,8 +172,7 @@ TEST_F(Faults, OfTheSdkAndItsCamerasAreNamed)
         {"sdk-too-old", nullptr, own,
          [] {
              const fs::path bin = CopySdk() / "bin";
-             fs::copy_file(bin / "ZvkImageTransform.dll", bin / "ZvkC.dll",
-                           fs::copy_options::overwrite_existing);
+             Replace(bin / "ZvkC.dll", bin / "ZvkImageTransform.dll");
          }},
         {"sdk-does-not-start", "fail ZvkStartup 1 -16"},
         {"sdk-does-not-start", nullptr, own, [] { Describe("[[camera]]\n"); }},
@@ -352,15 +358,11 @@ TEST_F(Faults, OfTheInstallationAreFoundByTheDoctor)
         {"runtime-library, start", windows ? "a library for Linux" : "a library for Windows", "--sdk sdk",
          spoil(runtime, write(windows ? elf : foreign))},
         {"runtime-library, start", "functions are missing, such as Zvk", "--sdk sdk",
-         spoil(runtime,
-               [&](const fs::path& path) {
-                   fs::copy_file(path.parent_path() / transform, path, fs::copy_options::overwrite_existing);
-               })},
+         spoil(runtime, [&](const fs::path& path) { Replace(path, path.parent_path() / transform); })},
         {"runtime-library, start", "Needed", "--sdk sdk",
          spoil(runtime,
                [](const fs::path& path) {
-                   fs::copy_file(fs::path(ExecutableFolder()) / "needy" / MARAVEL_NEEDY_LIBRARY, path,
-                                 fs::copy_options::overwrite_existing);
+                   Replace(path, fs::path(ExecutableFolder()) / "needy" / MARAVEL_NEEDY_LIBRARY);
                })},
         {"transform-library, start", "the file is missing", "--sdk sdk", spoil(transform, remove)},
         {"transform-library, start", "a folder stands in its place", "--sdk sdk",

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 
@@ -59,6 +60,13 @@ std::uint64_t UsualInterval(std::vector<std::uint64_t> intervals)
 Acquisition::Acquisition(const host::Channel& channel, std::string name, const Options& options)
     : channel_(channel), name_(std::move(name)), options_(options)
 {
+    SetUp();
+}
+
+void Acquisition::SetUp()
+{
+    const host::Channel& channel = channel_;
+    const Options& options = options_;
     // Whether the exposure of the common parameters counts is decided by this one, so it goes first.
     for (const auto& [feature, value] : options.assignments)
         if (feature == "ExposureAuto")
@@ -79,12 +87,29 @@ Acquisition::Acquisition(const host::Channel& channel, std::string name, const O
 
 Acquisition::~Acquisition()
 {
+    Abandon();
+}
+
+void Acquisition::Abandon()
+{
     if (started_)
         channel_.StopAcquisition();
+    started_ = false;
 }
 
 void Acquisition::Start()
 {
+    StartOrTrigger();
+}
+
+void Acquisition::Resume(const host::Channel& channel)
+{
+    started_ = false; // the adapter's new start stopped it
+    channel_ = channel;
+    if (Done())
+        return;
+    SetUp();
+    resumed_ = taken_ > 0;
     StartOrTrigger();
 }
 
@@ -119,6 +144,8 @@ void Acquisition::StartOrTrigger()
 
 void Acquisition::Stop()
 {
+    if (!started_)
+        return; // it was done before another camera had the adapter started anew
     started_ = false;
     Check(name_, channel_.StopAcquisition());
 }
@@ -155,15 +182,22 @@ bool Acquisition::TakeImage(Image* image)
     image->camera = name_;
     image->number = ++taken_;
     lastFile_ = ImageFileName(*image);
+    if (resumed_) {
+        ++interruptions_;
+        gone_ += Clock::now() - end_;
+        std::fprintf(stderr, "camhost: %s: back after %.1f s\n", name_.c_str(),
+                     std::chrono::duration<double>(Clock::now() - end_).count());
+    }
     end_ = Clock::now();
     if (taken_ == 1) {
         firstFile_ = lastFile_;
         first_ = end_;
         firstTimestamp_ = now.timestamp;
     }
-    else if (now.timestamp > last_.timestamp)
+    else if (!resumed_ && now.timestamp > last_.timestamp)
         intervals_.push_back(now.timestamp - last_.timestamp);
     last_ = now;
+    resumed_ = false;
     deadline_ =
         end_ + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options_.timeout));
     if (options_.trigger == Trigger::Manual && !Done())
@@ -171,9 +205,10 @@ bool Acquisition::TakeImage(Image* image)
     return true;
 }
 
+// Without the times when the camera was gone.
 double Acquisition::Seconds() const
 {
-    return std::chrono::duration<double>(end_ - first_).count();
+    return std::chrono::duration<double>(end_ - first_ - gone_).count();
 }
 
 double Acquisition::Rate() const
@@ -214,7 +249,7 @@ std::string Acquisition::Losses(const OwnLog& log) const
     const auto first = log.NumberOf({channel_.Index(), firstTimestamp_});
     const auto last = log.NumberOf({channel_.Index(), last_.timestamp});
     const auto taken = static_cast<std::uint64_t>(taken_);
-    if (first && last && *last >= *first && *last - *first + 1 >= taken)
+    if (interruptions_ == 0 && first && last && *last >= *first && *last - *first + 1 >= taken)
         return ", " + std::to_string(*last - *first + 1 - taken) + " lost (by frame numbers)";
     return ", " + std::to_string(Lost()) + " lost (by time stamps)";
 }
@@ -232,6 +267,15 @@ std::string Acquisition::Summary(const OwnLog& log) const
     }
     if (options_.trigger == Trigger::Freerun)
         text += Losses(log);
+    if (interruptions_ > 0) {
+        const double gone = std::chrono::duration<double>(gone_).count();
+        std::snprintf(numbers, sizeof(numbers), ", gone %s for %.1f s in all",
+                      interruptions_ == 1 ? "once" : (std::to_string(interruptions_) + " times").c_str(),
+                      gone);
+        text += numbers;
+        if (options_.trigger == Trigger::Freerun)
+            text += " (about " + std::to_string(std::llround(gone * Rate())) + " images)";
+    }
     text += "; " + host::TextOf(host::PathOf(options_.folder) / firstFile_);
     if (lastFile_ != firstFile_)
         text += " to " + lastFile_;

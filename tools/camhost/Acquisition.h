@@ -45,6 +45,11 @@ public:
 
     void Start();
     void Stop();
+    void Abandon(); // stops it whatever comes of that
+
+    // After the adapter was started anew: writes all settings again and goes on with the next image.
+    void Resume(const host::Channel& channel);
+    const std::string& Name() const { return name_; }
 
     // False when no image waits yet. Fails when none came within the time allowed since the one before.
     // Triggers the next image in the manual mode.
@@ -62,6 +67,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    void SetUp();
     void StartOrTrigger();
     void CheckExposure() const;
     [[noreturn]] void GiveUp() const;
@@ -70,7 +76,7 @@ private:
     std::uint64_t Lost() const;
     std::string Losses(const OwnLog& log) const;
 
-    const host::Channel& channel_;
+    host::Channel channel_;
     const std::string name_;
     const Options& options_;
     std::size_t payloadSize_ = 0;
@@ -82,6 +88,9 @@ private:
     std::string firstFile_, lastFile_;
     std::string startText_;                    // what the adapter had to report of a start that succeeded
     Clock::time_point first_, end_, deadline_; // of the first image, of the last one
+    bool resumed_ = false;                     // and no image came since
+    int interruptions_ = 0;
+    Clock::duration gone_{};
 };
 
 } // namespace maravel::camhost

@@ -184,6 +184,8 @@ void AddGrab(CLI::App& app, Options& options, Words& words)
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->option_text("FEATURE=VALUE");
+    grab->add_flag("--reconnect", options.reconnect,
+                   "Looks for a camera that was lost, by its serial number, and goes on when it is back");
     grab->add_flag("--progress", options.progress, "Tell progress also when not on a terminal");
     grab->add_option("--contact-sheet", options.contactSheet, "PNG file with a small copy of every image")
         ->option_text("FILE");

@@ -57,6 +57,7 @@ struct Options
     std::optional<Region> region;
     double timeout = 5; // seconds
     bool progress = false;
+    bool reconnect = false;
     std::string contactSheet;
 
     std::string file; // a log; empty: the machine's own

@@ -64,9 +64,60 @@ std::string NameOf(const host::Channel& channel, const std::vector<host::Channel
     return (serial.empty() ? "camera" : serial) + "-channel" + std::to_string(channel.Index());
 }
 
-// Polls the channels in turn: the interface has no way to wait for an image.
-void Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& progress)
+// False when a camera went away again meanwhile.
+bool Resume(std::list<Acquisition>& acquisitions, const std::vector<host::Channel>& channels)
+try {
+    for (Acquisition& acquisition : acquisitions)
+        for (const host::Channel& channel : channels)
+            if (acquisition.Name() == NameOf(channel, channels))
+                acquisition.Resume(channel);
+    return true;
+}
+catch (const Failure&) {
+    return false;
+}
+
+// A camera that is there and does not send for another reason is not looked for.
+void CheckThatItWasLost(std::list<Acquisition>& acquisitions, const NoImage& failure)
 {
+    using diagnosis::FaultId;
+    for (Acquisition& acquisition : acquisitions)
+        acquisition.Abandon();
+    const OwnLog log;
+    const diagnosis::Finding* fault = log.Fault(failure.Channel());
+    const FaultId id = fault == nullptr ? FaultId::Unplugged : fault->fault->id;
+    if (id != FaultId::Unplugged && id != FaultId::CameraGone && id != FaultId::CameraNotOpened &&
+        id != FaultId::CameraInUse)
+        throw failure;
+    std::fprintf(stderr, "camhost: %s; looking for the camera\n", failure.Short().c_str());
+}
+
+// Starts the adapter until every camera that is still wanted is there again: its list is read at a start
+// only.
+void AwaitCameras(std::list<Acquisition>& acquisitions, const RestartAdapter& restart)
+{
+    for (;;) {
+        const std::vector<host::Channel> channels = restart();
+        std::size_t back = 0;
+        for (const host::Channel& channel : channels)
+            back += static_cast<std::size_t>(
+                std::ranges::count_if(acquisitions, [&](const Acquisition& acquisition) {
+                    return channel.Opened() && acquisition.Name() == NameOf(channel, channels);
+                }));
+        if (back == acquisitions.size() && Resume(acquisitions, channels))
+            return;
+        for (int i = 0; i < 10; ++i) {
+            if (EndRequested())
+                throw Failure(ExitRefused, "interrupted; the images so far are complete");
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
+}
+
+// Polls the channels in turn: the interface has no way to wait for an image. False when one does not send any
+// more and is to be looked for again.
+bool Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& progress, bool reconnect)
+try {
     for (;;) {
         bool done = true;
         bool idle = true;
@@ -82,17 +133,24 @@ void Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& p
         }
         progress.Show(acquisitions);
         if (done)
-            return;
+            return true;
         if (EndRequested())
             throw Failure(ExitRefused, "interrupted; the images so far are complete");
         if (idle)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
+catch (const NoImage& failure) {
+    if (!reconnect)
+        throw;
+    CheckThatItWasLost(acquisitions, failure);
+    return false;
+}
 
 // Runs the channels and returns once all are stopped, however it ends; what the adapter then has in its log
 // belongs to this run alone.
-void Run(const std::vector<host::Channel>& channels, const Options& options, ImageWriter& writer)
+void Run(const std::vector<host::Channel>& channels, const RestartAdapter& restart, const Options& options,
+         ImageWriter& writer)
 {
     std::list<Acquisition> acquisitions;
     for (const host::Channel& channel : channels)
@@ -101,7 +159,8 @@ void Run(const std::vector<host::Channel>& channels, const Options& options, Ima
         acquisition.Start();
     {
         Progress progress(options.progress);
-        Poll(acquisitions, writer, progress);
+        while (!Poll(acquisitions, writer, progress, options.reconnect))
+            AwaitCameras(acquisitions, restart);
     }
     for (Acquisition& acquisition : acquisitions)
         acquisition.Stop();
@@ -116,13 +175,13 @@ void Run(const std::vector<host::Channel>& channels, const Options& options, Ima
 
 } // namespace
 
-void Grab(const std::vector<host::Channel>& channels, const Options& options)
+void Grab(const std::vector<host::Channel>& channels, const RestartAdapter& restart, const Options& options)
 {
     CatchEndRequests();
     ContactSheet sheet;
     ImageWriter writer(host::PathOf(options.folder), options.contactSheet.empty() ? nullptr : &sheet);
     try {
-        Run(channels, options, writer);
+        Run(channels, restart, options, writer);
     }
     catch (const NoImage& failure) {
         // The interface does not tell why no image comes.

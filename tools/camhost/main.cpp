@@ -112,18 +112,23 @@ const Channel& FindChannel(const std::vector<Channel>& channels, const std::stri
                                           (known.empty() ? kNoCameras : "there are " + known));
 }
 
-void Perform(const Options& options, const std::vector<Channel>& channels)
+void Perform(const Options& options, const AdapterLibrary& library, const std::vector<Channel>& channels)
 {
     if (options.command == Command::List && channels.empty())
         return static_cast<void>(std::printf("%s\n", kNoCameras.c_str()));
     if (options.command == Command::List)
         return ListChannels(channels);
     if (options.command == Command::Grab) {
+        const RestartAdapter restart = [&library] {
+            std::vector<Channel> again;
+            library.CollectChannels(&again); // a start that fails leaves none, and is tried again
+            return again;
+        };
         if (options.channel != "all")
-            return Grab({FindChannel(channels, options.channel)}, options);
+            return Grab({FindChannel(channels, options.channel)}, restart, options);
         if (channels.empty())
             throw Failure(ExitRefused, kNoCameras);
-        return Grab(channels, options);
+        return Grab(channels, restart, options);
     }
 
     const Channel& channel = FindChannel(channels, options.channel);
@@ -192,7 +197,7 @@ int Run(std::vector<std::string> arguments)
     if (options->command == Command::Doctor)
         return Doctor(*options, sdkBesideTool);
     const auto library = LoadAdapter(*options);
-    Perform(*options, CollectChannels(*library));
+    Perform(*options, *library, CollectChannels(*library));
     return ExitDone;
 }
 

@@ -20,6 +20,7 @@ struct Generic
 {
     std::string_view text;
     std::vector<std::string_view> operations;
+    std::string_view section = {}; // of the document; empty: any
 };
 const std::vector<Generic>& Generics()
 {
@@ -28,7 +29,8 @@ const std::vector<Generic>& Generics()
         {"%s:  %s=%s", {"listAdapters"}},
         {"%s:  %s=%u", {"listAdapters"}},
         {"%s(%d)", {"CAdapterData::Alloc"}},
-        {"%s", {"InitializeAdapter", "EnumCameras", "ShutdownAdapter", "Exit", "CAdapterData::Free"}},
+        {"%s", {"InitializeAdapter", "EnumCameras", "CAdapterData::Free"}, "Start-up"},
+        {"%s", {"ShutdownAdapter", "Exit"}, "Release and end"},
         {"%s, (%d)", {"GetImage"}},
     };
     return generics;
@@ -256,7 +258,7 @@ MessageMatcher::MessageMatcher(const std::vector<Message>& messages) : lastAt_(k
         std::string_view text = message.text;
         text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
         for (const Generic& generic : Generics())
-            if (generic.text == text)
+            if (generic.text == text && (generic.section.empty() || generic.section == message.section))
                 pattern.operations = generic.operations;
         for (const std::string_view start : {"%s", "% s"}) {
             if (text.starts_with(start) && !pattern.hasOperation) {

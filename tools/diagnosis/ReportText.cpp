@@ -134,11 +134,34 @@ std::string ReportAsText(const LogReport& report, const TextStyle& style)
     return text;
 }
 
+namespace {
+
+// What stands for a value, said of any.
+std::string WithoutPlaceholders(std::string text)
+{
+    constexpr std::pair<std::string_view, std::string_view> kWords[] = {
+        {"{camera}", "A camera"},
+        {"{reason}", "the SDK's reason"},
+        {"{n}", "some"},
+        {"{total}", "all"},
+        {"{seconds}", "some"},
+        {"{detail}", ""},
+        {"{0}", "what the line names"},
+        {": {text}", "."},
+        {"{reason-advice}", "What to do depends on the reason; the report says it."}};
+    for (const auto& [name, word] : kWords)
+        for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name))
+            text.replace(at, name.size(), word);
+    return text;
+}
+
+} // namespace
+
 std::string Explain(const std::string& text)
 {
     if (const Fault* fault = FindFault(text))
-        return std::string(fault->name) + " (" + SeverityName(fault->severity) + ")\n  " + fault->sentence +
-               "\n  do: " + fault->advice + "\n";
+        return std::string(fault->name) + " (" + SeverityName(fault->severity) + ")\n  " +
+               WithoutPlaceholders(fault->sentence) + "\n  do: " + WithoutPlaceholders(fault->advice) + "\n";
     // A whole line, its message, or words of the message's text.
     LogReader reader;
     std::string answer;
