@@ -103,6 +103,17 @@ TEST(MessageMatcher, TakesCutMessagesAndNothingElse)
         EXPECT_EQ(matcher.Find(text).message, nullptr) << text;
 }
 
+TEST(FieldGuide, HasARemedyForEveryFault)
+{
+    std::ifstream file(MARAVEL_SOURCE_FOLDER "/docs/field-guide.md");
+    const std::string guide{std::istreambuf_iterator<char>(file), {}};
+    for (const Fault& fault : Faults()) {
+        EXPECT_NE(guide.find("`" + std::string(fault.name) + "`"), std::string::npos) << fault.name;
+        EXPECT_NE(Explain(fault.name).find(fault.name), std::string::npos);
+        EXPECT_EQ(Explain(fault.name).find('{'), std::string::npos) << Explain(fault.name);
+    }
+}
+
 // The session that the tests of the boundary compare whole has everything that a healthy run writes.
 TEST(Analysis, KnowsEveryLineOfTheWrittenSession)
 {
