@@ -42,7 +42,8 @@ need_build_tools() {
         /usr/include/toml++/toml.h:libtomlplusplus-dev \
         /usr/include/CLI/CLI.hpp:libcli11-dev \
         /usr/include/stb/stb_image.h:libstb-dev \
-        /usr/include/hwy/highway.h:libhwy-dev
+        /usr/include/hwy/highway.h:libhwy-dev \
+        /usr/include/nlohmann/json.hpp:nlohmann-json3-dev
 }
 
 need_windows_tools() {

@@ -1,6 +1,7 @@
 #include "Camera.h"
 
 #include "CameraFeatures.h"
+#include "ControlState.h"
 
 #include <algorithm>
 #include <cstring>
@@ -310,6 +311,8 @@ void Camera::Loop() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
     Lock lock(mutex_);
     thread_ = backend::WorkerThread::CurrentThread();
     while (capture_ == Capture::Starting || capture_ == Capture::On) {
+        if (!unplugged_ && g_control.IsUnplugged(index_)) // by the plan
+            SetUnplugged(true);
         if (emission_ != nullptr && capture_ == Capture::On) {
             Emission* emission = emission_;
             emission->result = SendFrame(lock, emission->request);
@@ -363,6 +366,7 @@ ZvkError_t Camera::SendFrame(Lock& lock, const SimFrameRequest* request) MARAVEL
     lock.Relock();
     busy_ = false;
     idle_.WakeAll();
+    g_control.NoteFrames(index_, statistics_.complete + statistics_.incomplete);
     return ZvkErrorSuccess;
 }
 

@@ -15,7 +15,9 @@ void ControlState::Reset()
     Lock lock(mutex_);
     hasDescription_ = false;
     error_[0] = '\0';
-    countsLeft_ = nextCount_ = holdCount_ = unplugged_ = 0;
+    countsLeft_ = nextCount_ = holdCount_ = unplugged_ = unpluggingCount_ = 0;
+    shapes_ = {};
+    startedBefore_ = planBegun_ = false;
 }
 
 bool ControlState::SetDescription(const char* text)
@@ -117,7 +119,79 @@ void ControlState::SetUnplugged(std::uint32_t camera, bool unplugged)
 bool ControlState::IsUnplugged(std::uint32_t camera)
 {
     Lock lock(mutex_);
-    return (unplugged_ >> camera & 1U) != 0;
+    if ((unplugged_ >> camera & 1U) != 0)
+        return true;
+    if (unpluggingCount_ == 0)
+        return false;
+    const Clock::time_point now = Clock::now();
+    return std::any_of(unpluggings_.begin(), unpluggings_.begin() + unpluggingCount_,
+                       [camera, now](const Unplugging& planned) {
+                           const auto begin = planned.begin + std::chrono::milliseconds(planned.afterMs);
+                           return planned.camera == camera && planned.begun && now >= begin &&
+                                  (planned.forMs == 0 ||
+                                   now < begin + std::chrono::milliseconds(planned.forMs));
+                       });
+}
+
+bool ControlState::TakeFirstStart()
+{
+    Lock lock(mutex_);
+    const bool first = !startedBefore_;
+    startedBefore_ = true;
+    return first;
+}
+
+void ControlState::Shape(const PlannedFault& fault)
+{
+    Lock lock(mutex_);
+    if (fault.camera >= shapes_.size())
+        return;
+    CameraShape& shape = shapes_[fault.camera];
+    if (fault.kind == PlannedFault::Kind::Incomplete)
+        shape.incompleteEvery = fault.number;
+    shape.silent |= fault.kind == PlannedFault::Kind::Silent;
+    shape.busy |= fault.kind == PlannedFault::Kind::Busy;
+}
+
+ControlState::CameraShape ControlState::ShapeOf(std::uint32_t camera)
+{
+    Lock lock(mutex_);
+    return camera < shapes_.size() ? shapes_[camera] : CameraShape();
+}
+
+bool ControlState::PlanUnplug(const PlannedFault& fault)
+{
+    Lock lock(mutex_);
+    if (unpluggingCount_ == unpluggings_.size())
+        return false;
+    unpluggings_[unpluggingCount_++] = {
+        fault.camera, fault.afterMs, fault.afterFrames, fault.forMs, planBegun_ && fault.afterFrames == 0,
+        Clock::now()};
+    return true;
+}
+
+void ControlState::BeginPlan()
+{
+    Lock lock(mutex_);
+    if (planBegun_)
+        return;
+    planBegun_ = true;
+    for (std::uint32_t i = 0; i < unpluggingCount_; ++i) {
+        unpluggings_[i].begun = unpluggings_[i].afterFrames == 0;
+        unpluggings_[i].begin = Clock::now();
+    }
+}
+
+void ControlState::NoteFrames(std::uint32_t camera, std::uint64_t sent)
+{
+    Lock lock(mutex_);
+    for (std::uint32_t i = 0; i < unpluggingCount_; ++i) {
+        Unplugging& planned = unpluggings_[i];
+        if (planned.camera != camera || planned.begun || sent < planned.afterFrames)
+            continue;
+        planned.begun = true;
+        planned.begin = Clock::now();
+    }
 }
 
 void ControlState::Remember(std::uint32_t camera, const Registration& registration)

@@ -2,10 +2,12 @@
 // no memory of the heap, and is never destroyed.
 #pragma once
 
+#include "FaultPlan.h"
 #include "backends/common/Lock.h"
 #include "sdk/ZvkTypes.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -32,7 +34,24 @@ public:
     bool HoldCommand(std::uint32_t camera, const char* name, bool hold);
     bool IsHeld(std::uint32_t camera, const char* name);
     void SetUnplugged(std::uint32_t camera, bool unplugged);
+    // By SetUnplugged or by the plan.
     bool IsUnplugged(std::uint32_t camera);
+
+    // The plan of faults. What shapes a camera counts from the next start; unplugging from BeginPlan on, or,
+    // when it waits for frames, from the one that it waits for.
+    struct CameraShape
+    {
+        std::uint32_t incompleteEvery = 0;
+        bool silent = false;
+        bool busy = false;
+    };
+    bool TakeFirstStart();
+    void Shape(const PlannedFault& fault);
+    CameraShape ShapeOf(std::uint32_t camera);
+    // False: too many.
+    bool PlanUnplug(const PlannedFault& fault);
+    void BeginPlan();
+    void NoteFrames(std::uint32_t camera, std::uint64_t sent);
 
     // The last callback that a camera was given, and the handles that it went with.
     struct Registration
@@ -51,6 +70,14 @@ private:
         char name[64];
     };
 
+    using Clock = std::chrono::steady_clock;
+    struct Unplugging
+    {
+        std::uint32_t camera, afterMs, afterFrames, forMs;
+        bool begun;
+        Clock::time_point begin;
+    };
+
     backend::Mutex mutex_; // a leaf
     bool hasDescription_ MARAVEL_GUARDED_BY(mutex_) = false;
     char description_[65536] MARAVEL_GUARDED_BY(mutex_) = {};
@@ -61,6 +88,11 @@ private:
     std::array<Hold, 32> holds_ MARAVEL_GUARDED_BY(mutex_) = {};
     std::uint32_t holdCount_ MARAVEL_GUARDED_BY(mutex_) = 0;
     std::uint32_t unplugged_ MARAVEL_GUARDED_BY(mutex_) = 0; // a bit per camera
+    bool startedBefore_ MARAVEL_GUARDED_BY(mutex_) = false;
+    bool planBegun_ MARAVEL_GUARDED_BY(mutex_) = false;
+    std::array<Unplugging, 32> unpluggings_ MARAVEL_GUARDED_BY(mutex_) = {};
+    std::uint32_t unpluggingCount_ MARAVEL_GUARDED_BY(mutex_) = 0;
+    std::array<CameraShape, MaxCameras> shapes_ MARAVEL_GUARDED_BY(mutex_) = {};
     std::array<Registration, MaxCameras> registrations_ MARAVEL_GUARDED_BY(mutex_) = {};
 };
 

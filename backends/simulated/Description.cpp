@@ -291,10 +291,28 @@ CameraDescription ReadCamera(const toml::table& table, const std::filesystem::pa
     return camera;
 }
 
-void ReadDescription(const toml::table& root, const std::filesystem::path& folder,
-                     std::vector<CameraDescription>* cameras)
+void ReadFaults(const toml::table& root, std::vector<PlannedFault>* faults)
 {
-    const TableReader reader(root, "the description", {"camera"});
+    const toml::node* list = root.get("fault");
+    if (list == nullptr)
+        return;
+    if (!list->is_array_of_tables())
+        Fail(*list, "'fault' is to be written as [[fault]] tables");
+    for (const toml::node& element : *list->as_array()) {
+        const TableReader reader(*element.as_table(), "a fault", {"do"});
+        const toml::node& node = reader.Required("do", "a text such as \"unplug 0 after 2s\"");
+        std::string error;
+        if (!ParseFaults(node.value_exact<std::string>().value_or("?"), faults, &error))
+            Fail(node, error);
+    }
+}
+
+void ReadDescription(const toml::table& root, const std::filesystem::path& folder,
+                     SimulationDescription* description)
+{
+    std::vector<CameraDescription>* cameras = &description->cameras;
+    const TableReader reader(root, "the description", {"camera", "fault"});
+    ReadFaults(root, &description->faults);
     const toml::node* list = root.get("camera");
     if (list == nullptr)
         return; // no cameras is a description, too
@@ -315,7 +333,7 @@ void ReadDescription(const toml::table& root, const std::filesystem::path& folde
 } // namespace
 
 bool ParseDescription(const std::string& text, const std::string& name, const std::filesystem::path& folder,
-                      std::vector<CameraDescription>* cameras, std::string* error)
+                      SimulationDescription* description, std::string* error)
 {
     const auto report = [&](const toml::source_position& where, std::string_view what) {
         *error = name + ":" + std::to_string(where.line) + ":" + std::to_string(where.column) + ": " +
@@ -334,7 +352,7 @@ bool ParseDescription(const std::string& text, const std::string& name, const st
         position.line += c == '\n' ? 1 : 0;
     }
     try {
-        ReadDescription(toml::parse(text, name), folder, cameras);
+        ReadDescription(toml::parse(text, name), folder, description);
         return true;
     }
     catch (const toml::parse_error& failure) {

@@ -2,6 +2,8 @@
 // is written in the file that comes with the library.
 #pragma once
 
+#include "FaultPlan.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -51,6 +53,7 @@ struct CameraDescription
     bool manual = false; // no frames but those emitted through the control interface
     std::filesystem::path pictures;
     std::uint32_t incompleteEvery = 0;                       // every n-th frame is incomplete; 0: none
+    bool busy = false;                                       // another program has it
     std::vector<std::string> removed;                        // features that this camera does not have
     std::vector<std::pair<std::string, std::string>> values; // at power-up, by feature
     std::vector<ExtraFeature> features;
@@ -59,9 +62,16 @@ struct CameraDescription
     std::uint32_t column = 0;
 };
 
+// A whole description.
+struct SimulationDescription
+{
+    std::vector<CameraDescription> cameras;
+    std::vector<PlannedFault> faults;
+};
+
 // Reads a description; `name` is what messages call it. False: `error` is one line
 // "NAME:LINE:COLUMN: what is wrong and what is expected".
 bool ParseDescription(const std::string& text, const std::string& name, const std::filesystem::path& folder,
-                      std::vector<CameraDescription>* cameras, std::string* error);
+                      SimulationDescription* description, std::string* error);
 
 } // namespace maravel::simulated

@@ -1,6 +1,7 @@
 #include "Library.h"
 
 #include "ControlState.h"
+#include "SimulatedRuntime.h"
 #include "backends/common/Files.h"
 #include "backends/common/ModuleLife.h"
 
@@ -24,7 +25,7 @@ constinit bool g_starting MARAVEL_GUARDED_BY(g_mutex) = false;
 constexpr const char* DescriptionName = "cameras.toml";
 
 // The text given by a test, or the file of the SDK folder.
-bool LoadDescriptions(std::vector<CameraDescription>* cameras, std::string* error)
+bool LoadDescription(SimulationDescription* description, std::string* error)
 {
     const std::filesystem::path folder = backend::LibraryFolder().parent_path();
     std::string text;
@@ -35,7 +36,7 @@ bool LoadDescriptions(std::vector<CameraDescription>* cameras, std::string* erro
                  "cameras in the folder above the library's own";
         return false;
     }
-    return ParseDescription(text, DescriptionName, folder, cameras, error);
+    return ParseDescription(text, DescriptionName, folder, description, error);
 }
 
 } // namespace
@@ -286,7 +287,64 @@ private:
     bool set_ = false;
 };
 
+bool PlanFault(const PlannedFault& fault, ZvkError_t* refusal)
+{
+    switch (fault.kind) {
+    case PlannedFault::Kind::Unplug:
+        return g_control.PlanUnplug(fault);
+    case PlannedFault::Kind::Hold:
+        return g_control.HoldCommand(fault.camera, fault.name.c_str(), true);
+    case PlannedFault::Kind::Cameras:
+        return g_control.ScriptCameraCounts(fault.counts.data(),
+                                            static_cast<std::uint32_t>(fault.counts.size()));
+    case PlannedFault::Kind::Fail: {
+        std::uint32_t nth = fault.number;
+        if (refusal != nullptr && fault.name == "ZvkStartup" && --nth == 0) {
+            *refusal = fault.code;
+            nth = 1;
+            if (!fault.always)
+                return true;
+        }
+        return EntryPointCalls().FailCall(fault.name.c_str(), nth, fault.code, fault.always);
+    }
+    default:
+        g_control.Shape(fault);
+        return true;
+    }
+}
+
+// Plans the description's faults, once for as long as the library is loaded, and shapes the cameras. False
+// for a fault that names something unknown, or that has this very start fail.
+bool ApplyFaults(SimulationDescription* description, ZvkError_t* refusal, std::string* error)
+{
+    if (g_control.TakeFirstStart() && !PlanFaults(description->faults, refusal, error))
+        return false;
+    for (std::uint32_t i = 0; i < description->cameras.size(); ++i) {
+        const ControlState::CameraShape shape = g_control.ShapeOf(i);
+        CameraDescription& camera = description->cameras[i];
+        camera.incompleteEvery = shape.incompleteEvery != 0 ? shape.incompleteEvery : camera.incompleteEvery;
+        camera.manual |= shape.silent;
+        camera.busy |= shape.busy;
+    }
+    g_control.BeginPlan();
+    return true;
+}
+
 } // namespace
+
+bool PlanFaults(const std::vector<PlannedFault>& faults, ZvkError_t* refusal, std::string* error)
+{
+    for (const PlannedFault& fault : faults) {
+        if (PlanFault(fault, refusal))
+            continue;
+        *error = fault.kind == PlannedFault::Kind::Fail &&
+                         EntryPointCalls().IndexOf(fault.name.c_str()) == backend::CallControl::NoEntry
+                     ? "ZvkC.dll has no entry point '" + fault.name + "' to fail"
+                     : "there are too many faults";
+        return false;
+    }
+    return true;
+}
 
 ZvkError_t StartLibrary()
 {
@@ -296,11 +354,14 @@ ZvkError_t StartLibrary()
         return ZvkErrorAlready;
     }
     std::string error;
-    std::vector<CameraDescription> descriptions;
+    SimulationDescription description;
+    ZvkError_t refusal = ZvkErrorSuccess;
     auto library = std::make_unique<Library>(g_mutex);
-    const bool good =
-        LoadDescriptions(&descriptions, &error) && library->Build(std::move(descriptions), &error);
+    const bool good = LoadDescription(&description, &error) && ApplyFaults(&description, &refusal, &error) &&
+                      library->Build(std::move(description.cameras), &error);
     g_control.SetError(error);
+    if (refusal != ZvkErrorSuccess)
+        return refusal;
     if (!good) {
         std::fprintf(stderr, "%s\n", error.c_str());
         return ZvkErrorBadParameter;

@@ -113,6 +113,11 @@ private:
     Library* library_ = nullptr;
 };
 
+// Has the faults that are not a camera's shape happen, and the others from the next start on. A failure of
+// the very start that is under way goes to `refusal`; null: none is. False: too many, or an entry point that
+// is none.
+bool PlanFaults(const std::vector<PlannedFault>& faults, ZvkError_t* refusal, std::string* error);
+
 // ZvkStartup and ZvkShutdown.
 ZvkError_t StartLibrary();
 void ShutDownLibrary();

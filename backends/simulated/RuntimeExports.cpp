@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace maravel::simulated {
 
@@ -163,6 +165,19 @@ std::int32_t SimHoldCommand(std::uint32_t cameraIndex, const char* name, std::ui
 {
     const bool good = name != nullptr && cameraIndex < ControlState::MaxCameras &&
                       g_control.HoldCommand(cameraIndex, name, hold != 0);
+    return good ? ZvkErrorSuccess : ZvkErrorBadParameter;
+}
+
+std::int32_t SimPlanFaults(const char* text, char* error, std::uint32_t size)
+{
+    std::vector<PlannedFault> faults;
+    std::string reason;
+    if (backend::ProcessIsEnding())
+        return ZvkErrorApiNotStarted;
+    const bool good =
+        text != nullptr && ParseFaults(text, &faults, &reason) && PlanFaults(faults, nullptr, &reason);
+    if (error != nullptr && size > 0)
+        std::snprintf(error, size, "%s", reason.c_str());
     return good ? ZvkErrorSuccess : ZvkErrorBadParameter;
 }
 

@@ -148,8 +148,9 @@ ZvkError_t SimulatedRuntime::ZvkCameraOpen(const char* idString, std::uint32_t a
     Camera* camera = session.Get().FindCamera(idString);
     if (camera == nullptr || g_control.IsUnplugged(camera->Index()))
         return ZvkErrorNotFound;
-    if (camera->IsOpen())
+    if (camera->IsOpen() || camera->Description().busy)
         return ZvkErrorInUse;
+    camera->SetUnplugged(false); // it is back
     session.Get().Open(*camera);
     *cameraHandle = camera->cameraHandle;
     return ZvkErrorSuccess;

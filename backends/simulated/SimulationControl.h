@@ -121,6 +121,10 @@ typedef struct SimStatistics
     FUNCTION(int32_t, SimPulseLine, (uint32_t cameraIndex, const char* line)) \
     /* While held, the command (of the camera or its stream) is not done. */ \
     FUNCTION(int32_t, SimHoldCommand, (uint32_t cameraIndex, const char* name, uint32_t hold)) \
+    /* Faults in words, as cameras.toml lists them: "unplug 0 after 2s; incomplete 1 every 3". They come on top of the \
+     * description's; those that shape a camera (incomplete, silent, busy) count from the next ZvkStartup. \
+     * ZvkErrorBadParameter: `error` says why in one line. */ \
+    FUNCTION(int32_t, SimPlanFaults, (const char* text, char* error, uint32_t size)) \
     /* An unplugged camera is not listed, cannot be opened, sends nothing and answers ZvkErrorIO. */ \
     FUNCTION(int32_t, SimUnplug, (uint32_t cameraIndex, uint32_t unplugged)) \
     \

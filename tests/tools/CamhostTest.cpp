@@ -1,4 +1,6 @@
 // camhost as a person meets it: a program with arguments, texts, files and an exit code.
+#include "Shell.h"
+#include "platform/Win32.h"
 #include "support/TestPlatform.h"
 
 #include <gtest/gtest.h>
@@ -83,15 +85,12 @@ protected:
         fs::remove_all(folder_, error);
     }
 
-    // Through the system's command interpreter: the one of Windows would strip the quotes of a line that
-    // begins with one, and `system` returns the exit code times 256 elsewhere.
     static Result RunBare(const std::string& arguments)
     {
-        const int status = std::system(
-            ("cd . && \"" + ExecutableFolder() + "/camhost\" " + arguments + " >output.txt 2>errors.txt")
-                .c_str());
-        return {status > 255 ? status / 256 : status, ReadText("output.txt"), ReadText("errors.txt")};
+        const int exitCode = Shell(Program() + arguments + " >output.txt 2>errors.txt");
+        return {exitCode, ReadText("output.txt"), ReadText("errors.txt")};
     }
+    static std::string Program() { return "\"" + ExecutableFolder() + "/camhost\" "; }
     // With the test's own adapter.
     static Result Run(const std::string& arguments)
     {
@@ -145,7 +144,8 @@ TEST_F(Camhost, WrongArgumentsEndWithTwoAndOneLine)
     };
     constexpr Row kRows[] = {
         {"", "A subcommand is required"},
-        {"dance", "A subcommand is required"},
+        {"dance", "there is no command 'dance'"},
+        {"dance --frames 3", "there is no command 'dance'"},
         {"get", "CHANNEL is required"},
         {"get 0", "FEATURE is required"},
         {"set 0 Gain", "Gain: is not of the form FEATURE=VALUE"},
@@ -154,16 +154,19 @@ TEST_F(Camhost, WrongArgumentsEndWithTwoAndOneLine)
         {"grab 0", "--out is required"},
         {"grab 0 --out x --frames 0", "--frames"},
         {"grab 0 --out x --region 0,0,5", "--region"},
-        {"grab 0 --out x --region 0,0,-5,3", "--region"},
+        {"grab 0 --out x --region 0,0,-5,3", "'-5' is no number of pixels"},
         {"grab 0 --out x --trigger sometimes", "hardware-auto"},
         {"grab 0 --out x --edge both", "rising"},
-        {"grab 0 --out x --timeout 0", "--timeout"},
+        {"grab 0 --out x --timeout 0", "--timeout: '0' is no time; write seconds without a unit"},
+        {"grab 0 --out x --exposure 10ms", "'10ms' is no time"},
+        {"grab 0 --out x --exposure -1", "'-1' is no time"},
         {"list --sdk no/such/folder", "no/such/folder"},
         {"get 7 Width", "there is no channel '7'; there are 0 (F:1)"},
         {"set 0 Width=wide", "Width is an integer; 'wide' is none"},
         {"set 0 Gain=1,5", "Gain is a number"},
         {"set 0 NoImages=maybe", "NoImages is True or False"},
         {"set 0 Reset=1", "use 'camhost run'"},
+        {"get 0 Reset", "Reset is a command; use 'camhost run'"},
     };
     for (const Row& row : kRows) {
         const Result result = Run(row.arguments);
@@ -204,7 +207,10 @@ TEST_F(Camhost, FeaturesAreReadWrittenAndRun)
 {
     EXPECT_EQ(Run("get F:1 Width Gain").output, "Width=5\nGain=1.500000\n");
     EXPECT_EQ(Run("set 0 Gain 2.25").output, "Gain=2.25\n");
-    EXPECT_EQ(Run("set 0 NoImages=on Mode=Slow Width=-4").output, "NoImages=True\nMode=Slow\nWidth=-4\n");
+    EXPECT_EQ(Run("set 0 NoImages=on Mode=Slow Width=8").output, "NoImages=True\nMode=Slow\nWidth=8\n");
+    const Result clamped = Run("set 0 Width=-5 Gain=3");
+    ExpectFailure(clamped, 1, "Width became 4, not -5");
+    EXPECT_EQ(clamped.output, "Width=4\nGain=3\n") << "the others are written all the same";
     EXPECT_EQ(Run("run 0 Reset").exitCode, 0);
     EXPECT_EQ(Calls(), "ExecuteCommand Reset\n");
 }
@@ -226,12 +232,12 @@ TEST_F(Camhost, ListAndDescribeAreAligned)
     EXPECT_EQ(Run("list").output, "CHANNEL  SERIAL  CAMERA               ADDRESS  SIZE  EXPOSURE   STATE\n"
                                   "0        F:1     Zorvik/HVN TL: Fake           5x3   10.000 ms  ready\n");
     const std::string description = Run("describe 0").output;
-    for (const char* line : {"FEATURE      TYPE     ACCESS  VALUE     DESCRIPTION\n",
-                             "Gain         float    RW      1.500000  What it does.\n",
-                             "Mode         enum     RW      Fast      What it does.\n"
-                             "                              of Fast, Slow\n",
-                             "PayloadSize  int      R-      64        What it does.\n",
-                             "Reset        command  RW                What it does.\n"})
+    for (const char* line : {"FEATURE        TYPE     ACCESS  VALUE         DESCRIPTION\n",
+                             "Gain           float    RW      1.500000      What it does.\n",
+                             "Mode           enum     RW      Fast          What it does.\n"
+                             "                                of Fast, Slow\n",
+                             "PayloadSize    int      R-      64            What it does.\n",
+                             "Reset          command  RW                    What it does.\n"})
         EXPECT_NE(description.find(line), std::string::npos) << line << description;
 }
 
@@ -301,8 +307,15 @@ TEST_F(Camhost, AFailedGrabLeavesWholeImagesAndAStoppedCamera)
     };
     const Row rows[] = {
         {"--region 0,0,200,3", "F:1: SetupCommonParams: ERROR. Width refused.", "", {}},
+        {"--set Width=1", "F:1: Width became 4, not 1", "", {}},
+        {"--exposure 5", "F:1: ExposureTime became 1000000.000000, not 5000000.000000", "", {}},
+        {"--exposure 0.1 --set ExposureAuto=Continuous", "add --set ExposureAuto=Off", "", {}},
         {"--set NoImages=True --timeout 0.2",
-         "F:1: no image within 0.2 s, 0 of 1 arrived",
+         "F:1: no image within 0.2 s, 0 of 1 arrived; is the camera triggered",
+         "StartAcquisition\nStopAcquisition\n",
+         {}},
+        {"--set NoImages=True --set RefuseTrigger=True --trigger manual --timeout 0.2",
+         "0 of 1 arrived; StartAcquisition: ERROR. TriggerSoftware failed.",
          "StartAcquisition\nStopAcquisition\n",
          {}},
         {"--frames 9 --set FailAtImage=3",
@@ -330,6 +343,57 @@ TEST_F(Camhost, AFileThatCannotBeWrittenLeavesNothing)
     fs::create_directory("sheet.png");
     ExpectFailure(Run("grab 0 --out images --contact-sheet sheet.png"), 1, "sheet.png cannot be written");
     EXPECT_FALSE(fs::exists("sheet.png.part"));
+}
+
+TEST_F(Camhost, DevicesStayDevicesAndFullOnesAreNoticed)
+{
+    if (PathSeparator == '\\')
+        GTEST_SKIP() << "no such devices";
+    ExpectFailure(Run("grab 0 --out images --contact-sheet /dev/full"), 1, "it is a device, not a file");
+    EXPECT_TRUE(fs::is_character_file("/dev/full"));
+    for (const char* arguments : {"--version", "--help", "get 0 Gain"}) {
+        EXPECT_EQ(Shell(Program() + arguments + " >/dev/full 2>errors.txt"), 1) << arguments;
+        EXPECT_EQ(ReadText("errors.txt"),
+                  "camhost: cannot write to standard output: No space left on device\n");
+    }
+}
+
+TEST_F(Camhost, ARequestToEndStopsTheCamera)
+{
+    if (PathSeparator == '\\')
+        GTEST_SKIP() << "no signals";
+    for (const char* signal : {"TERM", "INT", "HUP"}) {
+        EXPECT_EQ(Shell(std::string("timeout --preserve-status -s ") + signal + " 1 " + Program() +
+                        FakeAdapter() +
+                        " --sdk sdk grab 0 --out out --set NoImages=True --timeout 60 2>errors.txt"),
+                  1);
+        EXPECT_EQ(ReadText("errors.txt"), "camhost: interrupted; the images so far are complete\n") << signal;
+        EXPECT_NE(Calls().find("StopAcquisition"), std::string::npos) << signal;
+    }
+}
+
+TEST_F(Camhost, PathsMayHoldAnyCharacter)
+{
+    const std::string name = "\u0416\u6f22 \u00e9";
+    const fs::path folder(std::u8string(name.begin(), name.end()));
+    const Result result =
+        Run("grab 0 --out \"" + name + "\" --contact-sheet \"" + name + "/" + name + ".png\"");
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_TRUE(fs::exists(folder / "F_1_0001.png"));
+    EXPECT_NE(result.output.find(name + PathSeparator + "F_1_0001.png\n"), std::string::npos)
+        << result.output;
+    fs::copy(ExecutableFolder() + "/" + MARAVEL_FAKE_ADAPTER, folder / MARAVEL_FAKE_ADAPTER);
+    EXPECT_EQ(RunBare("get 0 Gain --sdk sdk --adapter \"" + name + "/" + MARAVEL_FAKE_ADAPTER + "\"").output,
+              "Gain=1.500000\n");
+}
+
+TEST_F(Camhost, CamerasOfOneSerialNumberKeepTheirImages)
+{
+    fs::create_directory("twins");
+    EXPECT_EQ(RunBare("grab all --out out --sdk twins " + FakeAdapter()).exitCode, 0);
+    ExpectFailure(RunBare("get F:1 Width --sdk twins " + FakeAdapter()), 2,
+                  "2 cameras have the serial number F:1");
+    EXPECT_EQ(Written(), (Names{"F_1-channel0_0001.png", "F_1-channel1_0001.png"}));
 }
 
 TEST_F(Camhost, ContactSheetShowsEveryImage)
@@ -380,14 +444,65 @@ TEST_F(Camhost, GrabsFromEverySimulatedCamera)
 TEST_F(Camhost, AnSdkThatIsNotThereIsNamed)
 {
     SetEnvironment("ZORVIK_HOME", "nowhere");
-    ExpectFailure(RunBare("list"), 3,
-                  "ERROR while loading 'ZvkC.dll'. Name the SDK folder with --sdk or ZORVIK_HOME.");
+    for (const char* command : {"list", "get 0 Width", "grab all --out out"}) {
+        ExpectFailure(RunBare(command), 3, "The variable ZORVIK_HOME is not set or names no folder");
+        // The adapter has no text for a folder without its libraries; the option goes before the variable.
+        ExpectFailure(RunBare(command + std::string(" --sdk sdk")), 3, "ZvkC.dll did not load from ");
+    }
+    EXPECT_EQ(RunBare("list --sdk sdk").output, "");
 
-    // The adapter has no text for a folder without its libraries; the option goes before the variable.
-    const Result list = RunBare("list --sdk sdk");
-    EXPECT_EQ(list.exitCode, 0);
-    EXPECT_EQ(list.output, "no cameras found; the adapter's log tells more\n");
-    ExpectFailure(RunBare("grab all --out out --sdk sdk"), 1, "no cameras found");
+    SetEnvironment("ZORVIK_HOME", "");
+    const Result list = RunBare("list --simulate \"cameras 0\"");
+    EXPECT_EQ(list.exitCode, 0) << "a well SDK without cameras is no failure";
+    EXPECT_EQ(list.output.rfind("no cameras found. Look at power", 0), 0u) << list.output;
+    ExpectFailure(RunBare("grab all --out out --simulate \"cameras 0\""), 1, "no cameras found. Look");
+}
+
+// By time stamps alone it would say none: every second frame comes at even intervals.
+TEST_F(Camhost, LossesAreCountedByFrameNumbers)
+{
+    const Result result = RunBare("grab 3 --frames 6 --out out --simulate \"incomplete 3 every 2\"");
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_NE(result.output.find(", 5 lost (by frame numbers); "), std::string::npos) << result.output;
+}
+
+TEST_F(Camhost, GrabGoesOnWithACameraThatWasLost)
+{
+    const std::string arguments = "--frames 12 --timeout 0.8 --reconnect --out out --set PixelFormat=Mono16 ";
+    const Result result = RunBare("grab 3 " + arguments + "--simulate \"unplug 3 after 5 frames for 1s\"");
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(Written().size(), 12u);
+    EXPECT_EQ(Written().back(), "03-0004_0012.pgm") << "with the settings written again";
+    EXPECT_NE(result.errors.find("5 of 12 arrived; looking for the camera\n"), std::string::npos)
+        << result.errors;
+    EXPECT_NE(result.errors.find("03-0004: back after "), std::string::npos) << result.errors;
+    EXPECT_NE(result.output.find(", gone once for "), std::string::npos) << result.output;
+    // One that is there and silent for another reason is not looked for.
+    const Result silent = RunBare("grab 3 --timeout 1.2 --reconnect --out out --simulate \"silent 3\"");
+    ExpectFailure(silent, 1, "takes commands, was started, and sent no frame");
+}
+
+TEST_F(Camhost, FaultsOnDemandAreWordsWithAForm)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"jump 0", "'jump' is no fault; there are unplug, incomplete, silent, busy, hold, fail, cameras"},
+        {"busy 0; unplug", "'unplug' is no fault; write unplug CAMERA"},
+        {"unplug 0 after 2", "write unplug CAMERA"},
+        {"unplug 0 after 2s for 0s", "write unplug CAMERA"},
+        {"unplug 32", "write unplug CAMERA"},
+        {"incomplete 1 every 0", "write incomplete CAMERA every N"},
+        {"silent 0 1", "write silent CAMERA"},
+        {"hold 0", "write hold CAMERA COMMAND"},
+        {"fail ZvkStartup 0 -1", "write fail ENTRY NTH CODE"},
+        {"fail Zvk 1 -1", "ZvkC.dll has no entry point 'Zvk' to fail"},
+        {"cameras", "write cameras N"},
+    };
+    for (const auto& [faults, says] : rows)
+        ExpectFailure(RunBare("list --simulate \"" + std::string(faults) + "\""), 2, says);
+    const fs::path empty = "sdk/bin";
+    fs::create_directories(empty);
+    fs::copy(ExecutableFolder() + "/../sdk/bin/ZvkImageTransform.dll", empty / "ZvkC.dll");
+    ExpectFailure(RunBare("list --sdk sdk --simulate \"busy 0\""), 2, "--simulate needs the simulated SDK");
 }
 
 } // namespace

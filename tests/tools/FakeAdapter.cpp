@@ -22,12 +22,20 @@ struct Value
 };
 
 // PixelType is what the images have; FailAtImage the number of the image whose GetImage fails, 0 none;
-// NoImages keeps the camera silent; SkipAtImage leaves out the two images before that one.
+// NoImages keeps the camera silent; RefuseTrigger lets a start succeed with a text; SkipAtImage leaves out
+// the two images before that one.
 std::map<std::string, Value> g_features = {
-    {"Width", {FeatureTypeInt, "5"}},         {"PixelType", {FeatureTypeInt, "0"}},
-    {"PayloadSize", {FeatureTypeInt, "64"}},  {"FailAtImage", {FeatureTypeInt, "0"}},
-    {"SkipAtImage", {FeatureTypeInt, "0"}},   {"NoImages", {FeatureTypeBool, "False"}},
-    {"Gain", {FeatureTypeFloat, "1.500000"}}, {"Mode", {FeatureTypeEnum, "Fast"}},
+    {"Width", {FeatureTypeInt, "5"}},
+    {"PixelType", {FeatureTypeInt, "0"}},
+    {"PayloadSize", {FeatureTypeInt, "64"}},
+    {"FailAtImage", {FeatureTypeInt, "0"}},
+    {"SkipAtImage", {FeatureTypeInt, "0"}},
+    {"NoImages", {FeatureTypeBool, "False"}},
+    {"Gain", {FeatureTypeFloat, "1.500000"}},
+    {"Mode", {FeatureTypeEnum, "Fast"}},
+    {"ExposureAuto", {FeatureTypeEnum, "Off"}},
+    {"ExposureTime", {FeatureTypeFloat, "10000.000000"}},
+    {"RefuseTrigger", {FeatureTypeBool, "False"}},
     {"Reset", {FeatureTypeCommand, ""}},
 };
 
@@ -60,6 +68,8 @@ int Number(const char* feature)
 std::int32_t MARAVEL_CALL SetupCommonParams(char* errorText, std::int64_t, const CommonParams* params)
 {
     g_params = *params;
+    if (g_features["ExposureAuto"].text == "Off")
+        g_features["ExposureTime"].text = std::to_string(params->exposure < 1 ? params->exposure * 1e6 : 1e6);
     char line[200];
     std::snprintf(line, sizeof(line), "SetupCommonParams %g %d%d%d %d,%d,%d,%d", params->exposure,
                   params->acqContinuous, params->acqTriggered, params->acqTriggerLowToHigh, params->roix,
@@ -132,11 +142,13 @@ std::int32_t MARAVEL_CALL GetImage(char* errorText, std::int64_t, void* destinat
     return MARAVEL_SUCCESS;
 }
 
-std::int32_t MARAVEL_CALL StartAcquisition(char*, std::int64_t)
+std::int32_t MARAVEL_CALL StartAcquisition(char* errorText, std::int64_t)
 {
     Log("StartAcquisition");
     g_ready = 1;
-    return MARAVEL_SUCCESS;
+    return g_features["RefuseTrigger"].text == "True"
+               ? Answer(errorText, "StartAcquisition: ERROR. TriggerSoftware failed.")
+               : MARAVEL_SUCCESS;
 }
 
 std::int32_t MARAVEL_CALL StopAcquisition(char*, std::int64_t)
@@ -158,7 +170,9 @@ std::int32_t MARAVEL_CALL WriteValue(char* errorText, std::int64_t, const char* 
 {
     if (std::strcmp(name, "Mode") == 0 && std::strcmp(text, "Slow") != 0)
         return Fail(errorText, "WriteValue: ERROR. ZvkFeatureEnumSet for feature 'Mode' failed.");
-    g_features[name].text = text;
+    // Numbers are clamped, as cameras do.
+    const int width = std::atoi(text);
+    g_features[name].text = std::strcmp(name, "Width") == 0 && width < 4 ? "4" : text;
     return MARAVEL_SUCCESS;
 }
 
@@ -213,9 +227,9 @@ extern "C" MARAVEL_EXPORT std::int32_t MARAVEL_CALL GetVideoChannel(char* errorT
     const char* sdk = std::getenv("ZORVIK_HOME");
     if (sdk == nullptr || *sdk == '\0')
         return Fail(errorText, "GetVideoChannel: ERROR while loading 'ZvkC.dll'.");
-    if (index != 0)
+    if (index >= (std::strstr(sdk, "twins") == nullptr ? 1 : 2))
         return MARAVEL_FAILURE;
-    d->channelID = 0;
+    d->channelID = index;
     d->SetupCommonParams = SetupCommonParams;
     d->GetImageAttributes = GetImageAttributes;
     d->QueryImageStatus = QueryImageStatus;

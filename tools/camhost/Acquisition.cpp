@@ -2,9 +2,11 @@
 
 #include "Failure.h"
 #include "Features.h"
+#include "host/Utf8Path.h"
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 
@@ -31,10 +33,10 @@ CommonParams ParamsOf(const host::Channel& channel, const Options& options)
     return params;
 }
 
-void Check(const host::Channel& channel, const Outcome& outcome)
+void Check(const std::string& name, const Outcome& outcome)
 {
     if (!outcome)
-        throw Failure(ExitRefused, channel.SerialNumber() + ": " + ReasonOf(outcome));
+        throw Failure(ExitRefused, name + ": " + ReasonOf(outcome));
 }
 
 // A free-running camera sends at even intervals: twice the usual one is one image that did not arrive. One
@@ -55,13 +57,27 @@ std::uint64_t UsualInterval(std::vector<std::uint64_t> intervals)
 
 } // namespace
 
-Acquisition::Acquisition(const host::Channel& channel, const Options& options)
-    : channel_(channel), options_(options)
+Acquisition::Acquisition(const host::Channel& channel, std::string name, const Options& options)
+    : channel_(channel), name_(std::move(name)), options_(options)
 {
-    const CommonParams params = ParamsOf(channel, options);
-    Check(channel, channel.SetupCommonParams(params));
+    SetUp();
+}
+
+void Acquisition::SetUp()
+{
+    const host::Channel& channel = channel_;
+    const Options& options = options_;
+    // Whether the exposure of the common parameters counts is decided by this one, so it goes first.
     for (const auto& [feature, value] : options.assignments)
-        WriteFeature(channel, feature, value);
+        if (feature == "ExposureAuto")
+            WriteFeature(channel, feature, value);
+    const CommonParams params = ParamsOf(channel, options);
+    Check(name_, channel.SetupCommonParams(params));
+    for (const auto& [feature, value] : options.assignments)
+        if (const std::string fault = WriteFeature(channel, feature, value); !fault.empty())
+            throw Failure(ExitRefused, name_ + ": " + fault);
+    if (options.exposure)
+        CheckExposure();
 
     // A monochrome image comes with all that the camera sends along, which may be more than its pixels.
     std::string text;
@@ -71,71 +87,117 @@ Acquisition::Acquisition(const host::Channel& channel, const Options& options)
 
 Acquisition::~Acquisition()
 {
+    Abandon();
+}
+
+void Acquisition::Abandon()
+{
     if (started_)
         channel_.StopAcquisition();
+    started_ = false;
 }
 
 void Acquisition::Start()
 {
     StartOrTrigger();
-    begin_ = end_ = Clock::now();
+}
+
+void Acquisition::Resume(const host::Channel& channel)
+{
+    started_ = false; // the adapter's new start stopped it
+    channel_ = channel;
+    if (Done())
+        return;
+    SetUp();
+    resumed_ = taken_ > 0;
+    StartOrTrigger();
+}
+
+// A camera that sets its exposure itself, or has none, takes the common parameters all the same.
+void Acquisition::CheckExposure() const
+{
+    const std::vector<std::string> names = channel_.FeatureNames();
+    const auto has = [&](const char* feature) { return std::ranges::find(names, feature) != names.end(); };
+    const char* feature = has("ExposureTime") ? "ExposureTime" : "ExposureTimeAbs";
+    std::string mode, now;
+    if (has("ExposureAuto") && channel_.ReadValue("ExposureAuto", &mode) && mode != "Off")
+        throw Failure(ExitRefused, name_ + ": --exposure has no effect, ExposureAuto is " + mode +
+                                       "; add --set ExposureAuto=Off");
+    if (!has(feature) || !channel_.ReadValue(feature, &now))
+        throw Failure(ExitRefused, name_ + ": --exposure has no effect, the camera has no exposure time");
+    char asked[64];
+    std::snprintf(asked, sizeof(asked), "%f", *options_.exposure * 1e6);
+    if (const std::string fault = Difference(feature, asked, now); !fault.empty())
+        throw Failure(ExitRefused, name_ + ": " + fault);
 }
 
 // In the manual mode a start is also a trigger.
 void Acquisition::StartOrTrigger()
 {
     started_ = true; // also a failed start is stopped
-    Check(channel_, channel_.StartAcquisition());
+    const Outcome outcome = channel_.StartAcquisition();
+    Check(name_, outcome);
+    startText_ = outcome.text;
     deadline_ = Clock::now() +
                 std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options_.timeout));
 }
 
 void Acquisition::Stop()
 {
+    if (!started_)
+        return; // it was done before another camera had the adapter started anew
     started_ = false;
-    Check(channel_, channel_.StopAcquisition());
+    Check(name_, channel_.StopAcquisition());
 }
 
-std::string Acquisition::TimeoutText() const
+void Acquisition::GiveUp() const
 {
     char text[160];
-    std::snprintf(
-        text, sizeof(text),
-        ": no image within %g s, %d of %d arrived; is the camera triggered, and --timeout long enough?",
-        options_.timeout, taken_, options_.frames);
-    return channel_.SerialNumber() + text;
+    std::snprintf(text, sizeof(text), ": no image within %g s, %d of %d arrived", options_.timeout, taken_,
+                  options_.frames);
+    throw NoImage(channel_.Index(), name_ + text,
+                  startText_.empty() ? "is the camera triggered, and --timeout long enough?" : startText_);
 }
 
 bool Acquisition::TakeImage(Image* image)
 {
     std::uint32_t imageStatus = 0;
-    Check(channel_, channel_.GetImageAttributes(&image->attributes, &imageStatus));
+    Check(name_, channel_.GetImageAttributes(&image->attributes, &imageStatus));
     if (imageStatus != ImageStatusReady) {
         if (Clock::now() > deadline_)
-            throw Failure(ExitRefused, TimeoutText());
+            GiveUp();
         return false;
     }
 
     const ImageAttributes& now = image->attributes;
     if (now.width <= 0 || now.height <= 0)
-        throw Failure(ExitRefused,
-                      channel_.SerialNumber() + ": the adapter delivers an image without a size");
+        throw Failure(ExitRefused, name_ + ": the adapter delivers an image without a size");
     ImageAttributes colour = now;
     colour.pixelType = PixelTypeRgbPlanes;
     image->bytes.resize(std::max(payloadSize_, ImageBytes(colour)));
-    Check(channel_, channel_.GetImage(image->bytes.data(), &imageStatus));
+    Check(name_, channel_.GetImage(image->bytes.data(), &imageStatus));
     if (imageStatus != ImageStatusReady)
-        throw Failure(ExitRefused, channel_.SerialNumber() + ": the adapter announced an image and has none");
+        throw Failure(ExitRefused, name_ + ": the adapter announced an image and has none");
 
-    image->serialNumber = channel_.SerialNumber();
+    image->camera = name_;
     image->number = ++taken_;
     lastFile_ = ImageFileName(*image);
-    if (taken_ == 1)
+    if (resumed_) {
+        ++interruptions_;
+        gone_ += Clock::now() - end_;
+        std::fprintf(stderr, "camhost: %s: back after %.1f s\n", name_.c_str(),
+                     std::chrono::duration<double>(Clock::now() - end_).count());
+    }
+    end_ = Clock::now();
+    if (taken_ == 1) {
         firstFile_ = lastFile_;
-    else if (now.timestamp > last_.timestamp)
+        first_ = end_;
+        firstTimestamp_ = now.timestamp;
+    }
+    else if (!resumed_ && now.timestamp > last_.timestamp)
         intervals_.push_back(now.timestamp - last_.timestamp);
     last_ = now;
-    end_ = Clock::now();
+    resumed_ = false;
     deadline_ =
         end_ + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options_.timeout));
     if (options_.trigger == Trigger::Manual && !Done())
@@ -143,14 +205,15 @@ bool Acquisition::TakeImage(Image* image)
     return true;
 }
 
+// Without the times when the camera was gone.
 double Acquisition::Seconds() const
 {
-    return std::chrono::duration<double>(end_ - begin_).count();
+    return std::chrono::duration<double>(end_ - first_ - gone_).count();
 }
 
 double Acquisition::Rate() const
 {
-    return Seconds() > 0 ? taken_ / Seconds() : 0;
+    return Seconds() > 0 ? (taken_ - 1) / Seconds() : 0;
 }
 
 std::uint64_t Acquisition::Lost() const
@@ -167,22 +230,53 @@ std::uint64_t Acquisition::Lost() const
 std::string Acquisition::Progress() const
 {
     char text[160];
-    std::snprintf(text, sizeof(text), "%s: %d/%d, %.1f/s, %llu lost",
-                  channel_.SerialNumber().substr(0, 60).c_str(), taken_, options_.frames, Rate(),
-                  static_cast<unsigned long long>(Lost()));
+    std::snprintf(text, sizeof(text), "%s: %d/%d, %.1f/s, %llu lost", name_.substr(0, 60).c_str(), taken_,
+                  options_.frames, Rate(), static_cast<unsigned long long>(Lost()));
     return text;
 }
 
-std::string Acquisition::Summary() const
+std::set<OwnLog::Frame> Acquisition::Ends() const
+{
+    if (taken_ < 2)
+        return {};
+    return {{channel_.Index(), firstTimestamp_}, {channel_.Index(), last_.timestamp}};
+}
+
+// The camera's own numbers are exact; the interface does not hand them on, the log does. Time stamps are a
+// guess where much is lost.
+std::string Acquisition::Losses(const OwnLog& log) const
+{
+    const auto first = log.NumberOf({channel_.Index(), firstTimestamp_});
+    const auto last = log.NumberOf({channel_.Index(), last_.timestamp});
+    const auto taken = static_cast<std::uint64_t>(taken_);
+    if (interruptions_ == 0 && first && last && *last >= *first && *last - *first + 1 >= taken)
+        return ", " + std::to_string(*last - *first + 1 - taken) + " lost (by frame numbers)";
+    return ", " + std::to_string(Lost()) + " lost (by time stamps)";
+}
+
+// The rate is the camera's: from the first image to the last one, without the start of the stream.
+std::string Acquisition::Summary(const OwnLog& log) const
 {
     char numbers[160];
-    std::snprintf(numbers, sizeof(numbers), ": %d images of %d x %d in %.2f s, %.1f/s", taken_, last_.width,
-                  last_.height, Seconds(), Rate());
-    std::string text = channel_.SerialNumber() + numbers;
+    std::snprintf(numbers, sizeof(numbers), ": %d image%s of %d x %d", taken_, taken_ == 1 ? "" : "s",
+                  last_.width, last_.height);
+    std::string text = name_ + numbers;
+    if (taken_ > 1) {
+        std::snprintf(numbers, sizeof(numbers), " in %.2f s, %.1f/s", Seconds(), Rate());
+        text += numbers;
+    }
     if (options_.trigger == Trigger::Freerun)
-        text += ", " + std::to_string(Lost()) + " lost (by time stamps)";
-    const std::filesystem::path folder(options_.folder);
-    text += "; " + (folder / firstFile_).string();
+        text += Losses(log);
+    if (interruptions_ > 0) {
+        const double gone = std::chrono::duration<double>(gone_).count();
+        std::snprintf(numbers, sizeof(numbers), ", gone %s for %.1f s in all",
+                      interruptions_ == 1 ? "once" : (std::to_string(interruptions_) + " times").c_str(),
+                      gone);
+        text += numbers;
+        if (options_.trigger == Trigger::Freerun)
+            text += " (about " + std::to_string(std::llround(gone * Rate())) + " images)";
+    }
+    text += "; " + host::TextOf(host::PathOf(options_.folder) / firstFile_);
     if (lastFile_ != firstFile_)
         text += " to " + lastFile_;
     return text;

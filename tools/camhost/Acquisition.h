@@ -2,28 +2,54 @@
 #pragma once
 
 #include "CommandLine.h"
+#include "Failure.h"
 #include "Image.h"
+#include "OwnLog.h"
 #include "host/Channel.h"
 
 #include <chrono>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace maravel::camhost {
 
+// No image came in time.
+class NoImage : public Failure
+{
+public:
+    NoImage(std::int64_t channel, const std::string& text, const std::string& guess)
+        : Failure(ExitRefused, text + "; " + guess), channel_(channel), short_(text)
+    {
+    }
+
+    std::int64_t Channel() const { return channel_; }
+    const std::string& Short() const { return short_; } // without the guess at the cause
+
+private:
+    std::int64_t channel_;
+    std::string short_;
+};
+
 // All may throw Failure with the adapter's text. The camera is stopped at the latest when the object goes.
 class Acquisition
 {
 public:
-    // Applies the common parameters, then the single features.
-    Acquisition(const host::Channel& channel, const Options& options);
+    // Applies the common parameters, then the single features. `name` distinguishes the camera from the
+    // others in texts and file names. Fails when the camera does not hold what was asked for.
+    Acquisition(const host::Channel& channel, std::string name, const Options& options);
     ~Acquisition();
     Acquisition(const Acquisition&) = delete;
     Acquisition& operator=(const Acquisition&) = delete;
 
     void Start();
     void Stop();
+    void Abandon(); // stops it whatever comes of that
+
+    // After the adapter was started anew: writes all settings again and goes on with the next image.
+    void Resume(const host::Channel& channel);
+    const std::string& Name() const { return name_; }
 
     // False when no image waits yet. Fails when none came within the time allowed since the one before.
     // Triggers the next image in the manual mode.
@@ -32,26 +58,39 @@ public:
     bool Done() const { return taken_ >= options_.frames; }
 
     std::string Progress() const; // short, for one of several on a line
-    std::string Summary() const;
+    // `log`: of this run, after the stop.
+    std::string Summary(const OwnLog& log) const;
+
+    // The first image and the last one; none when there are not two.
+    std::set<OwnLog::Frame> Ends() const;
 
 private:
     using Clock = std::chrono::steady_clock;
 
+    void SetUp();
     void StartOrTrigger();
-    std::string TimeoutText() const;
+    void CheckExposure() const;
+    [[noreturn]] void GiveUp() const;
     double Seconds() const;
     double Rate() const;
     std::uint64_t Lost() const;
+    std::string Losses(const OwnLog& log) const;
 
-    const host::Channel& channel_;
+    host::Channel channel_;
+    const std::string name_;
     const Options& options_;
     std::size_t payloadSize_ = 0;
     bool started_ = false;
     int taken_ = 0;
     ImageAttributes last_ = {};
+    std::uint64_t firstTimestamp_ = 0;
     std::vector<std::uint64_t> intervals_; // between time stamps
     std::string firstFile_, lastFile_;
-    Clock::time_point begin_, end_, deadline_;
+    std::string startText_;                    // what the adapter had to report of a start that succeeded
+    Clock::time_point first_, end_, deadline_; // of the first image, of the last one
+    bool resumed_ = false;                     // and no image came since
+    int interruptions_ = 0;
+    Clock::duration gone_{};
 };
 
 } // namespace maravel::camhost

@@ -2,10 +2,14 @@
 
 #include "Failure.h"
 #include "Revision.h"
+#include "host/Utf8Path.h"
 
 #include <CLI/CLI.hpp>
 
-#include <iostream>
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
 
 namespace maravel::camhost {
 namespace {
@@ -14,7 +18,7 @@ constexpr const char* kAbout = "Acquires images and sets features through a came
 
 constexpr const char* kFooter =
     "Exit codes: 0 done; 1 the adapter, a camera or a file refused; 2 wrong arguments;\n"
-    "3 the adapter or its SDK could not be loaded.\n"
+    "3 the adapter or its SDK could not be loaded; 4 there is no log.\n"
     "Options may stand before or after the command. 'camhost COMMAND --help' tells more of a command.";
 
 constexpr const char* kGrabFooter =
@@ -42,6 +46,14 @@ std::vector<Assignment> SplitAssignments(const std::vector<std::string>& words)
     return assignments;
 }
 
+int DigitsAt(const std::string& text, std::size_t at)
+{
+    const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    return at + 2 <= text.size() && digit(text[at]) && digit(text[at + 1])
+               ? (text[at] - '0') * 10 + (text[at + 1] - '0')
+               : -1;
+}
+
 // What CLI11 fills before it is brought into its final form.
 struct Words
 {
@@ -60,11 +72,67 @@ Trigger TriggerOf(const std::string& word)
     return word == "hardware-semi-auto" ? Trigger::HardwareSemiAuto : Trigger::Freerun;
 }
 
+// The library's own checks know narrow paths only, and print limits of three hundred digits.
+CLI::Validator Check(bool (*accepts)(const std::string&), const char* wanted)
+{
+    return {[=](const std::string& text) -> std::string {
+                return accepts(text) ? "" : "'" + text + "' is " + wanted;
+            },
+            ""};
+}
+
+CLI::Validator IsFolder()
+{
+    return Check(
+        [](const std::string& text) {
+            std::error_code error;
+            return std::filesystem::is_directory(host::PathOf(text), error);
+        },
+        "no folder");
+}
+
+CLI::Validator IsSeconds()
+{
+    return Check(
+        [](const std::string& text) {
+            double value = 0;
+            return CLI::detail::lexical_cast(text, value) && value > 0 && value <= 1e6;
+        },
+        "no time; write seconds without a unit, such as 0.01");
+}
+
+CLI::Validator IsPixels()
+{
+    return Check(
+        [](const std::string& text) {
+            int value = 0;
+            return CLI::detail::lexical_cast(text, value) && value >= 0;
+        },
+        "no number of pixels; write X,Y,WIDTH,HEIGHT such as 0,0,640,480");
+}
+
+CLI::Validator IsIndex()
+{
+    return Check(
+        [](const std::string& text) {
+            return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos &&
+                   text.size() < 6;
+        },
+        "no index of a channel; write a number such as 0");
+}
+
+CLI::Validator IsTimeOfDay()
+{
+    return Check([](const std::string& text) { return ParseTimeOfDay(text) >= 0; },
+                 "no time of day; write 14:05 or 14:05:30");
+}
+
 CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const char* name, const char* text)
 {
     CLI::App* sub = app.add_subcommand(name, text);
     sub->final_callback([&options, command] { options.command = command; });
-    if (command != Command::List && command != Command::Bench)
+    if (command != Command::List && command != Command::Bench && command != Command::Log &&
+        command != Command::Doctor)
         sub->add_option("CHANNEL", options.channel, "The camera: its index or its serial number")->required();
     return sub;
 }
@@ -97,7 +165,7 @@ void AddGrab(CLI::App& app, Options& options, Words& words)
         ->capture_default_str()
         ->check(CLI::Range(1, 1000000));
     grab->add_option("--out", options.folder, "Folder for the images; made when missing")->required();
-    grab->add_option("--exposure", options.exposure, "Exposure time in seconds")->check(CLI::PositiveNumber);
+    grab->add_option("--exposure", options.exposure, "Exposure time in seconds")->check(IsSeconds());
     grab->add_option("--trigger", words.trigger, "manual, freerun, hardware-auto or hardware-semi-auto")
         ->check(CLI::IsMember({"manual", "freerun", "hardware-auto", "hardware-semi-auto"}))
         ->option_text("MODE [freerun]");
@@ -107,15 +175,17 @@ void AddGrab(CLI::App& app, Options& options, Words& words)
     grab->add_option("--region", words.region, "Region of interest in pixels")
         ->delimiter(',')
         ->expected(4)
-        ->check(CLI::NonNegativeNumber)
+        ->check(IsPixels())
         ->option_text("X,Y,WIDTH,HEIGHT");
     grab->add_option("--timeout", options.timeout, "Seconds to wait for each image")
         ->capture_default_str()
-        ->check(CLI::PositiveNumber);
+        ->check(IsSeconds());
     grab->add_option("--set", words.assignments, "Feature to write before the start; may be repeated")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->option_text("FEATURE=VALUE");
+    grab->add_flag("--reconnect", options.reconnect,
+                   "Looks for a camera that was lost, by its serial number, and goes on when it is back");
     grab->add_flag("--progress", options.progress, "Tell progress also when not on a terminal");
     grab->add_option("--contact-sheet", options.contactSheet, "PNG file with a small copy of every image")
         ->option_text("FILE");
@@ -145,12 +215,82 @@ std::string FailureMessage(const CLI::App*, const CLI::Error& error)
     return "camhost: " + text + "; see camhost --help\n";
 }
 
+void AddLog(CLI::App& app, Options& options)
+{
+    CLI::App* log = AddCommand(app, options, Command::Log, "log",
+                               "Reads the adapter's log: what went wrong, and what to do about it");
+    log->footer("Exit codes: 0 healthy; 1 faults were found; 2 wrong arguments; 4 there is no such log.\n"
+                "docs/field-guide.md goes from symptoms to causes, docs/log.md explains every message.");
+    log->add_option("FILE", options.file, "A log; without it the one of this machine");
+    log->add_flag("--json", options.json,
+                  "The whole report for programs; docs/log-report.schema.json describes it");
+    log->add_flag("--follow", options.follow,
+                  "Goes on reading and tells faults as they appear, until Ctrl-C");
+    log->add_flag("--lines", options.lines, "Prints the messages one by one with what they mean");
+    log->add_option("--channel", options.channel, "Only this channel's messages and faults")
+        ->check(IsIndex())
+        ->option_text("INDEX");
+    log->add_option("--since", options.since, "Only messages and faults from that time of day on")
+        ->check(IsTimeOfDay())
+        ->option_text("HH:MM[:SS]");
+    log->add_option("--trace", options.trace, "Writes the log for about:tracing or the Perfetto UI")
+        ->option_text("FILE");
+    log->add_option("--html", options.html, "Writes a page with charts, to attach to a mail")
+        ->option_text("FILE");
+    log->add_option("--explain", options.explain, "Tells what a message, a part of one, or a fault means")
+        ->option_text("TEXT");
+    log->add_flag("--lnav", options.lnav, "Prints the format file for lnav");
+}
+
+void AddDoctor(CLI::App& app, Options& options)
+{
+    CLI::App* doctor =
+        AddCommand(app, options, Command::Doctor, "doctor",
+                   "Looks at what a start needs: SDK, registry, log, adapter, cameras, network");
+    doctor->footer(
+        "Exit codes: 0 no fault (there may be warnings); 1 faults were found; 2 wrong arguments.\n"
+        "To look at the cameras it starts the adapter, which empties the log: read it first, or say\n"
+        "--no-start. While another program uses the adapter it is not started.");
+    doctor->add_flag("--json", options.json, "For programs; docs/doctor.schema.json describes it");
+    doctor->add_flag("--no-start", options.noStart,
+                     "Does not start the adapter: the log stays, cameras are not looked at");
+}
+
+// The first word that is neither an option nor an option's value, when it names no command. The arguments
+// come in reverse order.
+std::string UnknownCommand(const CLI::App& app, const std::vector<std::string>& arguments)
+{
+    for (auto word = arguments.rbegin(); word != arguments.rend(); ++word) {
+        if (word->empty() || word->front() != '-') {
+            const auto named =
+                app.get_subcommands([&](const CLI::App* sub) { return sub->check_name(*word); });
+            return named.empty() ? *word : "";
+        }
+        const CLI::Option* option = app.get_option_no_throw(*word);
+        if (option != nullptr && option->get_items_expected_max() > 0 && word + 1 != arguments.rend())
+            ++word;
+    }
+    return {};
+}
+
 } // namespace
 
-std::optional<Options> ParseCommandLine(int argc, const char* const* argv, int* exitCode)
+int ParseTimeOfDay(const std::string& text)
+{
+    if ((text.size() != 5 && text.size() != 8) || text[2] != ':' || (text.size() == 8 && text[5] != ':'))
+        return -1;
+    const int hour = DigitsAt(text, 0), minute = DigitsAt(text, 3),
+              second = text.size() == 8 ? DigitsAt(text, 6) : 0;
+    return hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59
+               ? -1
+               : (hour * 60 + minute) * 60 + second;
+}
+
+std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int* exitCode)
 {
     Options options;
     Words words;
+    std::ranges::reverse(arguments); // as the library wants them
     CLI::App app(kAbout, "camhost");
     app.footer(kFooter);
     app.failure_message(FailureMessage);
@@ -161,17 +301,29 @@ std::optional<Options> ParseCommandLine(int argc, const char* const* argv, int* 
         ->option_text("FILE");
     app.add_option("--sdk", options.sdk,
                    "SDK folder; without it the one that ZORVIK_HOME names, else ../sdk beside camhost")
-        ->check(CLI::ExistingDirectory)
+        ->check(IsFolder())
         ->option_text("DIR");
+    app.add_option("--simulate", options.simulate,
+                   "Faults of the simulated SDK, such as 'unplug 0 after 2s; incomplete 1 every 3;\n"
+                   "fail ZvkFrameAnnounce 2 -14; busy 1'; cameras.toml in its folder lists the words")
+        ->option_text("FAULTS");
     AddFeatureCommands(app, options, words);
     AddGrab(app, options, words);
+    AddDoctor(app, options);
+    AddLog(app, options);
     AddBench(app, options);
     try {
-        app.parse(argc, argv);
+        // The library asks for a command where there is an unknown one.
+        if (const std::string word = UnknownCommand(app, arguments); !word.empty())
+            throw CLI::ArgumentMismatch("there is no command '" + word + "'");
+        app.parse(std::move(arguments));
         options.assignments = SplitAssignments(words.assignments);
     }
     catch (const CLI::Error& error) {
-        *exitCode = app.exit(error, std::cout, std::cerr) == 0 ? ExitDone : ExitWrongArguments;
+        std::ostringstream output, errors;
+        *exitCode = app.exit(error, output, errors) == 0 ? ExitDone : ExitWrongArguments;
+        std::fputs(output.str().c_str(), stdout);
+        std::fputs(errors.str().c_str(), stderr);
         return std::nullopt;
     }
     options.trigger = TriggerOf(words.trigger);

@@ -17,7 +17,9 @@ enum class Command
     Set,
     Run,
     Grab,
-    Bench
+    Bench,
+    Log,
+    Doctor
 };
 
 enum class Trigger
@@ -41,6 +43,8 @@ struct Options
     std::string adapter; // empty: the one beside this program
     std::string sdk;     // empty: ZORVIK_HOME, or the one beside this program
 
+    std::string simulate; // faults of the simulated SDK, in its words
+
     std::string channel; // index or serial number; for Grab also "all"
     std::vector<std::string> features;
     std::vector<Assignment> assignments;
@@ -53,14 +57,28 @@ struct Options
     std::optional<Region> region;
     double timeout = 5; // seconds
     bool progress = false;
+    bool reconnect = false;
     std::string contactSheet;
+
+    std::string file; // a log; empty: the machine's own
+    bool json = false;
+    bool follow = false;
+    bool lines = false;
+    bool lnav = false;
+    std::string since;       // hh:mm or hh:mm:ss
+    std::string trace, html; // files
+    std::string explain;
+    bool noStart = false;
 
     int rounds = 31;
     std::string results; // folder; empty: nothing is written
 };
 
-// Parses the arguments. After --help, --version and wrong arguments the text was printed already and the
-// result is empty; `exitCode` then says how to end.
-std::optional<Options> ParseCommandLine(int argc, const char* const* argv, int* exitCode);
+// Seconds since midnight of "hh:mm" or "hh:mm:ss"; -1 for any other text.
+int ParseTimeOfDay(const std::string& text);
+
+// Parses the arguments (without the program's name). After --help, --version and wrong arguments the text was
+// printed already and the result is empty; `exitCode` then says how to end.
+std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int* exitCode);
 
 } // namespace maravel::camhost

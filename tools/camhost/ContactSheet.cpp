@@ -51,12 +51,12 @@ void DrawLabel(ColourImage& sheet, int left, int top, std::string text)
 
 void ContactSheet::Add(const Image& image)
 {
-    cells_.push_back({MakeThumbnail(image, ThumbnailSide), image.serialNumber, image.number});
+    cells_.push_back({MakeThumbnail(image, ThumbnailSide), image.camera, image.number});
 }
 
 std::vector<std::uint8_t> ContactSheet::EncodeAsPng()
 {
-    std::ranges::sort(cells_, {}, [](const Cell& cell) { return std::tie(cell.serialNumber, cell.number); });
+    std::ranges::sort(cells_, {}, [](const Cell& cell) { return std::tie(cell.camera, cell.number); });
     int highest = 1;
     for (const Cell& cell : cells_)
         highest = std::max(highest, cell.thumbnail.height);
@@ -74,7 +74,7 @@ std::vector<std::uint8_t> ContactSheet::EncodeAsPng()
         const Cell& cell = cells_[static_cast<std::size_t>(i)];
         const int left = kMargin + i % columns * kCellWidth;
         const int top = kMargin + i / columns * cellHeight;
-        DrawLabel(sheet, left, top, cell.serialNumber + " #" + std::to_string(cell.number));
+        DrawLabel(sheet, left, top, cell.camera + " #" + std::to_string(cell.number));
         const auto lineBytes = static_cast<std::size_t>(3 * cell.thumbnail.width);
         for (int y = 0; y < cell.thumbnail.height; ++y)
             std::copy_n(cell.thumbnail.pixels.data() + static_cast<std::size_t>(y) * lineBytes, lineBytes,

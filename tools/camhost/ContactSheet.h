@@ -15,14 +15,14 @@ public:
 
     void Add(const Image& image);
 
-    // In the order of serial numbers and numbers, each labelled with them.
+    // In the order of cameras and numbers, each labelled with them.
     std::vector<std::uint8_t> EncodeAsPng();
 
 private:
     struct Cell
     {
         ColourImage thumbnail;
-        std::string serialNumber;
+        std::string camera;
         int number = 0;
     };
 

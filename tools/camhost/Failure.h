@@ -12,7 +12,8 @@ enum ExitCode : int
     ExitDone = 0,
     ExitRefused = 1,
     ExitWrongArguments = 2,
-    ExitNotLoaded = 3
+    ExitNotLoaded = 3,
+    ExitNoLog = 4
 };
 
 // One line for the person at the terminal.

@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <locale>
+#include <optional>
 #include <sstream>
 
 namespace maravel::camhost {
@@ -52,22 +54,28 @@ std::string Read(const Channel& channel, const std::string& feature)
     return value;
 }
 
-bool IsInteger(const std::string& text)
+// Of 64 bits, signed or unsigned; to the end of the text.
+bool ParseInteger(const std::string& text, std::int64_t* value)
 {
-    std::int64_t value = 0;
     std::uint64_t large = 0;
     const char* end = text.data() + text.size();
-    return std::from_chars(text.data(), end, value).ptr == end ||
-           std::from_chars(text.data(), end, large).ptr == end;
+    if (const auto [stop, error] = std::from_chars(text.data(), end, *value);
+        stop == end && error == std::errc())
+        return true;
+    const auto [stop, error] = std::from_chars(text.data(), end, large);
+    *value = static_cast<std::int64_t>(large);
+    return stop == end && error == std::errc();
 }
 
 // With a decimal point, whatever the locale; to the end of the text.
-bool IsNumber(const std::string& text)
+std::optional<double> ParseNumber(const std::string& text)
 {
     std::istringstream stream(text);
     stream.imbue(std::locale::classic());
     double value = 0;
-    return (stream >> value) && stream.peek() == std::istringstream::traits_type::eof();
+    if ((stream >> value) && stream.peek() == std::istringstream::traits_type::eof())
+        return value;
+    return std::nullopt;
 }
 
 // Where a camera is reached: its IP address, or else what it is connected by; empty when it does not say.
@@ -106,9 +114,10 @@ std::string CheckedValue(const std::string& feature, const std::string& value, s
     const std::string quoted = std::string("'").append(value).append("'");
     if (type == FeatureTypeCommand)
         throw Failure(ExitWrongArguments, feature + " is a command; use 'camhost run'");
-    if (type == FeatureTypeInt && (value.empty() || !IsInteger(value)))
+    std::int64_t whole = 0;
+    if (type == FeatureTypeInt && !ParseInteger(value, &whole))
         throw Failure(ExitWrongArguments, feature + " is an integer; " + quoted + " is none");
-    if (type == FeatureTypeFloat && !IsNumber(value))
+    if (type == FeatureTypeFloat && !ParseNumber(value))
         throw Failure(ExitWrongArguments, feature + " is a number; " + quoted + " is none");
     if (type == FeatureTypeBool && BoolText(value).empty())
         throw Failure(ExitWrongArguments, feature + " is True or False; " + quoted + " is neither");
@@ -133,10 +142,6 @@ std::string ReasonOf(const Outcome& outcome)
 
 void ListChannels(const std::vector<Channel>& channels)
 {
-    if (channels.empty()) {
-        std::puts("no cameras found; the adapter's log tells more");
-        return;
-    }
     Table table({"CHANNEL", "SERIAL", "CAMERA", "ADDRESS", "SIZE", "EXPOSURE", "STATE"});
     for (const Channel& channel : channels) {
         const VideoChannelDescriptor& d = channel.Descriptor();
@@ -175,33 +180,57 @@ void DescribeChannel(const Channel& channel)
 
 void GetFeatures(const Channel& channel, const std::vector<std::string>& features)
 {
-    for (const std::string& feature : features)
-        std::printf("%s=%s\n", feature.c_str(), Read(channel, feature).c_str());
+    for (const std::string& feature : features) {
+        const std::string value = Read(channel, feature); // of a command: nothing
+        if (value.empty() && TypeOf(channel, feature) == FeatureTypeCommand)
+            throw Failure(ExitWrongArguments, feature + " is a command; use 'camhost run'");
+        std::printf("%s=%s\n", feature.c_str(), value.c_str());
+    }
 }
 
-void WriteFeature(const Channel& channel, const std::string& feature, const std::string& value)
+std::string Difference(const std::string& feature, const std::string& asked, const std::string& now)
 {
-    const std::string text = CheckedValue(feature, value, TypeOf(channel, feature));
+    // The adapter reads an integer as an unsigned one.
+    std::int64_t whole = 0;
+    if (ParseInteger(asked, &whole) && std::to_string(static_cast<std::uint64_t>(whole)) == now)
+        return {};
+    // Cameras round to their own steps, which is no reason for a word.
+    const auto wanted = ParseNumber(asked), became = ParseNumber(now);
+    const double tolerance = now.find('.') == std::string::npos ? 0 : std::abs(wanted.value_or(0)) / 100;
+    if (asked == now || (wanted && became && std::abs(*wanted - *became) <= tolerance + 1e-6))
+        return {};
+    return feature + " became " + now + ", not " + asked + "; the camera takes no other value near it";
+}
+
+std::string WriteFeature(const Channel& channel, const std::string& feature, const std::string& value)
+{
+    const std::int32_t type = TypeOf(channel, feature);
+    const std::string text = CheckedValue(feature, value, type);
     const Outcome outcome = channel.WriteValue(feature, text);
-    if (outcome)
-        return;
-    std::string reason = ReasonOf(outcome);
-    if (TypeOf(channel, feature) == FeatureTypeEnum)
-        reason += " (entries now: " + Join(channel.EnumEntries(feature), ", ") + ")";
-    throw Failure(ExitRefused, reason);
+    if (!outcome) {
+        std::string reason = ReasonOf(outcome);
+        if (type == FeatureTypeEnum)
+            reason += " (entries now: " + Join(channel.EnumEntries(feature), ", ") + ")";
+        throw Failure(ExitRefused, reason);
+    }
+    std::string now; // what cannot be read back was written all the same
+    return channel.ReadValue(feature, &now) ? Difference(feature, text, now) : "";
 }
 
 void SetFeatures(const Channel& channel, const std::vector<Assignment>& assignments)
 {
+    std::string faults;
     for (const auto& [feature, value] : assignments) {
-        WriteFeature(channel, feature, value);
-        // Numbers may have been clamped. What cannot be read back was written all the same.
+        if (const std::string fault = WriteFeature(channel, feature, value); !fault.empty())
+            faults += (faults.empty() ? "" : "; ") + fault;
         std::string now;
         if (channel.ReadValue(feature, &now))
             std::printf("%s=%s\n", feature.c_str(), now.c_str());
         else
             std::printf("%s was written\n", feature.c_str());
     }
+    if (!faults.empty())
+        throw Failure(ExitRefused, faults);
 }
 
 void RunCommand(const Channel& channel, const std::string& feature)

@@ -15,9 +15,13 @@ void GetFeatures(const host::Channel& channel, const std::vector<std::string>& f
 void SetFeatures(const host::Channel& channel, const std::vector<Assignment>& assignments);
 void RunCommand(const host::Channel& channel, const std::string& feature);
 
-// Writes one feature. The adapter takes any text for a number or a boolean, so a text that is none is refused
-// here; a boolean may be given as True, False, 1, 0, on, off, yes and no.
-void WriteFeature(const host::Channel& channel, const std::string& feature, const std::string& value);
+// Writes one feature and reads it back. The adapter takes any text for a number or a boolean, so a text that
+// is none is refused here; a boolean may be given as True, False, 1, 0, on, off, yes and no. Cameras clamp
+// numbers in silence: returns what Difference says of it.
+std::string WriteFeature(const host::Channel& channel, const std::string& feature, const std::string& value);
+
+// Says what a feature became when it does not hold what was asked for; empty when it does.
+std::string Difference(const std::string& feature, const std::string& asked, const std::string& now);
 
 // The adapter's text of a failed call; says so when there is none.
 std::string ReasonOf(const host::Outcome& outcome);

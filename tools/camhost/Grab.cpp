@@ -5,26 +5,21 @@
 #include "Failure.h"
 #include "ImageWriter.h"
 #include "OutputFile.h"
+#include "OwnLog.h"
 #include "System.h"
+#include "host/Utf8Path.h"
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <list>
+#include <set>
 #include <thread>
 
 namespace maravel::camhost {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-volatile std::sig_atomic_t g_interrupted = 0;
-
-void OnInterrupt(int)
-{
-    g_interrupted = 1;
-}
 
 // One line that is overwritten on a terminal; elsewhere one line a second, if asked for.
 class Progress
@@ -59,9 +54,70 @@ private:
     Clock::time_point next_ = Clock::now();
 };
 
-// Polls the channels in turn: the interface has no way to wait for an image.
-void Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& progress)
+// Its serial number, unless it has none or another camera has the same.
+std::string NameOf(const host::Channel& channel, const std::vector<host::Channel>& all)
 {
+    const std::string serial = channel.SerialNumber();
+    const auto same = std::ranges::count(all, serial, &host::Channel::SerialNumber);
+    if (!serial.empty() && same == 1)
+        return serial;
+    return (serial.empty() ? "camera" : serial) + "-channel" + std::to_string(channel.Index());
+}
+
+// False when a camera went away again meanwhile.
+bool Resume(std::list<Acquisition>& acquisitions, const std::vector<host::Channel>& channels)
+try {
+    for (Acquisition& acquisition : acquisitions)
+        for (const host::Channel& channel : channels)
+            if (acquisition.Name() == NameOf(channel, channels))
+                acquisition.Resume(channel);
+    return true;
+}
+catch (const Failure&) {
+    return false;
+}
+
+// A camera that is there and does not send for another reason is not looked for.
+void CheckThatItWasLost(std::list<Acquisition>& acquisitions, const NoImage& failure)
+{
+    using diagnosis::FaultId;
+    for (Acquisition& acquisition : acquisitions)
+        acquisition.Abandon();
+    const OwnLog log;
+    const diagnosis::Finding* fault = log.Fault(failure.Channel());
+    const FaultId id = fault == nullptr ? FaultId::Unplugged : fault->fault->id;
+    if (id != FaultId::Unplugged && id != FaultId::CameraGone && id != FaultId::CameraNotOpened &&
+        id != FaultId::CameraInUse)
+        throw failure;
+    std::fprintf(stderr, "camhost: %s; looking for the camera\n", failure.Short().c_str());
+}
+
+// Starts the adapter until every camera that is still wanted is there again: its list is read at a start
+// only.
+void AwaitCameras(std::list<Acquisition>& acquisitions, const RestartAdapter& restart)
+{
+    for (;;) {
+        const std::vector<host::Channel> channels = restart();
+        std::size_t back = 0;
+        for (const host::Channel& channel : channels)
+            back += static_cast<std::size_t>(
+                std::ranges::count_if(acquisitions, [&](const Acquisition& acquisition) {
+                    return channel.Opened() && acquisition.Name() == NameOf(channel, channels);
+                }));
+        if (back == acquisitions.size() && Resume(acquisitions, channels))
+            return;
+        for (int i = 0; i < 10; ++i) {
+            if (EndRequested())
+                throw Failure(ExitRefused, "interrupted; the images so far are complete");
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
+}
+
+// Polls the channels in turn: the interface has no way to wait for an image. False when one does not send any
+// more and is to be looked for again.
+bool Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& progress, bool reconnect)
+try {
     for (;;) {
         bool done = true;
         bool idle = true;
@@ -77,40 +133,68 @@ void Poll(std::list<Acquisition>& acquisitions, ImageWriter& writer, Progress& p
         }
         progress.Show(acquisitions);
         if (done)
-            return;
-        if (g_interrupted != 0)
+            return true;
+        if (EndRequested())
             throw Failure(ExitRefused, "interrupted; the images so far are complete");
         if (idle)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
+catch (const NoImage& failure) {
+    if (!reconnect)
+        throw;
+    CheckThatItWasLost(acquisitions, failure);
+    return false;
+}
+
+// Runs the channels and returns once all are stopped, however it ends; what the adapter then has in its log
+// belongs to this run alone.
+void Run(const std::vector<host::Channel>& channels, const RestartAdapter& restart, const Options& options,
+         ImageWriter& writer)
+{
+    std::list<Acquisition> acquisitions;
+    for (const host::Channel& channel : channels)
+        acquisitions.emplace_back(channel, NameOf(channel, channels), options);
+    for (Acquisition& acquisition : acquisitions)
+        acquisition.Start();
+    {
+        Progress progress(options.progress);
+        while (!Poll(acquisitions, writer, progress, options.reconnect))
+            AwaitCameras(acquisitions, restart);
+    }
+    for (Acquisition& acquisition : acquisitions)
+        acquisition.Stop();
+    writer.Finish();
+    std::set<OwnLog::Frame> ends;
+    for (const Acquisition& acquisition : acquisitions)
+        ends.merge(acquisition.Ends());
+    const OwnLog log(ends);
+    for (const Acquisition& acquisition : acquisitions)
+        std::printf("%s\n", acquisition.Summary(log).c_str());
+}
 
 } // namespace
 
-void Grab(const std::vector<host::Channel>& channels, const Options& options)
+void Grab(const std::vector<host::Channel>& channels, const RestartAdapter& restart, const Options& options)
 {
-    std::signal(SIGINT, OnInterrupt);
+    CatchEndRequests();
     ContactSheet sheet;
-    ImageWriter writer(options.folder, options.contactSheet.empty() ? nullptr : &sheet);
-    {
-        std::list<Acquisition> acquisitions;
-        for (const host::Channel& channel : channels)
-            acquisitions.emplace_back(channel, options);
-        for (Acquisition& acquisition : acquisitions)
-            acquisition.Start();
-        {
-            Progress progress(options.progress);
-            Poll(acquisitions, writer, progress);
-        }
-        for (Acquisition& acquisition : acquisitions)
-            acquisition.Stop();
-        writer.Finish();
-        for (const Acquisition& acquisition : acquisitions)
-            std::printf("%s\n", acquisition.Summary().c_str());
+    ImageWriter writer(host::PathOf(options.folder), options.contactSheet.empty() ? nullptr : &sheet);
+    try {
+        Run(channels, restart, options, writer);
+    }
+    catch (const NoImage& failure) {
+        // The interface does not tell why no image comes.
+        const OwnLog log;
+        const diagnosis::Finding* fault = log.Fault(failure.Channel());
+        if (fault == nullptr)
+            throw;
+        throw Failure(ExitRefused, failure.Short() + ". " + InOneLine(*fault));
     }
     if (!options.contactSheet.empty()) {
-        WriteWholeFile(options.contactSheet, sheet.EncodeAsPng());
-        std::printf("contact sheet: %s\n", options.contactSheet.c_str());
+        const auto file = host::PathOf(options.contactSheet);
+        WriteWholeFile(file, sheet.EncodeAsPng());
+        std::printf("contact sheet: %s\n", host::TextOf(file).c_str());
     }
 }
 

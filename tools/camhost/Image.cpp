@@ -121,7 +121,7 @@ std::vector<std::uint8_t> EncodeImage(const Image& image)
 
 std::string ImageFileName(const Image& image)
 {
-    std::string name = image.serialNumber.empty() ? "camera" : image.serialNumber;
+    std::string name = image.camera;
     for (char& c : name)
         if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '.')
             c = '_';

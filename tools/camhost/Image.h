@@ -12,8 +12,8 @@ namespace maravel::camhost {
 
 struct Image
 {
-    std::string serialNumber;
-    int number = 0; // counts from 1 for each channel
+    std::string camera; // its serial number, or what else distinguishes it
+    int number = 0;     // counts from 1 for each channel
     ImageAttributes attributes = {};
     std::vector<std::uint8_t> bytes; // as GetImage wrote them; at least what the pixel type takes
 };
@@ -33,7 +33,7 @@ std::size_t ImageBytes(const ImageAttributes& attributes);
 // 1023, 4095, 16383 or 65535, and packed samples are unpacked.
 std::vector<std::uint8_t> EncodeImage(const Image& image);
 
-// "<serial number>_<four-digit number>.png" or ".pgm"; characters that file systems refuse become '_'.
+// "<camera>_<four-digit number>.png" or ".pgm"; characters that file systems refuse become '_'.
 std::string ImageFileName(const Image& image);
 
 std::vector<std::uint8_t> EncodePng(int width, int height, int channels, const std::uint8_t* pixels);

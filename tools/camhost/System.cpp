@@ -1,18 +1,19 @@
 #include "System.h"
 
-#include "platform/Win32.h"
-
-#include <filesystem>
+#include <chrono>
 
 namespace maravel::camhost {
+namespace {
 
-std::string ProgramFolder()
+using Clock = std::chrono::steady_clock;
+
+const Clock::time_point g_start = Clock::now();
+
+} // namespace
+
+std::int64_t SecondsSinceStart()
 {
-    char path[4096];
-    DWORD size = sizeof(path);
-    if (!QueryFullProcessImageNameA(GetCurrentProcess(), 0, path, &size))
-        return {};
-    return std::filesystem::path(std::string(path, size)).parent_path().string();
+    return std::chrono::ceil<std::chrono::seconds>(Clock::now() - g_start).count();
 }
 
 } // namespace maravel::camhost

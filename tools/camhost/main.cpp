@@ -3,12 +3,20 @@
 #include "Failure.h"
 #include "Features.h"
 #include "Grab.h"
+#include "Log.h"
+#include "OwnLog.h"
+#include "Simulation.h"
 #include "System.h"
 #include "bench/KernelBench.h"
+#include "diagnosis/Doctor.h"
+#include "diagnosis/SdkFolder.h"
 #include "host/AdapterLibrary.h"
+#include "host/Utf8Path.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -18,42 +26,78 @@ namespace {
 
 using host::AdapterLibrary;
 using host::Channel;
+using host::PathOf;
+using host::TextOf;
 
-// The adapter finds its SDK through the environment.
-void ChooseSdkFolder(const Options& options)
+// The adapter finds its SDK through the environment. True when nobody named one and the one beside this
+// program is taken.
+bool ChooseSdkFolder(const Options& options)
 {
     const char* const kVariable = "ZORVIK_HOME";
     std::error_code error;
     if (!options.sdk.empty()) {
-        SetVariable(kVariable, std::filesystem::absolute(options.sdk, error).string());
+        SetVariable(kVariable, TextOf(std::filesystem::absolute(PathOf(options.sdk), error)));
     }
-    else if (std::getenv(kVariable) == nullptr) {
-        const auto beside = std::filesystem::path(ProgramFolder()).parent_path() / "sdk";
-        if (std::filesystem::is_directory(beside, error))
-            SetVariable(kVariable, beside.string());
+    else if (Variable(kVariable).empty()) {
+        const auto beside = ProgramFolder().parent_path() / "sdk";
+        if (std::filesystem::is_directory(beside, error)) {
+            SetVariable(kVariable, TextOf(beside));
+            return true;
+        }
     }
+    return false;
+}
+
+std::string AdapterFile(const Options& options)
+{
+    return options.adapter.empty() ? TextOf(ProgramFolder() / MARAVEL_ADAPTER_FILE) : options.adapter;
 }
 
 std::unique_ptr<AdapterLibrary> LoadAdapter(const Options& options)
 {
-    const std::filesystem::path beside = std::filesystem::path(ProgramFolder()) / MARAVEL_ADAPTER_FILE;
     std::string reason;
-    auto library = AdapterLibrary::Load(options.adapter.empty() ? beside.string() : options.adapter, &reason);
+    auto library = AdapterLibrary::Load(AdapterFile(options), &reason);
     if (library == nullptr)
         throw Failure(ExitNotLoaded, reason + "; name the adapter with --adapter");
     return library;
 }
 
+// Why the adapter has no channels; empty when the SDK runs and there simply is no camera.
+std::string StartFault(const host::Outcome& outcome)
+{
+    const OwnLog log;
+    if (const diagnosis::Finding* fault = log.Fault())
+        return fault->fault->id == diagnosis::FaultId::NoCamera ? "" : InOneLine(*fault);
+    if (!outcome)
+        return outcome.text + " Name the SDK folder with --sdk or ZORVIK_HOME.";
+    // Without a log only the files can tell.
+    const std::string folder = Variable("ZORVIK_HOME");
+    const diagnosis::LibraryVerdict verdict = diagnosis::InspectSdk(folder);
+    return verdict.good
+               ? ""
+               : std::string(verdict.transform ? diagnosis::kTransformLibrary : diagnosis::kRuntimeLibrary) +
+                     " did not load from " + folder + ": " + verdict.text;
+}
+
 std::vector<Channel> CollectChannels(const AdapterLibrary& library)
 {
     std::vector<Channel> channels;
-    if (const host::Outcome outcome = library.CollectChannels(&channels); !outcome)
-        throw Failure(ExitNotLoaded, outcome.text + " Name the SDK folder with --sdk or ZORVIK_HOME.");
+    const host::Outcome outcome = library.CollectChannels(&channels);
+    if (!outcome || channels.empty())
+        if (const std::string fault = StartFault(outcome); !fault.empty())
+            throw Failure(ExitNotLoaded, fault);
     return channels;
 }
 
+const std::string kNoCameras =
+    std::string("no cameras found. ") + diagnosis::Describe(diagnosis::FaultId::NoCamera).advice;
+
 const Channel& FindChannel(const std::vector<Channel>& channels, const std::string& name)
 {
+    const auto same = std::ranges::count(channels, name, &Channel::SerialNumber);
+    if (same > 1)
+        throw Failure(ExitWrongArguments, std::to_string(same) + " cameras have the serial number " + name +
+                                              "; name the channel by its index ('camhost list')");
     for (const Channel& channel : channels)
         if (channel.SerialNumber() == name)
             return channel;
@@ -65,19 +109,26 @@ const Channel& FindChannel(const std::vector<Channel>& channels, const std::stri
         known += (known.empty() ? "" : ", ") + std::to_string(channel.Index()) + " (" +
                  channel.SerialNumber() + ")";
     throw Failure(ExitWrongArguments, "there is no channel '" + name + "'; " +
-                                          (known.empty() ? "no cameras were found" : "there are " + known));
+                                          (known.empty() ? kNoCameras : "there are " + known));
 }
 
-void Perform(const Options& options, const std::vector<Channel>& channels)
+void Perform(const Options& options, const AdapterLibrary& library, const std::vector<Channel>& channels)
 {
+    if (options.command == Command::List && channels.empty())
+        return static_cast<void>(std::printf("%s\n", kNoCameras.c_str()));
     if (options.command == Command::List)
         return ListChannels(channels);
     if (options.command == Command::Grab) {
+        const RestartAdapter restart = [&library] {
+            std::vector<Channel> again;
+            library.CollectChannels(&again); // a start that fails leaves none, and is tried again
+            return again;
+        };
         if (options.channel != "all")
-            return Grab({FindChannel(channels, options.channel)}, options);
+            return Grab({FindChannel(channels, options.channel)}, restart, options);
         if (channels.empty())
-            throw Failure(ExitRefused, "no cameras found; the adapter's log tells more");
-        return Grab(channels, options);
+            throw Failure(ExitRefused, kNoCameras);
+        return Grab(channels, restart, options);
     }
 
     const Channel& channel = FindChannel(channels, options.channel);
@@ -93,6 +144,31 @@ void Perform(const Options& options, const std::vector<Channel>& channels)
     }
 }
 
+// A full disk or a closed pipe behind standard output is a failure as well.
+void CheckOutput()
+{
+    errno = 0;
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        throw Failure(ExitRefused, std::string("cannot write to standard output: ") +
+                                       std::strerror(errno == 0 ? EIO : errno));
+}
+
+int Doctor(const Options& options, bool sdkBesideTool)
+{
+    const auto tell = [](const diagnosis::Check& check) {
+        std::printf("%-8s %s\n", StatusName(check.status), check.text.c_str());
+        if (!check.remedy.empty())
+            std::printf("         do: %s\n", check.remedy.c_str());
+        std::fflush(stdout);
+    };
+    const diagnosis::DoctorOptions how = {
+        .adapter = PathOf(AdapterFile(options)), .besideTool = sdkBesideTool, .start = !options.noStart};
+    const auto checks = options.json ? Examine(how) : Examine(how, tell);
+    if (options.json)
+        std::fputs(ChecksAsJson(checks).c_str(), stdout);
+    return HasFault(checks) ? ExitRefused : ExitDone;
+}
+
 int Bench(const Options& options)
 {
     bench::KernelBenchSettings settings;
@@ -105,23 +181,37 @@ int Bench(const Options& options)
     return report.missedGoals() == 0 ? ExitDone : ExitRefused;
 }
 
+int Run(std::vector<std::string> arguments)
+{
+    int exitCode = ExitDone;
+    const auto options = ParseCommandLine(std::move(arguments), &exitCode);
+    if (!options)
+        return exitCode;
+    if (options->command == Command::Bench)
+        return Bench(*options);
+    if (options->command == Command::Log)
+        return ShowLog(*options);
+    const bool sdkBesideTool = ChooseSdkFolder(*options);
+    if (!options->simulate.empty())
+        SimulateFaults(options->simulate);
+    if (options->command == Command::Doctor)
+        return Doctor(*options, sdkBesideTool);
+    const auto library = LoadAdapter(*options);
+    Perform(*options, *library, CollectChannels(*library));
+    return ExitDone;
+}
+
 } // namespace
 } // namespace maravel::camhost
 
 int main(int argc, char** argv)
 {
     using namespace maravel::camhost;
+    PrepareTerminal();
     try {
-        int exitCode = ExitDone;
-        const auto options = ParseCommandLine(argc, argv, &exitCode);
-        if (!options)
-            return exitCode;
-        if (options->command == Command::Bench)
-            return Bench(*options);
-        ChooseSdkFolder(*options);
-        const auto library = LoadAdapter(*options);
-        Perform(*options, CollectChannels(*library));
-        return ExitDone;
+        const int exitCode = Run(Arguments(argc, argv));
+        CheckOutput();
+        return exitCode;
     }
     catch (const Failure& failure) {
         std::fprintf(stderr, "camhost: %s\n", failure.what());

@@ -1,6 +1,7 @@
 #include "AdapterLibrary.h"
 
-#include "platform/Win32.h"
+#include "Module.h"
+#include "Utf8Path.h"
 
 #include <cstring>
 #include <filesystem>
@@ -8,20 +9,6 @@
 
 namespace maravel::host {
 namespace {
-
-constexpr DWORD kNotALibrary = 193; // ERROR_BAD_EXE_FORMAT
-
-std::string LoadFailure(const std::string& path, DWORD error)
-{
-    switch (error) {
-    case ERROR_MOD_NOT_FOUND:
-        return path + " cannot be loaded: it is no library, or one that it needs is missing";
-    case kNotALibrary:
-        return path + " cannot be loaded: it is no library for this system (64 bits)";
-    default:
-        return path + " cannot be loaded: system error " + std::to_string(error);
-    }
-}
 
 bool IsTerminated(const char (&text)[MARAVEL_TEXT_SIZE])
 {
@@ -47,23 +34,22 @@ const char* FindFault(const VideoChannelDescriptor& d, std::int32_t index)
 
 std::unique_ptr<AdapterLibrary> AdapterLibrary::Load(const std::string& path, std::string* reason)
 {
+    const std::filesystem::path file = PathOf(path);
     std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) {
+    if (!std::filesystem::is_regular_file(file, error)) {
         *reason = path + ": there is no such file";
         return nullptr;
     }
-    // The flags want an absolute path.
-    const std::string absolute = std::filesystem::absolute(path, error).string();
-    HMODULE module = LoadLibraryExA(absolute.c_str(), nullptr,
-                                    LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+    // The loader's flags want an absolute path.
+    void* module = LoadModule(std::filesystem::absolute(file, error), reason);
     if (module == nullptr) {
-        *reason = LoadFailure(path, GetLastError());
+        reason->insert(0, path + " cannot be loaded: ");
         return nullptr;
     }
-    void* function = reinterpret_cast<void*>(GetProcAddress(module, "GetVideoChannel"));
+    void* function = FindFunction(module, "GetVideoChannel");
     if (function == nullptr) {
         *reason = path + " is no adapter: it has no function GetVideoChannel";
-        FreeLibrary(module);
+        UnloadModule(module);
         return nullptr;
     }
     return std::unique_ptr<AdapterLibrary>(
@@ -72,7 +58,7 @@ std::unique_ptr<AdapterLibrary> AdapterLibrary::Load(const std::string& path, st
 
 AdapterLibrary::~AdapterLibrary()
 {
-    FreeLibrary(static_cast<HMODULE>(module_));
+    UnloadModule(module_);
 }
 
 Outcome AdapterLibrary::GetVideoChannel(std::int32_t channelIndex, VideoChannelDescriptor* descriptor) const

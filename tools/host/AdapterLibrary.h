@@ -14,7 +14,8 @@ namespace maravel::host {
 class AdapterLibrary
 {
 public:
-    // Null when the file cannot be loaded or is no adapter; `reason` then says why, in one line.
+    // The path is UTF-8. Null when the file cannot be loaded or is no adapter; `reason` then says why, in one
+    // line.
     static std::unique_ptr<AdapterLibrary> Load(const std::string& path, std::string* reason);
 
     ~AdapterLibrary();

@@ -1,0 +1,106 @@
+#include "Analysis.h"
+
+#include "Run.h"
+
+#include <algorithm>
+
+namespace maravel::diagnosis {
+namespace {
+
+constexpr std::size_t kMostRuns = 100; // a log holds one as a rule
+
+} // namespace
+
+Analysis::Analysis(Observer observer)
+    : observer_(std::move(observer)), sink_([this](const Entry& entry) { Take(entry); })
+{
+}
+
+Analysis::~Analysis() = default;
+
+void Analysis::Feed(std::string_view bytes)
+{
+    reader_.Feed(bytes, sink_);
+}
+
+void Analysis::Finish()
+{
+    finishing_ = true; // a line without its end may be cut
+    reader_.Finish(sink_);
+    finishing_ = false;
+}
+
+void Analysis::Take(const Entry& entry)
+{
+    ++entries_;
+    const Match match = entry.sourceLine != 0 || entry.time != Entry::NoTime
+                            ? matcher_.Find(entry.text, entry.sourceLine)
+                            : Match();
+    if (match.message != nullptr && match.message->event == Event::Banner && run_ != nullptr &&
+        run_->Begun()) {
+        finished_.push_back(run_->Report({}));
+        if (finished_.size() > kMostRuns) {
+            finished_.erase(finished_.begin());
+            ++earlierRuns_;
+        }
+        run_.reset();
+    }
+    if (run_ == nullptr)
+        run_ = std::make_unique<Run>(reader_.NulBytes());
+    if (match.message == nullptr && entry.time != Entry::NoTime && !finishing_) {
+        ++unknown_;
+        if (firstUnknown_.size() < 3)
+            firstUnknown_.push_back({entry.line, entry.time, ToUtf8(entry.text)});
+    }
+    run_->Take(entry, match, reader_.NulBytes());
+    if (observer_)
+        observer_(entry, match);
+}
+
+LogReport Analysis::Report(const Circumstances& circumstances) const
+{
+    LogReport report;
+    report.bytes = reader_.Bytes();
+    report.lines = reader_.Lines();
+    report.entries = entries_;
+    report.unknown = unknown_;
+    report.firstUnknown = firstUnknown_;
+    report.earlierRuns = earlierRuns_;
+    report.runs = finished_;
+    if (run_ != nullptr)
+        report.runs.push_back(run_->Report(circumstances));
+    return report;
+}
+
+std::string ToUtf8(std::string_view text)
+{
+    std::string result;
+    for (std::size_t i = 0; i < text.size();) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const std::size_t follow = byte >= 0xF0 ? 3 : byte >= 0xE0 ? 2 : byte >= 0xC2 ? 1 : 0;
+        std::size_t good = 0;
+        while (good < follow && i + good + 1 < text.size() &&
+               (static_cast<unsigned char>(text[i + good + 1]) & 0xC0) == 0x80)
+            ++good;
+        // Overlong forms, surrogates and what lies beyond Unicode are no UTF-8 either.
+        const auto second = follow > 0 && good > 0 ? static_cast<unsigned char>(text[i + 1]) : 0u;
+        const bool odd = (byte == 0xE0 && second < 0xA0) || (byte == 0xED && second > 0x9F) ||
+                         (byte == 0xF0 && second < 0x90) || (byte == 0xF4 && second > 0x8F) || byte > 0xF4;
+        if (byte < 0x80) {
+            result += byte < 0x20 || byte == 0x7F ? ' ' : text[i];
+            ++i;
+        }
+        else if (follow > 0 && good == follow && !odd) {
+            result.append(text.substr(i, follow + 1));
+            i += follow + 1;
+        }
+        else {
+            result += static_cast<char>(0xC0 | byte >> 6);
+            result += static_cast<char>(0x80 | (byte & 0x3F));
+            ++i;
+        }
+    }
+    return result;
+}
+
+} // namespace maravel::diagnosis

@@ -1,0 +1,52 @@
+// The log file of this machine, and reading one of any size.
+#pragma once
+
+#include "Analysis.h"
+
+#include <filesystem>
+#include <functional>
+
+namespace maravel::diagnosis {
+
+// Where the adapter of this machine writes; empty when the system does not tell.
+std::filesystem::path OwnLogFile();
+
+// The switch in the registry.
+struct LogSwitch
+{
+    bool keyExists = false;
+    bool valueExists = false;
+    std::uint32_t type = 0; // of the value
+    std::uint32_t value = 0;
+
+    bool On() const { return !keyExists || (valueExists && value != 0); }
+};
+LogSwitch ReadLogSwitch();
+
+// What may be asked of this machine about the log. `own`: it is the machine's own, so that its registry and
+// its SDK belong to it.
+Circumstances CircumstancesOf(const std::filesystem::path& file, bool own);
+
+// Reads the file from where the last call ended; starts anew when it was emptied meanwhile, and then returns
+// true. Throws std::system_error.
+class LogTail
+{
+public:
+    explicit LogTail(std::filesystem::path file) : file_(std::move(file)) {}
+
+    // Whether the file became shorter than what was read of it.
+    bool WasEmptied() const;
+    // Feeds what is new. True when there was something.
+    bool ReadInto(Analysis& analysis);
+    void Restart() { position_ = 0; }
+
+private:
+    std::filesystem::path file_;
+    std::uint64_t position_ = 0;
+};
+
+// The report of a whole file. Throws std::system_error.
+LogReport ReadLog(const std::filesystem::path& file, bool own, Analysis::Observer observer = nullptr);
+LogReport FinishReport(const Analysis& analysis, const std::filesystem::path& file, bool own);
+
+} // namespace maravel::diagnosis
