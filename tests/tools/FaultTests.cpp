@@ -44,7 +44,7 @@ class Faults : public testing::Test
 protected:
     void SetUp() override
     {
-        folder_ = fs::temp_directory_path() / "camhost faults";
+        folder_ = fs::path(ExecutableFolder()).parent_path() / "camhost faults";
         fs::remove_all(folder_);
         fs::create_directories(folder_);
         fs::current_path(folder_);
