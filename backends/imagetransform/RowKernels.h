@@ -39,25 +39,31 @@ struct ChannelOrder
 };
 
 // Where the bytes of a group of pixels (1, 2 or 4) stand that share one U and one V. For vectors the same as
-// look-ups of four pixels: words of Y and V, and of Y and U.
+// look-ups of eight pixels: Y, U and V as the upper halves of words, from the first 16 bytes and, where those
+// are not enough, from the 16 bytes that begin at farBytes.
 struct YuvLayout
 {
+    static constexpr std::size_t farBytes = 8;
+
     std::size_t pixels;
     std::size_t bytes;
     std::uint8_t u, v;
     std::uint8_t y[4];
-    std::uint8_t tables[2][kBlock];
+    std::uint8_t near[3][kBlock];
+    std::uint8_t far[3][kBlock];
 };
 
-// Factors in 1/8192, so that they are words.
+// How a colour is made of Y, U - 128 and V - 128. Everything is words, so that one instruction multiplies,
+// rounds and keeps what counts: a product is (word * factor + 2^14) / 2^15, in 1/64 of a step of the colour.
 struct YuvMatrix
 {
-    static constexpr int bits = 13;
-    static constexpr int half = 1 << (bits - 1);
+    static constexpr int lumaScale = 128;   // of a Y before it is multiplied
+    static constexpr int chromaScale = 256; // of U - 128 and V - 128
+    static constexpr int bits = 6;          // of a product's fraction
 
-    int lumaZero;
-    int luma;
+    int luma; // in 1/16384, the others in 1/8192
     int redV, greenU, greenV, blueU;
+    int offset; // added to the product of Y: what black is above 0, and the rounding
 };
 
 // A line of a mosaic and its neighbours, each readable from two samples before its first to two behind its

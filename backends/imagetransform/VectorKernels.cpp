@@ -165,104 +165,101 @@ std::size_t Order(const ChannelOrder& order, const std::uint8_t* source, std::si
     }
 }
 
-// Four pixels of each block become pairs of words, Y with V and Y with U.
+// Eight pixels of each block become words of Y, U or V.
+template <bool both>
 struct YuvReader
 {
-    Bytes withV, withU;
+    Bytes near, far;
 
-    explicit HWY_INLINE YuvReader(const YuvLayout& layout)
-        : withV(LoadTable(layout.tables[0])), withU(LoadTable(layout.tables[1]))
+    HWY_INLINE YuvReader(const YuvLayout& layout, std::size_t which)
+        : near(LoadTable(layout.near[which])), far(LoadTable(layout.far[which]))
     {
     }
 
-    static HWY_INLINE SignedWords Get(Bytes bytes, Bytes table)
+    HWY_INLINE Words operator()(Bytes first, Bytes second) const
     {
-        return hn::BitCast(kSignedWords, hn::TableLookupBytesOr0(bytes, table));
+        const Bytes bytes = hn::TableLookupBytesOr0(first, near);
+        if constexpr (both)
+            return hn::BitCast(kWords, hn::Or(bytes, hn::TableLookupBytesOr0(second, far)));
+        return hn::BitCast(kWords, bytes);
     }
 };
 
 struct Colours
 {
-    Numbers red, green, blue;
+    SignedWords red, green, blue;
 };
 
 struct YuvMultiplier
 {
-    SignedWords redFactors, greenVFactors, greenUFactors, blueFactors;
-    Numbers red, green, blue;
+    SignedWords luma, offset, redV, greenU, greenV, blueU;
 
-    // What is subtracted from Y, U and V, and the rounding, come to one number for each colour.
+    static HWY_INLINE SignedWords Word(int number)
+    {
+        return hn::Set(kSignedWords, static_cast<std::int16_t>(number));
+    }
+
     explicit HWY_INLINE YuvMultiplier(const YuvMatrix& m)
-        : redFactors(Pair(m.luma, m.redV)), greenVFactors(Pair(m.luma, -m.greenV)),
-          greenUFactors(Pair(0, -m.greenU)), blueFactors(Pair(m.luma, m.blueU)),
-          red(hn::Set(kNumbers, m.half - m.luma * m.lumaZero - 128 * m.redV)),
-          green(hn::Set(kNumbers, m.half - m.luma * m.lumaZero + 128 * (m.greenU + m.greenV))),
-          blue(hn::Set(kNumbers, m.half - m.luma * m.lumaZero - 128 * m.blueU))
+        : luma(Word(m.luma)), offset(Word(m.offset)), redV(Word(m.redV)), greenU(Word(m.greenU)),
+          greenV(Word(m.greenV)), blueU(Word(m.blueU))
     {
     }
 
-    static HWY_INLINE SignedWords Pair(int low, int high)
+    // Of bytes in the upper halves of words. A sum that is too large for a word is for a byte too.
+    HWY_INLINE Colours operator()(Words y, Words u, Words v) const
     {
-        const auto bits = (static_cast<unsigned>(high) << 16) | (static_cast<unsigned>(low) & 0xFFFFu);
-        return hn::BitCast(kSignedWords, hn::Set(kNumbers, static_cast<std::int32_t>(bits)));
-    }
-
-    // The two products of each pair, and `sum`. On these processors that is one instruction, and `none` stays
-    // what it is.
-    static HWY_INLINE Numbers Multiply(SignedWords pairs, SignedWords factors, Numbers sum)
-    {
-        Numbers none = hn::Zero(kNumbers);
-        return hn::ReorderWidenMulAccumulate(kNumbers, pairs, factors, sum, none);
-    }
-
-    HWY_INLINE Colours operator()(SignedWords withV, SignedWords withU) const
-    {
-        const Numbers greenPart = Multiply(withU, greenUFactors, green);
-        return {hn::ShiftRight<YuvMatrix::bits>(Multiply(withV, redFactors, red)),
-                hn::ShiftRight<YuvMatrix::bits>(Multiply(withV, greenVFactors, greenPart)),
-                hn::ShiftRight<YuvMatrix::bits>(Multiply(withU, blueFactors, blue))};
+        const Words middle = hn::Set(kWords, 0x8000);
+        const SignedWords chromaU = hn::BitCast(kSignedWords, hn::Xor(u, middle));
+        const SignedWords chromaV = hn::BitCast(kSignedWords, hn::Xor(v, middle));
+        const SignedWords halfY = hn::BitCast(kSignedWords, hn::ShiftRight<1>(y));
+        const SignedWords light = hn::Add(hn::MulFixedPoint15(halfY, luma), offset);
+        const SignedWords red = hn::SaturatedAdd(light, hn::MulFixedPoint15(chromaV, redV));
+        const SignedWords blue = hn::SaturatedAdd(light, hn::MulFixedPoint15(chromaU, blueU));
+        const SignedWords green = hn::Add(
+            light, hn::Add(hn::MulFixedPoint15(chromaU, greenU), hn::MulFixedPoint15(chromaV, greenV)));
+        return {hn::ShiftRight<YuvMatrix::bits>(red), hn::ShiftRight<YuvMatrix::bits>(green),
+                hn::ShiftRight<YuvMatrix::bits>(blue)};
     }
 };
 
-// Even and odd blocks to one vector in the order of the pixels.
-HWY_INLINE Words PackNumbers(Numbers evenBlocks, Numbers oddBlocks)
+HWY_INLINE Bytes Pack(SignedWords low, SignedWords high)
 {
-    const auto packed = hn::ReorderDemote2To(kSignedWords, evenBlocks, oddBlocks);
-    const auto zero = hn::Zero(kSignedWords);
-    return hn::BitCast(kWords, hn::Min(hn::Max(packed, zero), hn::Set(kSignedWords, 255)));
+    const hn::Half<decltype(kBytes)> half;
+    return hn::Combine(kBytes, hn::DemoteTo(half, high), hn::DemoteTo(half, low));
 }
 
-HWY_INLINE Bytes PackWords(Words low, Words high)
+template <bool both>
+HWY_INLINE std::size_t YuvPixels(const YuvLayout& layout, const YuvMatrix& matrix, const std::uint8_t* source,
+                                 std::size_t available, std::size_t pixels, bool redFirst, std::uint8_t* out)
 {
-    return hn::ConcatEven(kBytes, hn::BitCast(kBytes, high), hn::BitCast(kBytes, low));
+    const YuvReader<both> y(layout, 0), u(layout, 1), v(layout, 2);
+    const YuvMultiplier multiply(matrix);
+    const std::size_t blockBytes = 8 / layout.pixels * layout.bytes;
+    const std::size_t half = kBlocks * blockBytes; // source bytes of half the pixels of a step
+    const std::size_t reach = 2 * half - blockBytes + kBlock + (both ? YuvLayout::farBytes : 0);
+    std::size_t done = 0;
+    for (; done + kLanes <= pixels && reach <= available; done += kLanes) {
+        Colours colours[2];
+        for (Colours& part : colours) {
+            const Bytes first = LoadBlocks(kBytes, source, blockBytes);
+            const Bytes second = both ? LoadBlocks(kBytes, source + YuvLayout::farBytes, blockBytes) : first;
+            part = multiply(y(first, second), u(first, second), v(first, second));
+            source += half;
+        }
+        const Bytes red = Pack(colours[0].red, colours[1].red);
+        const Bytes green = Pack(colours[0].green, colours[1].green);
+        const Bytes blue = Pack(colours[0].blue, colours[1].blue);
+        hn::StoreInterleaved3(redFirst ? red : blue, green, redFirst ? blue : red, kBytes, out + 3 * done);
+        available -= 2 * half;
+    }
+    return done;
 }
 
 std::size_t Yuv(const YuvLayout& layout, const YuvMatrix& matrix, const std::uint8_t* source,
                 std::size_t available, std::size_t pixels, bool redFirst, std::uint8_t* out)
 {
-    const YuvReader reader(layout);
-    const YuvMultiplier multiply(matrix);
-    const std::size_t blockBytes = 4 / layout.pixels * layout.bytes;
-    const std::size_t stepBytes = 4 * kBlocks * blockBytes;
-    std::size_t done = 0;
-    for (; done + kLanes <= pixels && stepBytes + kBlock - blockBytes <= available; done += kLanes) {
-        Colours colours[4];
-        for (std::size_t i = 0; i < 4; ++i) {
-            const std::size_t firstBlock = i / 2 * 2 * kBlocks + i % 2;
-            const Bytes bytes = LoadBlocks(kBytes, source + firstBlock * blockBytes, 2 * blockBytes);
-            colours[i] = multiply(reader.Get(bytes, reader.withV), reader.Get(bytes, reader.withU));
-        }
-        const Bytes red = PackWords(PackNumbers(colours[0].red, colours[1].red),
-                                    PackNumbers(colours[2].red, colours[3].red));
-        const Bytes green = PackWords(PackNumbers(colours[0].green, colours[1].green),
-                                      PackNumbers(colours[2].green, colours[3].green));
-        const Bytes blue = PackWords(PackNumbers(colours[0].blue, colours[1].blue),
-                                     PackNumbers(colours[2].blue, colours[3].blue));
-        hn::StoreInterleaved3(redFirst ? red : blue, green, redFirst ? blue : red, kBytes, out + 3 * done);
-        source += stepBytes;
-        available -= stepBytes;
-    }
-    return done;
+    return layout.pixels == 1 ? YuvPixels<true>(layout, matrix, source, available, pixels, redFirst, out)
+                              : YuvPixels<false>(layout, matrix, source, available, pixels, redFirst, out);
 }
 
 // Of a vector that begins at a column with the line's own colour: the columns with it, and those between.

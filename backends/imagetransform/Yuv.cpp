@@ -9,17 +9,17 @@ constexpr YuvLayout GroupOf(YuvOrder order)
 {
     switch (order) {
     case YuvOrder::UYV:
-        return {.pixels = 1, .bytes = 3, .u = 0, .v = 2, .y = {1}, .tables = {}};
+        return {.pixels = 1, .bytes = 3, .u = 0, .v = 2, .y = {1}, .near = {}, .far = {}};
     case YuvOrder::YUV:
-        return {.pixels = 1, .bytes = 3, .u = 1, .v = 2, .y = {0}, .tables = {}};
+        return {.pixels = 1, .bytes = 3, .u = 1, .v = 2, .y = {0}, .near = {}, .far = {}};
     case YuvOrder::UYVY:
-        return {.pixels = 2, .bytes = 4, .u = 0, .v = 2, .y = {1, 3}, .tables = {}};
+        return {.pixels = 2, .bytes = 4, .u = 0, .v = 2, .y = {1, 3}, .near = {}, .far = {}};
     case YuvOrder::YUYV:
-        return {.pixels = 2, .bytes = 4, .u = 1, .v = 3, .y = {0, 2}, .tables = {}};
+        return {.pixels = 2, .bytes = 4, .u = 1, .v = 3, .y = {0, 2}, .near = {}, .far = {}};
     case YuvOrder::UYYVYY:
-        return {.pixels = 4, .bytes = 6, .u = 0, .v = 3, .y = {1, 2, 4, 5}, .tables = {}};
+        return {.pixels = 4, .bytes = 6, .u = 0, .v = 3, .y = {1, 2, 4, 5}, .near = {}, .far = {}};
     case YuvOrder::YYUYYV:
-        return {.pixels = 4, .bytes = 6, .u = 2, .v = 5, .y = {0, 1, 3, 4}, .tables = {}};
+        return {.pixels = 4, .bytes = 6, .u = 2, .v = 5, .y = {0, 1, 3, 4}, .near = {}, .far = {}};
     }
     return {};
 }
@@ -27,20 +27,26 @@ constexpr YuvLayout GroupOf(YuvOrder order)
 // From the weights of red and blue in the luma, and from how many codes luma and chroma span.
 constexpr YuvMatrix MakeMatrix(double red, double blue, int lumaZero, double lumaSpan, double chromaSpan)
 {
+    const auto fixed = [](double factor, int one) { return static_cast<int>(factor * one + 0.5); };
     const double green = 1 - red - blue;
-    const auto fixed = [](double factor) { return static_cast<int>(factor * (2 * YuvMatrix::half) + 0.5); };
-    const double chroma = 255 / chromaSpan;
-    return {.lumaZero = lumaZero,
-            .luma = fixed(255 / lumaSpan),
-            .redV = fixed(chroma * 2 * (1 - red)),
-            .greenU = fixed(chroma * 2 * (1 - blue) * blue / green),
-            .greenV = fixed(chroma * 2 * (1 - red) * red / green),
-            .blueU = fixed(chroma * 2 * (1 - blue))};
+    const double luma = 255 / lumaSpan, chroma = 255 / chromaSpan;
+    constexpr int one = 1 << YuvMatrix::bits;
+    return {.luma = fixed(luma, 16384),
+            .redV = fixed(chroma * 2 * (1 - red), 8192),
+            .greenU = -fixed(chroma * 2 * (1 - blue) * blue / green, 8192),
+            .greenV = -fixed(chroma * 2 * (1 - red) * red / green, 8192),
+            .blueU = fixed(chroma * 2 * (1 - blue), 8192),
+            .offset = one / 2 - fixed(lumaZero * luma, one)};
 }
 
-std::uint8_t Clamp(int scaled)
+int Product(int word, int factor)
 {
-    return static_cast<std::uint8_t>(std::clamp((scaled + YuvMatrix::half) >> YuvMatrix::bits, 0, 255));
+    return (word * factor + (1 << 14)) >> 15;
+}
+
+std::uint8_t Clamp(int sum)
+{
+    return static_cast<std::uint8_t>(std::clamp(sum >> YuvMatrix::bits, 0, 255));
 }
 
 // A byte of a group. The image may end within its last group: that group's chroma is then its neighbour's, or
@@ -57,14 +63,14 @@ void ConvertPixel(const YuvLayout& layout, const YuvMatrix& matrix, const Source
                   bool redFirst, std::uint8_t* out)
 {
     const std::size_t group = pixel / layout.pixels;
-    const int u = ByteAt(run, layout, group, layout.u) - 128;
-    const int v = ByteAt(run, layout, group, layout.v) - 128;
-    const int luma =
-        matrix.luma * (ByteAt(run, layout, group, layout.y[pixel % layout.pixels]) - matrix.lumaZero);
-    const std::uint8_t red = Clamp(luma + matrix.redV * v);
-    const std::uint8_t blue = Clamp(luma + matrix.blueU * u);
+    const int y = ByteAt(run, layout, group, layout.y[pixel % layout.pixels]) * YuvMatrix::lumaScale;
+    const int u = (ByteAt(run, layout, group, layout.u) - 128) * YuvMatrix::chromaScale;
+    const int v = (ByteAt(run, layout, group, layout.v) - 128) * YuvMatrix::chromaScale;
+    const int light = Product(y, matrix.luma) + matrix.offset;
+    const std::uint8_t red = Clamp(light + Product(v, matrix.redV));
+    const std::uint8_t blue = Clamp(light + Product(u, matrix.blueU));
     out[0] = redFirst ? red : blue;
-    out[1] = Clamp(luma - matrix.greenU * u - matrix.greenV * v);
+    out[1] = Clamp(light + Product(u, matrix.greenU) + Product(v, matrix.greenV));
     out[2] = redFirst ? blue : red;
 }
 
@@ -73,13 +79,16 @@ void ConvertPixel(const YuvLayout& layout, const YuvMatrix& matrix, const Source
 YuvLayout YuvLayoutOf(YuvOrder order)
 {
     YuvLayout layout = GroupOf(order);
-    for (std::size_t pixel = 0; pixel < 4; ++pixel) {
+    for (std::size_t pixel = 0; pixel < kBlock / 2; ++pixel) {
         const std::size_t group = pixel / layout.pixels * layout.bytes;
-        for (std::size_t i = 0; i < 2; ++i) {
-            std::uint8_t* entry = &layout.tables[i][4 * pixel];
-            entry[0] = static_cast<std::uint8_t>(group + layout.y[pixel % layout.pixels]);
-            entry[2] = static_cast<std::uint8_t>(group + (i == 0 ? layout.v : layout.u));
-            entry[1] = entry[3] = kNoByte;
+        const std::size_t bytes[] = {group + layout.y[pixel % layout.pixels], group + layout.u,
+                                     group + layout.v};
+        for (std::size_t i = 0; i < 3; ++i) {
+            const bool isNear = bytes[i] < kBlock;
+            layout.near[i][2 * pixel] = layout.far[i][2 * pixel] = kNoByte;
+            layout.near[i][2 * pixel + 1] = isNear ? static_cast<std::uint8_t>(bytes[i]) : kNoByte;
+            layout.far[i][2 * pixel + 1] =
+                isNear ? kNoByte : static_cast<std::uint8_t>(bytes[i] - YuvLayout::farBytes);
         }
     }
     return layout;

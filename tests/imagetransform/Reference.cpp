@@ -88,21 +88,25 @@ private:
         std::size_t lumaAt = order_.find('Y');
         for (std::size_t i = 0; i < pixel % pixels; ++i)
             lumaAt = order_.find('Y', lumaAt + 1);
-        const int luma = GroupByte(y, pixel / pixels, lumaAt) - (format_.limited ? 16 : 0);
-        const int u = GroupByte(y, pixel / pixels, order_.find('U')) - 128;
-        const int v = GroupByte(y, pixel / pixels, order_.find('V')) - 128;
+        const int luma = 128 * GroupByte(y, pixel / pixels, lumaAt);
+        const int u = 256 * (GroupByte(y, pixel / pixels, order_.find('U')) - 128);
+        const int v = 256 * (GroupByte(y, pixel / pixels, order_.find('V')) - 128);
         const double red = format_.weightRed, blue = format_.weightBlue, green = 1 - red - blue;
-        const double chroma = 2.0 * (format_.limited ? 255.0 / 224 : 1);
-        const auto fixed = [](double factor) { return static_cast<int>(std::lround(factor * 8192)); };
-        int sum = fixed(format_.limited ? 255.0 / 219 : 1) * luma;
+        const double light = format_.limited ? 255.0 / 219 : 1,
+                     chroma = 2.0 * (format_.limited ? 255.0 / 224 : 1);
+        const auto product = [](int value, double factor, int one) {
+            return static_cast<int>(std::floor(value * std::round(factor * one) / 32768 + 0.5));
+        };
+        int sum = 32 + product(luma, light, 16384) -
+                  static_cast<int>(std::lround(format_.limited ? 64 * 16 * light : 0));
         if (colour == 'R')
-            sum += fixed(chroma * (1 - red)) * v;
+            sum += product(v, chroma * (1 - red), 8192);
         else if (colour == 'B')
-            sum += fixed(chroma * (1 - blue)) * u;
+            sum += product(u, chroma * (1 - blue), 8192);
         else
-            sum -=
-                fixed(chroma * (1 - blue) * blue / green) * u + fixed(chroma * (1 - red) * red / green) * v;
-        return std::clamp(static_cast<int>(std::floor(sum / 8192.0 + 0.5)), 0, 255);
+            sum += product(u, -chroma * (1 - blue) * blue / green, 8192) +
+                   product(v, -chroma * (1 - red) * red / green, 8192);
+        return std::clamp(static_cast<int>(std::floor(sum / 64.0)), 0, 255);
     }
 
     char ColourAt(std::ptrdiff_t x, std::ptrdiff_t y) const
