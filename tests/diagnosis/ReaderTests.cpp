@@ -114,6 +114,15 @@ TEST(FieldGuide, HasARemedyForEveryFault)
     }
 }
 
+TEST(Analysis, TakesTogetherWhatALineBreakInAValueParts)
+{
+    Analysis analysis;
+    analysis.Feed("[09:00:00:000 L00001] WriteValue: channelID=0, addr='A', val='x\n\ny'\n"
+                  "[09:00:00:001 L00002] Something new\n[09:00:00:002 L00003] EnumCameras\nleft over\n");
+    EXPECT_EQ(analysis.Report({}).unknown, 1u);
+    EXPECT_EQ(analysis.Report({}).firstUnknown.at(0).text, "Something new");
+}
+
 // The session that the tests of the boundary compare whole has everything that a healthy run writes.
 TEST(Analysis, KnowsEveryLineOfTheWrittenSession)
 {
