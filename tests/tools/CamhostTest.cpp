@@ -72,7 +72,7 @@ protected:
     void SetUp() override
     {
         const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
-        folder_ = fs::temp_directory_path() / ("camhost " + name);
+        folder_ = OwnFolder(name);
         fs::remove_all(folder_);
         fs::create_directories(folder_ / "sdk");
         fs::current_path(folder_);
