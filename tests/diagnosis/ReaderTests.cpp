@@ -1,13 +1,16 @@
 // The reader of the log: bytes to entries, entries to messages, messages to findings.
 #include "diagnosis/Analysis.h"
+#include "diagnosis/LogFile.h"
 #include "diagnosis/Reports.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <regex>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace maravel::diagnosis {
@@ -112,6 +115,41 @@ TEST(FieldGuide, HasARemedyForEveryFault)
         EXPECT_NE(Explain(fault.name).find(fault.name), std::string::npos);
         EXPECT_EQ(Explain(fault.name).find('{'), std::string::npos) << Explain(fault.name);
     }
+}
+
+// As `camhost log --follow` reads it.
+TEST(LogTail, ReadsOnAndNoticesThatTheFileWasEmptied)
+{
+    const std::filesystem::path file = std::filesystem::temp_directory_path() / "maravel-tail-test.log";
+    const auto write = [&file](std::ios::openmode mode, const char* text) {
+        std::ofstream(file, std::ios::binary | mode) << text;
+    };
+    write(std::ios::trunc, "[09:00:00:000 L00001] EnumCam");
+    LogTail tail(file);
+    Analysis analysis;
+    EXPECT_TRUE(tail.ReadInto(analysis));
+    EXPECT_FALSE(tail.ReadInto(analysis));
+    EXPECT_EQ(analysis.Report({}).entries, 0u) << "half a line";
+    write(std::ios::app, "eras\n[09:00:00:001 L00001] EnumCameras: Found 0 camera(s)\n");
+    EXPECT_TRUE(tail.ReadInto(analysis));
+    EXPECT_FALSE(tail.WasEmptied());
+    const LogReport report = analysis.Report({});
+    EXPECT_EQ(report.entries, 2u);
+    ASSERT_FALSE(report.runs.at(0).findings.empty());
+    EXPECT_STREQ(report.runs[0].findings[0].fault->name, "no-camera");
+    write(std::ios::trunc, "[09:00:00:002 L00001] Exit\n");
+    EXPECT_TRUE(tail.WasEmptied());
+    std::filesystem::remove(file);
+    EXPECT_THROW(tail.ReadInto(analysis), std::system_error);
+}
+
+TEST(Analysis, TakesTogetherWhatALineBreakInAValueParts)
+{
+    Analysis analysis;
+    analysis.Feed("[09:00:00:000 L00001] WriteValue: channelID=0, addr='A', val='x\n\ny'\n"
+                  "[09:00:00:001 L00002] Something new\n[09:00:00:002 L00003] EnumCameras\nleft over\n");
+    EXPECT_EQ(analysis.Report({}).unknown, 1u);
+    EXPECT_EQ(analysis.Report({}).firstUnknown.at(0).text, "Something new");
 }
 
 // The session that the tests of the boundary compare whole has everything that a healthy run writes.

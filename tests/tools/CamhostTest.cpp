@@ -72,7 +72,7 @@ protected:
     void SetUp() override
     {
         const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
-        folder_ = fs::path(ExecutableFolder()).parent_path() / ("camhost " + name);
+        folder_ = OwnFolder(name);
         fs::remove_all(folder_);
         fs::create_directories(folder_ / "sdk");
         fs::current_path(folder_);
@@ -222,6 +222,8 @@ TEST_F(Camhost, TheAdaptersRefusalIsRepeated)
         {"set 0 Nothing=1", "Feature 'Nothing' not found. ('camhost describe' lists the names)"},
         {"set 0 Mode=Lazy", "for feature 'Mode' failed. (entries now: Fast, Slow)"},
         {"run 0 Width", "ExecuteCommand: ERROR."},
+        {"get 0 gian", "not found for channelID=0. Did you mean Gain?"},
+        {"set 0 PixelTipe=1", "Did you mean PixelType?"},
     };
     for (const auto& [arguments, says] : rows)
         ExpectFailure(Run(arguments), 1, says);

@@ -16,6 +16,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <thread>
 
 namespace maravel::test {
@@ -44,7 +45,7 @@ class Faults : public testing::Test
 protected:
     void SetUp() override
     {
-        folder_ = fs::path(ExecutableFolder()).parent_path() / "camhost faults";
+        folder_ = OwnFolder("faults");
         fs::remove_all(folder_);
         fs::create_directories(folder_);
         fs::current_path(folder_);
@@ -449,6 +450,48 @@ TEST_F(Faults, InWrittenLogsAreNamed)
     for (const auto& [expected, content] : rows) {
         std::ofstream("a log.log", std::ios::binary) << content;
         EXPECT_EQ(Named("\"a log.log\""), expected);
+    }
+}
+
+TEST_F(Faults, ALogBecomesATraceAndAPage)
+{
+    ASSERT_EQ(Camhost("grab 3 --frames 5 --out out"), 0) << ReadAll("errors.txt");
+    ASSERT_EQ(Camhost("log --json --trace a.json --html a.html"), 0);
+    const Json channel = Json::parse(ReadAll("output.txt"))["runs"][0]["channels"].back();
+    std::map<std::string, int> events;
+    const Json trace = Json::parse(ReadAll("a.json"));
+    for (const Json& event : trace["traceEvents"])
+        ++events[event["ph"].get<std::string>() + " " + event["name"].get<std::string>()];
+    EXPECT_EQ(channel["channel"], 3);
+    EXPECT_EQ(events["i frame"], channel["frames"]["complete"]);
+    EXPECT_EQ(events["X acquisition"], 1);
+    EXPECT_GE(events["C frames/s of channel 3"], 1);
+    EXPECT_EQ(events["M thread_name"], 4);
+    const std::string page = ReadAll("a.html");
+    for (const char* part : {"<svg", "healthy", "Simulated Legacy Mono VGA", "</html>"})
+        EXPECT_NE(page.find(part), std::string::npos) << part;
+    for (const char* part : {"<script", "http:", "https:"})
+        EXPECT_EQ(page.find(part), std::string::npos) << "needs nothing else";
+}
+
+TEST_F(Faults, WhatIsAskedOfALogInTheWrongWayIsSaid)
+{
+    fs::create_directory("a folder");
+    const std::tuple<const char*, int, const char*> rows[] = {
+        {"log nowhere.log", 4, "there is no log nowhere.log"},
+        {"log", 4, "the adapter makes it when a program starts it"},
+        {"log \"a folder\"", 4, "is a folder"},
+        {"log --channel x", 2, "'x' is no index of a channel"},
+        {"log --since 25:00", 2, "'25:00' is no time of day"},
+        {"log --follow --json", 2, "excludes"},
+        {"log --explain gibberish", 1, "nothing is known of 'gibberish'"},
+        {"log --explain \"\"", 1, "nothing is known of ''"},
+        {"log a b", 2, "not expected: b"},
+        {"doctor 0", 2, "not expected: 0"},
+    };
+    for (const auto& [arguments, exitCode, says] : rows) {
+        EXPECT_EQ(Camhost(arguments), exitCode) << arguments;
+        EXPECT_NE(ReadAll("errors.txt").find(says), std::string::npos) << ReadAll("errors.txt");
     }
 }
 

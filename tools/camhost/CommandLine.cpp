@@ -224,8 +224,8 @@ void AddLog(CLI::App& app, Options& options)
     log->add_option("FILE", options.file, "A log; without it the one of this machine");
     log->add_flag("--json", options.json,
                   "The whole report for programs; docs/log-report.schema.json describes it");
-    log->add_flag("--follow", options.follow,
-                  "Goes on reading and tells faults as they appear, until Ctrl-C");
+    CLI::Option* follow = log->add_flag("--follow", options.follow,
+                                        "Goes on reading and tells faults as they appear, until Ctrl-C");
     log->add_flag("--lines", options.lines, "Prints the messages one by one with what they mean");
     log->add_option("--channel", options.channel, "Only this channel's messages and faults")
         ->check(IsIndex())
@@ -240,6 +240,8 @@ void AddLog(CLI::App& app, Options& options)
     log->add_option("--explain", options.explain, "Tells what a message, a part of one, or a fault means")
         ->option_text("TEXT");
     log->add_flag("--lnav", options.lnav, "Prints the format file for lnav");
+    for (const char* other : {"--json", "--trace", "--html"}) // they are of a log that is done
+        follow->excludes(other);
 }
 
 void AddDoctor(CLI::App& app, Options& options)

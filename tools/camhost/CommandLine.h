@@ -67,7 +67,7 @@ struct Options
     bool lnav = false;
     std::string since;       // hh:mm or hh:mm:ss
     std::string trace, html; // files
-    std::string explain;
+    std::optional<std::string> explain;
     bool noStart = false;
 
     int rounds = 31;

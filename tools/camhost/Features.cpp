@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 #include <locale>
+#include <numeric>
 #include <optional>
 #include <sstream>
 
@@ -38,11 +39,47 @@ const char* TypeName(std::int32_t type)
     }
 }
 
+// Characters to change, add or leave out to get from one word to the other, whatever the case.
+std::size_t Distance(const std::string& a, const std::string& b)
+{
+    const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), 0u);
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i + 1;
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            const std::size_t changed = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+// A name of the camera's that is close to one that it does not have; empty when none is.
+std::string NearestName(const Channel& channel, const std::string& feature)
+{
+    const std::vector<std::string> names = channel.FeatureNames();
+    const auto nearest =
+        std::ranges::min_element(names, {}, [&](const std::string& name) { return Distance(name, feature); });
+    return nearest == names.end() || Distance(*nearest, feature) > 1 + feature.size() / 4 ? "" : *nearest;
+}
+
+[[noreturn]] void Refuse(const Channel& channel, const std::string& feature, const std::string& reason)
+{
+    const bool missing = reason.find("not found") != std::string::npos;
+    const std::string nearest = missing ? NearestName(channel, feature) : "";
+    throw Failure(ExitRefused, reason + (!nearest.empty() ? " Did you mean " + nearest + "?"
+                                         : missing        ? " ('camhost describe' lists the names)"
+                                                          : ""));
+}
+
 std::int32_t TypeOf(const Channel& channel, const std::string& feature)
 {
     std::int32_t type = FeatureTypeUnsupported;
     if (const Outcome outcome = channel.GetFeatureType(feature, &type); !outcome)
-        throw Failure(ExitRefused, ReasonOf(outcome) + " ('camhost describe' lists the names)");
+        Refuse(channel, feature, ReasonOf(outcome));
     return type;
 }
 
@@ -50,7 +87,7 @@ std::string Read(const Channel& channel, const std::string& feature)
 {
     std::string value;
     if (const Outcome outcome = channel.ReadValue(feature, &value); !outcome)
-        throw Failure(ExitRefused, ReasonOf(outcome));
+        Refuse(channel, feature, ReasonOf(outcome));
     return value;
 }
 
@@ -236,7 +273,7 @@ void SetFeatures(const Channel& channel, const std::vector<Assignment>& assignme
 void RunCommand(const Channel& channel, const std::string& feature)
 {
     if (const Outcome outcome = channel.ExecuteCommand(feature); !outcome)
-        throw Failure(ExitRefused, ReasonOf(outcome));
+        Refuse(channel, feature, ReasonOf(outcome));
     std::printf("%s was run\n", feature.c_str());
 }
 

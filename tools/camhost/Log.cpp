@@ -161,11 +161,11 @@ int ShowLog(const Options& options)
         std::fputs(LnavFormat().c_str(), stdout);
         return ExitDone;
     }
-    if (!options.explain.empty()) {
-        const std::string text = Explain(options.explain);
+    if (options.explain) {
+        const std::string text = Explain(*options.explain);
         if (text.empty())
             throw Failure(ExitRefused,
-                          "nothing is known of '" + options.explain +
+                          "nothing is known of '" + *options.explain +
                               "'; give a line of the log, words of a message, or a fault's name");
         std::fputs(text.c_str(), stdout);
         return ExitDone;

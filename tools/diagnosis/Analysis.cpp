@@ -3,10 +3,12 @@
 #include "Run.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace maravel::diagnosis {
 namespace {
 
+constexpr std::size_t kLongestMessage = 2048;
 constexpr std::size_t kMostRuns = 100; // a log holds one as a rule
 
 } // namespace
@@ -27,15 +29,46 @@ void Analysis::Finish()
 {
     finishing_ = true; // a line without its end may be cut
     reader_.Finish(sink_);
+    FlushHeld();
     finishing_ = false;
 }
 
+void Analysis::FlushHeld()
+{
+    if (held_.line == 0)
+        return;
+    const Entry entry = std::exchange(held_, {});
+    Handle(entry, Match());
+}
+
+// A value that holds a line break goes on in the next line. So a message that is not known waits for what
+// follows.
 void Analysis::Take(const Entry& entry)
 {
+    if (entry.time == Entry::NoTime) {
+        if (held_.line == 0 || heldText_.size() + entry.text.size() > kLongestMessage)
+            return Handle(entry, Match());
+        heldText_ += '\n';
+        heldText_ += entry.text;
+        held_.text = heldText_;
+        if (const Match match = matcher_.Find(held_.text, held_.sourceLine); match.message != nullptr) {
+            const Entry whole = std::exchange(held_, {});
+            Handle(whole, match);
+        }
+        return;
+    }
+    FlushHeld();
+    const Match match = matcher_.Find(entry.text, entry.sourceLine);
+    if (match.message != nullptr)
+        return Handle(entry, match);
+    heldText_ = entry.text;
+    held_ = entry;
+    held_.text = heldText_;
+}
+
+void Analysis::Handle(const Entry& entry, const Match& match)
+{
     ++entries_;
-    const Match match = entry.sourceLine != 0 || entry.time != Entry::NoTime
-                            ? matcher_.Find(entry.text, entry.sourceLine)
-                            : Match();
     if (match.message != nullptr && match.message->event == Event::Banner && run_ != nullptr &&
         run_->Begun()) {
         finished_.push_back(run_->Report({}));

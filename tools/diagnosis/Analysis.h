@@ -55,11 +55,15 @@ private:
     class Run;
 
     void Take(const Entry& entry);
+    void FlushHeld();
+    void Handle(const Entry& entry, const Match& match);
 
     Observer observer_;
     LogReader reader_;
     LogReader::Sink sink_;
     MessageMatcher matcher_;
+    Entry held_; // line 0: none
+    std::string heldText_;
     std::unique_ptr<Run> run_;
     std::vector<RunReport> finished_;
     std::uint64_t earlierRuns_ = 0;

@@ -159,6 +159,8 @@ std::string WithoutPlaceholders(std::string text)
 
 std::string Explain(const std::string& text)
 {
+    if (text.empty())
+        return {};
     if (const Fault* fault = FindFault(text))
         return std::string(fault->name) + " (" + SeverityName(fault->severity) + ")\n  " +
                WithoutPlaceholders(fault->sentence) + "\n  do: " + WithoutPlaceholders(fault->advice) + "\n";

@@ -113,7 +113,8 @@ std::vector<Finding> Judge(const std::map<std::pair<FaultId, std::int64_t>, RunE
 {
     std::vector<Finding> findings;
     for (const auto& [key, found] : evidence) {
-        const auto& [id, channel] = key;
+        const FaultId id = key.first;
+        const std::int64_t channel = key.second;
         const bool consequence = std::ranges::any_of(kConsequences, [&](const Consequence& known) {
             return known.effect == id && (evidence.contains({known.cause, channel}) ||
                                           evidence.contains({known.cause, Finding::NoChannel}));
