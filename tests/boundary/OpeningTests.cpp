@@ -119,7 +119,7 @@ TEST_F(OpeningTest, FlagsAndFeatureCountsAreLogged)
 
 TEST_F(OpeningTest, ACameraWithoutExposureLeavesTheHostsValues)
 {
-    const std::string description = std::string(kTestCameras) + "remove = [\"ExposureTimeAbs\"]\n";
+    const std::string description = kTestCameras + "remove = [\"ExposureTimeAbs\"]\n";
     sdk.SimSetDescription(description.c_str());
     Open();
     EXPECT_EQ(
