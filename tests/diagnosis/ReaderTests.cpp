@@ -139,6 +139,9 @@ TEST(LogTail, ReadsOnAndNoticesThatTheFileWasEmptied)
     EXPECT_STREQ(report.runs[0].findings[0].fault->name, "no-camera");
     write(std::ios::trunc, "[09:00:00:002 L00001] Exit\n");
     EXPECT_TRUE(tail.WasEmptied());
+    for (int i = 0; i < 9; ++i)
+        write(std::ios::app, "[09:00:00:003 L00001] EnumCameras\n");
+    EXPECT_TRUE(tail.WasEmptied()) << "and grew beyond what was read";
     std::filesystem::remove(file);
     EXPECT_THROW(tail.ReadInto(analysis), std::system_error);
 }

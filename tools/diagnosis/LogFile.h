@@ -27,22 +27,26 @@ LogSwitch ReadLogSwitch();
 // its SDK belong to it.
 Circumstances CircumstancesOf(const std::filesystem::path& file, bool own);
 
-// Reads the file from where the last call ended; starts anew when it was emptied meanwhile, and then returns
-// true. Throws std::system_error.
+// Reads the file from where the last call ended. Throws std::system_error.
 class LogTail
 {
 public:
     explicit LogTail(std::filesystem::path file) : file_(std::move(file)) {}
 
-    // Whether the file became shorter than what was read of it.
+    // Whether the file is another one than was read: shorter, or with another beginning.
     bool WasEmptied() const;
     // Feeds what is new. True when there was something.
     bool ReadInto(Analysis& analysis);
-    void Restart() { position_ = 0; }
+    void Restart()
+    {
+        position_ = 0;
+        head_.clear();
+    }
 
 private:
     std::filesystem::path file_;
     std::uint64_t position_ = 0;
+    std::string head_; // the first bytes that were read
 };
 
 // The report of a whole file. Throws std::system_error.

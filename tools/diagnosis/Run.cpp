@@ -14,7 +14,9 @@ constexpr std::int64_t kPatience = 1000;
 // Fewer missing frames than this, and than a twentieth, may be a busy machine's.
 constexpr std::uint64_t kFewMissing = 3;
 
-constexpr std::int64_t kGoodPackets = 1500; // bytes: what every network takes
+// Bytes: what every network takes, and what is left of that where packets travel within others.
+constexpr std::int64_t kUsualPackets = 1500;
+constexpr std::int64_t kSmallPackets = 1400;
 
 Quote QuoteOf(const Entry& entry)
 {
@@ -199,8 +201,8 @@ void Analysis::Run::TakeSetup(const Entry& entry, const Match& match)
         channel.report.id = ToUtf8(match.Value(2));
         break;
     case Event::PacketSize:
-        if (match.Number(0) <= kGoodPackets)
-            Note(match.Number(0) < kGoodPackets ? FaultId::SmallPackets : FaultId::SmallishPackets, index,
+        if (match.Number(0) <= kUsualPackets)
+            Note(match.Number(0) < kSmallPackets ? FaultId::SmallPackets : FaultId::SmallishPackets, index,
                  QuoteOf(entry), match);
         break;
     case Event::ExposureAuto:
@@ -239,8 +241,10 @@ void Analysis::Run::TakeStream(const Entry& entry, const Match& match)
         At(openChannel_).stream.started = true;
         break;
     case Event::FrameIncomplete:
-        if (Stream* stream = OnlyStream())
+        if (Stream* stream = OnlyStream()) {
             ++stream->incomplete;
+            stream->incompleteAtStart += stream->complete == 0 ? 1 : 0;
+        }
         Note(FaultId::PacketsLost, Finding::NoChannel, QuoteOf(entry), match);
         break;
     case Event::ImageDescribed:
@@ -368,7 +372,8 @@ void Analysis::Run::JudgeLosses(Channel& channel, const Quote& end, EvidenceMap&
 {
     const Stream& stream = channel.stream;
     const std::int64_t index = channel.report.channel;
-    if (stream.incomplete > 0) {
+    // The first frame of a stream may come before everything on the way is ready.
+    if (stream.incomplete > std::min<std::uint64_t>(stream.incompleteAtStart, 1)) {
         Evidence& found = evidence[{FaultId::PacketsLost, index}];
         found.count += stream.incomplete;
         found.frames += stream.incomplete;
