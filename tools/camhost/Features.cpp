@@ -1,6 +1,7 @@
 #include "Features.h"
 
 #include "Failure.h"
+#include "OwnLog.h"
 #include "Table.h"
 
 #include <algorithm>
@@ -177,6 +178,19 @@ std::string ReasonOf(const Outcome& outcome)
                                 : outcome.text;
 }
 
+namespace {
+
+std::string StateOf(const Channel& channel)
+{
+    if (channel.Opened())
+        return "ready";
+    const OwnLog log;
+    const diagnosis::Finding* fault = log.Fault(channel.Index());
+    return fault == nullptr ? "cannot be opened" : std::string("cannot be opened: ") + fault->fault->name;
+}
+
+} // namespace
+
 void ListChannels(const std::vector<Channel>& channels)
 {
     Table table({"CHANNEL", "SERIAL", "CAMERA", "ADDRESS", "SIZE", "EXPOSURE", "STATE"});
@@ -189,8 +203,7 @@ void ListChannels(const std::vector<Channel>& channels)
             std::snprintf(exposure, sizeof(exposure), "%.3f ms", d.exposureTime * 1000);
         }
         table.Add({std::to_string(channel.Index()), channel.SerialNumber(), channel.Label(),
-                   channel.Opened() ? AddressOf(channel) : "", size, exposure,
-                   channel.Opened() ? "ready" : "cannot be opened"});
+                   channel.Opened() ? AddressOf(channel) : "", size, exposure, StateOf(channel)});
     }
     table.Print();
 }

@@ -20,6 +20,9 @@ struct RunEvidence
     std::string detail;
 };
 
+// A line as evidence.
+Quote QuoteOf(const Entry& entry);
+
 class Analysis::Run
 {
 public:
@@ -78,6 +81,8 @@ private:
     Channel& At(std::int64_t channel);
     Stream* OnlyStream();
 
+    void JudgeEnd(const Circumstances& circumstances, EvidenceMap& evidence) const;
+    static ChannelReport RowOf(const Channel& channel);
     static void CloseStream(Channel& channel, const Quote& end, EvidenceMap& evidence);
     static void JudgeSilence(const Channel& channel, const Quote& end, EvidenceMap& evidence);
     static void JudgeLosses(Channel& channel, const Quote& end, EvidenceMap& evidence);
