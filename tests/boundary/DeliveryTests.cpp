@@ -111,7 +111,7 @@ TEST_F(DeliveryTest, AttributesHoldTheFramesOwnFields)
     EXPECT_EQ(next->width, 64);
 }
 
-TEST_F(DeliveryTest, WithNothingToDeliverBothAnswerPending)
+TEST_F(DeliveryTest, AnEmptyFifoAnswersPending)
 {
     Stream(0);
     Guarded<ImageAttributes> attributes;
@@ -166,7 +166,7 @@ TEST_F(DeliveryTest, AFormatWithoutConversionEmptiesTheConversion)
     EXPECT_EQ(sdk.SimTransformCallCount("ZvkImageTransform"), transforms);
 }
 
-TEST_F(DeliveryTest, AFrameThatCannotBeTransformedIsLostAndItsBufferIsNot)
+TEST_F(DeliveryTest, AFrameThatCannotBeTransformedIsQueuedAgain)
 {
     ExpectErrors();
     struct Row
@@ -192,7 +192,7 @@ TEST_F(DeliveryTest, AFrameThatCannotBeTransformedIsLostAndItsBufferIsNot)
     }
 }
 
-TEST_F(DeliveryTest, AFrameThatDoesNotFitItsBuffersIsTreatedLikeOneThatCannotBeTransformed)
+TEST_F(DeliveryTest, AFrameThatDoesNotFitItsBuffersIsQueuedAgain)
 {
     ExpectErrors();
     struct Row
@@ -277,7 +277,7 @@ TEST_F(DeliveryTest, AnImageThatIsNotOfTheFramesSizeIsNotWritten)
         1);
 }
 
-TEST_F(DeliveryTest, ADescriptionThatTheTransformInventsMovesNoMemory)
+TEST_F(DeliveryTest, AWrongImageSizeFromTheTransformWritesNothing)
 {
     ExpectErrors();
     static std::uint32_t width;
@@ -304,7 +304,7 @@ TEST_F(DeliveryTest, ADescriptionThatTheTransformInventsMovesNoMemory)
     }
 }
 
-TEST_F(DeliveryTest, AFrameThatCannotBeQueuedAgainIsDeliveredAllTheSame)
+TEST_F(DeliveryTest, AFrameThatCannotBeQueuedAgainIsStillDelivered)
 {
     ExpectErrors();
     Stream(0);

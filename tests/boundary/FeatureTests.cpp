@@ -293,7 +293,7 @@ TEST_F(FeatureTest, NamesAreListedInByteOrder)
     EXPECT_EQ(Log().size(), 0u);
 }
 
-TEST_F(FeatureTest, AListLeftFromAnEarlierOpeningIsNotFollowedIntoNothing)
+TEST_F(FeatureTest, AFeatureListOfAnEarlierOpeningIsNotReadPastItsEnd)
 {
     ExpectErrors();
     Guarded<VideoChannelDescriptor> descriptor;
@@ -404,7 +404,7 @@ TEST_F(FeatureTest, EntriesThatTheSdkInvents)
               "GetValidEnum: ERROR. The SDK lists 4294967295 entries of feature TestEnum, more than 65536.");
 }
 
-TEST_F(FeatureTest, ATruthThatIsNotOneIsFalseButAvailable)
+TEST_F(FeatureTest, ABooleanOf2ReadsAsFalse)
 {
     Open();
     const auto boolGet = [](ZvkHandle_t, const char*, ZvkBool_t* value) {

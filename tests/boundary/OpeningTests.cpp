@@ -326,7 +326,7 @@ TEST_F(OpeningTest, AFeatureListThatChangesBetweenItsQueries)
     ExpectViolations();
 }
 
-TEST_F(OpeningTest, WhatACameraOnceHadStaysKnown)
+TEST_F(OpeningTest, AvailabilityFlagsAreNeverCleared)
 {
     const auto none = [](ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t* found, std::uint32_t) {
         *found = 0;

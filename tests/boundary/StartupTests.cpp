@@ -266,7 +266,7 @@ TEST_F(StartupTest, ACameraListThatChangesIsReadUntilItSettles)
     }
 }
 
-TEST_F(StartupTest, AModuleThatNeverFoundAnSdkEndsAllTheSame)
+TEST_F(StartupTest, UnloadingWithoutAnSdkFolderRunsExit)
 {
     ExpectErrors();
     SetEnvironment("ZORVIK_HOME", SdkFolder() + "-missing");

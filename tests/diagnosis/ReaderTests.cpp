@@ -146,7 +146,7 @@ TEST(LogTail, ReadsOnAndNoticesThatTheFileWasEmptied)
     EXPECT_THROW(tail.ReadInto(analysis), std::system_error);
 }
 
-TEST(Analysis, TakesTogetherWhatALineBreakInAValueParts)
+TEST(Analysis, JoinsLinesThatALineBreakInAValueSplits)
 {
     Analysis analysis;
     analysis.Feed("[09:00:00:000 L00001] WriteValue: channelID=0, addr='A', val='x\n\ny'\n"

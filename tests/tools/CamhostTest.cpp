@@ -499,7 +499,7 @@ TEST_F(Camhost, GrabGoesOnWithACameraThatWasLost)
     ExpectFailure(silent, 1, "takes commands, was started, and sent no frame");
 }
 
-TEST_F(Camhost, FaultsOnDemandAreWordsWithAForm)
+TEST_F(Camhost, WordsOfFaultsOnDemandAreChecked)
 {
     const std::pair<const char*, const char*> rows[] = {
         {"jump 0", "'jump' is no fault; there are unplug, incomplete, silent, busy, hold, fail, cameras"},
