@@ -88,7 +88,8 @@ public:
             return;
         }
         ForgetCamera(channel, Patience::Endless);
-        LogCameraClosed(__LINE__, kName, opening_.channelIndex, opening_.camera);
+        WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", kName,
+                 opening_.channelIndex, opening_.ModelName(), opening_.CameraId());
     }
 
     bool IsOpen() const noexcept { return isOpen_; }
