@@ -146,7 +146,23 @@ TEST(LogTail, ReadsOnAndNoticesThatTheFileWasEmptied)
     EXPECT_THROW(tail.ReadInto(analysis), std::system_error);
 }
 
-TEST(Analysis, JoinsLinesThatALineBreakInAValueSplits)
+TEST(Analysis, TakesWhatIsNotUtf8ForWindows1252)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"plain", "plain"},
+        {"\xC3\xA9", "\u00e9"},
+        {"\xE9t\xE9", "\u00e9t\u00e9"},
+        {"\xC3", "\u00c3"},
+        {"\xE2\x82\xAC", "\u20ac"},
+        {"\xC0\x80", "\u00c0\u20ac"},
+        {"\xED\xA0\x80", "\u00ed\u00a0\u20ac"},
+        {"a\tb\x01", "a b "},
+    };
+    for (const auto& [bytes, text] : rows)
+        EXPECT_EQ(ToUtf8(bytes), text) << bytes;
+}
+
+TEST(Analysis, TakesTogetherWhatALineBreakInAValueParts)
 {
     Analysis analysis;
     analysis.Feed("[09:00:00:000 L00001] WriteValue: channelID=0, addr='A', val='x\n\ny'\n"

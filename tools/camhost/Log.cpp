@@ -76,8 +76,7 @@ public:
     {
         for (const RunReport& run : report.runs)
             for (const Finding& finding : run.findings)
-                if (finding.fault->id != FaultId::HostKilled && // while it is followed, it has not ended
-                    told_.emplace(run.firstLine, finding.fault->id, finding.channel).second)
+                if (told_.emplace(run.firstLine, finding.fault->id, finding.channel).second)
                     Print(run, finding);
         std::fflush(stdout);
     }
@@ -114,7 +113,7 @@ int Follow(const fs::path& file, bool own, const Options& options)
             told.Forget();
         }
         if (fs::exists(file) && tail.ReadInto(*analysis)) {
-            LogReport report = FinishReport(*analysis, file, own);
+            LogReport report = FinishReport(*analysis, file, CircumstancesOf(file, own, true));
             selection.ApplyTo(report);
             told.Print(report);
         }

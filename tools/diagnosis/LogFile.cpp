@@ -46,13 +46,14 @@ LogSwitch ReadLogSwitch()
     return state;
 }
 
-Circumstances CircumstancesOf(const fs::path& file, bool own)
+Circumstances CircumstancesOf(const fs::path& file, bool own, bool followed)
 {
     Circumstances circumstances;
     circumstances.ownLog = own;
+    circumstances.stillWritten = followed;
     if (!own)
         return circumstances;
-    circumstances.stillWritten = !UsersOf(file).empty();
+    circumstances.stillWritten |= !followed && !UsersOf(file).empty();
     circumstances.loggingOff = !ReadLogSwitch().On();
     circumstances.inspect = InspectSdk;
     return circumstances;
@@ -91,9 +92,9 @@ bool LogTail::ReadInto(Analysis& analysis)
     return any;
 }
 
-LogReport FinishReport(const Analysis& analysis, const fs::path& file, bool own)
+LogReport FinishReport(const Analysis& analysis, const fs::path& file, const Circumstances& circumstances)
 {
-    LogReport report = analysis.Report(CircumstancesOf(file, own));
+    LogReport report = analysis.Report(circumstances);
     report.file = host::TextOf(file);
     report.date = DayOf(file, 0);
     return report;
@@ -105,7 +106,7 @@ LogReport ReadLog(const fs::path& file, bool own, Analysis::Observer observer)
     LogTail tail(file);
     tail.ReadInto(analysis);
     analysis.Finish();
-    return FinishReport(analysis, file, own);
+    return FinishReport(analysis, file, CircumstancesOf(file, own));
 }
 
 } // namespace maravel::diagnosis

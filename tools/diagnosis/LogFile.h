@@ -25,7 +25,9 @@ LogSwitch ReadLogSwitch();
 
 // What may be asked of this machine about the log. `own`: it is the machine's own, so that its registry and
 // its SDK belong to it.
-Circumstances CircumstancesOf(const std::filesystem::path& file, bool own);
+// `followed`: it is taken for granted that the file is still written to; to find out may be in the way of a
+// program that opens it at that moment.
+Circumstances CircumstancesOf(const std::filesystem::path& file, bool own, bool followed = false);
 
 // Reads the file from where the last call ended. Throws std::system_error.
 class LogTail
@@ -51,6 +53,7 @@ private:
 
 // The report of a whole file. Throws std::system_error.
 LogReport ReadLog(const std::filesystem::path& file, bool own, Analysis::Observer observer = nullptr);
-LogReport FinishReport(const Analysis& analysis, const std::filesystem::path& file, bool own);
+LogReport FinishReport(const Analysis& analysis, const std::filesystem::path& file,
+                       const Circumstances& circumstances);
 
 } // namespace maravel::diagnosis

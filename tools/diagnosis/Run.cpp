@@ -140,10 +140,10 @@ void Analysis::Run::Take(const Entry& entry, const Match& match, std::uint64_t n
 
 void Analysis::Run::TakeStart(const Entry& entry, const Match& match)
 {
-    const auto version = [&match](std::size_t count) {
-        std::string text(match.Value(0));
-        for (std::size_t i = 1; i < count; ++i)
-            text += "." + std::string(match.Value(i));
+    const auto version = [&match](std::size_t first) {
+        std::string text(match.Value(first));
+        for (std::size_t i = first + 1; i < first + 4; ++i)
+            text += "." + ToUtf8(match.Value(i));
         return text;
     };
     switch (match.message->event) {
@@ -151,7 +151,7 @@ void Analysis::Run::TakeStart(const Entry& entry, const Match& match)
         banner_ = true;
         break;
     case Event::AdapterVersion:
-        report_.adapterVersion = ToUtf8(version(4));
+        report_.adapterVersion = version(0);
         break;
     case Event::Elevated:
         report_.elevated = match.Value(0) == "1";
@@ -163,7 +163,8 @@ void Analysis::Run::TakeStart(const Entry& entry, const Match& match)
         report_.sdkPath = ToUtf8(match.Value(0));
         break;
     case Event::SdkStarted:
-        report_.sdkVersion = version(4);
+        report_.sdkVersion = version(0);
+        report_.transformVersion = version(4);
         break;
     case Event::CamerasFound:
         report_.cameras = match.Number(0);
