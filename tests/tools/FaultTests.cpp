@@ -259,6 +259,21 @@ TEST_F(Faults, OfTheProgramAreNamed)
              sdk.SimUnplug(3, 1);
              EXPECT_FALSE(channels[3].StopAcquisition());
          }},
+        {"format-changed",
+         [](const Adapter&, Channels& channels, SdkControl& sdk) {
+             Start(channels[3]); // Mono8
+             Wait(200);
+             SimFrameRequest colour = {};
+             colour.fields = SimFrameHasPixelFormat;
+             colour.pixelFormat = 0x02180014;
+             EXPECT_EQ(sdk.SimEmitFrame(3, &colour), 0);
+             std::vector<unsigned char> image(std::size_t{640} * 480 * 3);
+             std::uint32_t status = ImageStatusReady;
+             while (status == ImageStatusReady) {
+                 channels[3].GetImage(image.data(), &status);
+             }
+             EXPECT_TRUE(channels[3].StopAcquisition());
+         }},
         {"region-refused",
          [](const Adapter&, Channels& channels, SdkControl&) {
              Start(channels[3]);
