@@ -228,6 +228,7 @@ TEST_F(DeliveryTest, AFrameThatDoesNotFitItsBuffersIsQueuedAgain)
             Fetch(1, kColorPixels * 3) == std::vector<unsigned char>(kColorPixels * 3, 0xA5);
         EXPECT_EQ(untouched, row.refusal != nullptr);
         EXPECT_TRUE(IsInLog(row.refusal != nullptr ? row.refusal : "Frame stored")) << row.refusal;
+        EXPECT_EQ(Log().back().starts_with("GetImage: ERROR. "), row.refusal != nullptr) << Log().back();
         EXPECT_EQ(sdk.State().queuedFrames, 16u);
     }
 }

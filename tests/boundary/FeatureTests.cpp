@@ -199,6 +199,7 @@ TEST_F(FeatureTest, Failures)
         {{"ZvkFeatureEnumSet", 1, -12, 0}, "TestEnum", "Off", "WriteValue: ERROR. ZvkFeatureEnumSet for feature 'TestEnum' failed. Value='Off'. Reason=ZvkErrorTimeout (-12)."},
         {{"ZvkFeatureStringSet", 1, -12, 0}, "TestString", "x", "WriteValue: ERROR. ZvkFeatureStringSet for feature 'TestString' failed. Value='x'. Reason=ZvkErrorTimeout (-12)."},
         {{"ZvkFeatureBoolSet", 1, -12, 0}, "TestBool", "True", "WriteValue: ERROR. ZvkFeatureDataBool for feature 'TestBool' failed. Value='1'. Reason=ZvkErrorTimeout (-12)."},
+        {{"ZvkFeatureBoolSet", 1, -12, 0}, "TestBool", "true", "WriteValue: ERROR. ZvkFeatureDataBool for feature 'TestBool' failed. Value='0'. Reason=ZvkErrorTimeout (-12)."},
         {{"ZvkStartup", 9, -1, 0}, "testint", nullptr, "ReadValue: ERROR. Feature 'testint' not found for channelID=0."},
         {{"ZvkStartup", 9, -1, 0}, "TestInt2", "1", "WriteValue: ERROR. Feature 'TestInt2' not found for channelID=0."},
         {{"ZvkStartup", 9, -1, 0}, "", "1", "WriteValue: ERROR. Feature '' not found for channelID=0."},
