@@ -40,10 +40,10 @@ constexpr std::uint64_t kMemoryAllowance = 32 << 20;
 // The first sessions fill caches and pools.
 constexpr std::uint64_t kWarmUpSessions = 4;
 
-std::string FastCamera(const std::string& id, const std::string& model, const std::string& interface,
+std::string FastCamera(const std::string& id, const std::string& model, const std::string& bus,
                        const std::string& formats, const std::string& more)
 {
-    return test::CameraText(id, model, interface, 64, 48, formats, "exposure_us = 200.0\n" + more);
+    return test::CameraText(id, model, bus, 64, 48, formats, "exposure_us = 200.0\n" + more);
 }
 
 const std::string kCameras =

@@ -7,10 +7,10 @@ namespace maravel::test {
 
 // A camera's table of a description. `formats` is the list between the brackets; `more` adds whole lines,
 // such as what it shares with other cameras.
-inline std::string CameraText(const std::string& id, const std::string& model, const std::string& interface,
+inline std::string CameraText(const std::string& id, const std::string& model, const std::string& bus,
                               int width, int height, const std::string& formats, const std::string& more)
 {
-    return "[[camera]]\nid = \"" + id + "\"\nmodel = \"" + model + "\"\ninterface = \"" + interface +
+    return "[[camera]]\nid = \"" + id + "\"\nmodel = \"" + model + "\"\ninterface = \"" + bus +
            "\"\nwidth = " + std::to_string(width) + "\nheight = " + std::to_string(height) +
            "\npixel_formats = [" + formats + "]\n" + more;
 }
