@@ -53,14 +53,6 @@ json FeatureJson(const host::Channel& channel, const FeatureFacts& facts)
     return feature;
 }
 
-const FeatureFacts* FindFeature(Camera& camera, const std::string& name)
-{
-    for (const FeatureFacts& facts : camera.Features())
-        if (facts.name == name)
-            return &facts;
-    return nullptr;
-}
-
 // Whole numbers of pixels; nothing when it is none.
 std::optional<std::uint32_t> Pixels(const json& body, const char* key)
 {
@@ -298,7 +290,7 @@ void Api::GetFeatures(Context& context)
 void Api::GetFeature(Context& context)
 {
     context.OnCamera([&camera = context.camera, name = context.argument] {
-        const FeatureFacts* facts = FindFeature(camera, name);
+        const FeatureFacts* facts = camera.FindFeature(name);
         return facts == nullptr ? ErrorReply(404, "The camera has no feature " + name)
                                 : JsonReply(FeatureJson(camera.Channel(), *facts));
     });
@@ -315,7 +307,7 @@ void Api::PutFeature(Context& context)
         return context.done(ErrorReply(400, "value is a text of at most 255 characters"));
     context.OnCamera(
         [&camera = context.camera, name = context.argument, value = body["value"].get<std::string>()] {
-            const FeatureFacts* facts = FindFeature(camera, name);
+            const FeatureFacts* facts = camera.FindFeature(name);
             if (facts == nullptr)
                 return ErrorReply(404, "The camera has no feature " + name);
             const std::string difference = camhost::WriteFeature(camera.Channel(), name, value);

@@ -30,16 +30,6 @@ const char* TriggerName(Trigger trigger)
     }
 }
 
-std::optional<double> NumberOf(const host::Channel& channel, const char* feature)
-{
-    std::string text;
-    if (!channel.ReadValue(feature, &text))
-        return std::nullopt;
-    double value = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() ? std::optional(value) : std::nullopt;
-}
-
 } // namespace
 
 Camera::Camera(const host::Channel& channel, std::string name, std::function<void()> onFrame)
@@ -197,7 +187,7 @@ void Camera::LookWhetherGone()
         status_.rate = status_.cameraRate = 0;
     }
     std::string value;
-    if (!channel_.ReadValue("PayloadSize", &value) && !channel_.ReadValue("Width", &value))
+    if (!ReadIfThere("PayloadSize", &value) && !ReadIfThere("Width", &value))
         Fail("lost", "The camera does not answer any more");
 }
 
@@ -210,21 +200,37 @@ void Camera::Fail(const char* state, const std::string& text)
     status_.rate = status_.cameraRate = 0;
 }
 
+// The adapter takes the question for a feature that the camera lacks for a fault of the host.
+bool Camera::ReadIfThere(const char* feature, std::string* value)
+{
+    return FindFeature(feature) != nullptr && channel_.ReadValue(feature, value);
+}
+
+std::optional<double> Camera::NumberOf(const char* feature)
+{
+    std::string text;
+    if (!ReadIfThere(feature, &text))
+        return std::nullopt;
+    double value = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ec == std::errc() ? std::optional(value) : std::nullopt;
+}
+
 // The common parameters hold an exposure and a region, whether anybody wants to set them or not: they are
 // given what the camera has.
-void Camera::KeepSettings(camhost::Options* options) const
+void Camera::KeepSettings(camhost::Options* options)
 {
     std::string automatic;
-    if (!options->exposure && (!channel_.ReadValue("ExposureAuto", &automatic) || automatic == "Off")) {
-        auto now = NumberOf(channel_, "ExposureTime");
+    if (!options->exposure && (!ReadIfThere("ExposureAuto", &automatic) || automatic == "Off")) {
+        auto now = NumberOf("ExposureTime");
         if (!now)
-            now = NumberOf(channel_, "ExposureTimeAbs");
+            now = NumberOf("ExposureTimeAbs");
         if (now)
             options->exposure = *now * 1e-6;
     }
     if (!options->region) {
-        const auto x = NumberOf(channel_, "OffsetX"), y = NumberOf(channel_, "OffsetY");
-        const auto width = NumberOf(channel_, "Width"), height = NumberOf(channel_, "Height");
+        const auto x = NumberOf("OffsetX"), y = NumberOf("OffsetY");
+        const auto width = NumberOf("Width"), height = NumberOf("Height");
         if (width && height)
             options->region = {static_cast<int>(x.value_or(0)), static_cast<int>(y.value_or(0)),
                                static_cast<int>(*width), static_cast<int>(*height)};
@@ -305,6 +311,14 @@ const std::vector<FeatureFacts>& Camera::Features()
             features_.push_back(std::move(facts));
         }
     return features_;
+}
+
+const FeatureFacts* Camera::FindFeature(const std::string& name)
+{
+    for (const FeatureFacts& facts : Features())
+        if (facts.name == name)
+            return &facts;
+    return nullptr;
 }
 
 } // namespace maravel::view

@@ -82,6 +82,7 @@ public:
     host::Outcome Stop();
     host::Outcome TriggerImage();
     const std::vector<FeatureFacts>& Features();
+    const FeatureFacts* FindFeature(const std::string& name);
     bool Running() const { return acquisition_.has_value(); }
 
 private:
@@ -93,7 +94,9 @@ private:
     void Account(const ImageAttributes& attributes);
     void LookWhetherGone();
     void Fail(const char* state, const std::string& text);
-    void KeepSettings(camhost::Options* options) const;
+    void KeepSettings(camhost::Options* options);
+    bool ReadIfThere(const char* feature, std::string* value);
+    std::optional<double> NumberOf(const char* feature);
     std::shared_ptr<Frame> FreeFrame();
 
     const host::Channel channel_;

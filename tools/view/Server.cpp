@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <future>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -573,16 +574,16 @@ Reply AnswerBytes(std::string_view bytes, Api& api, const Access& access)
     parser.put(asio::buffer(bytes.data(), bytes.size()), error);
     if (error && error != http::error::need_more)
         return ParseErrorReply(error);
-    Reply answer{0, "", "", {}};
     if (!parser.is_done())
-        return answer;
+        return {0, "", "", {}};
     Request request;
     if (!Convert(parser.get(), &request))
         return ErrorReply(400, "This address cannot be read");
-    answer = access.Check(request, true);
-    if (answer.status == 200)
-        api.Handle(request, [&answer](Reply reply) { answer = std::move(reply); });
-    return answer;
+    if (Reply refusal = access.Check(request, true); refusal.status != 200)
+        return refusal;
+    const auto answer = std::make_shared<std::promise<Reply>>();
+    api.Handle(request, [answer](Reply reply) { answer->set_value(std::move(reply)); });
+    return answer->get_future().get();
 }
 
 } // namespace maravel::view

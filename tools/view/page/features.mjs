@@ -1,7 +1,7 @@
 // The features of one camera in their categories. A value is read when its category is opened, one at a time:
 // every read is a call of the camera between two images.
 import { html, useEffect, useMemo, useState } from '/preact.mjs';
-import { read, send } from '/stream.mjs';
+import { featuresOf, read, send } from '/stream.mjs';
 
 const Levels = ['Beginner', 'Expert', 'Guru'];
 const remembered = key => JSON.parse(localStorage.getItem(key) || '[]');
@@ -28,10 +28,10 @@ function Editor({ feature, state, onWrite, onRun, readOnly }) {
             checked=${state.value === 'True'} disabled=${locked}
             onChange=${e => onWrite(e.target.checked ? 'True' : 'False')} /><i></i></label>`;
     if (feature.type === 'enum')
-        return html`<select disabled=${locked} title=${why} value=${state.value} aria-label=${feature.name}
+        return html`<select disabled=${locked} title=${why} aria-label=${feature.name}
             onChange=${e => onWrite(e.target.value)}>
-            ${!(state.entries || []).includes(state.value) && html`<option>${state.value}</option>`}
-            ${(state.entries || []).map(entry => html`<option>${entry}</option>`)}</select>`;
+            ${!(state.entries || []).includes(state.value) && html`<option selected>${state.value}</option>`}
+            ${(state.entries || []).map(entry => html`<option selected=${entry === state.value}>${entry}</option>`)}</select>`;
     const shown = feature.type === 'float' && state.value !== null ? String(Number(state.value)) : state.value;
     return html`<input class="value" disabled=${locked} title=${why} aria-label=${feature.name}
         inputmode=${feature.type === 'string' ? 'text' : 'decimal'} value=${draft ?? shown ?? ''}
@@ -97,7 +97,7 @@ export function Features({ channel, readOnly }) {
     useEffect(() => {
         setFeatures(null);
         setFailed('');
-        inTurn(channel, () => read(`channels/${channel}/features`)).then(setFeatures, e => setFailed(e.message));
+        featuresOf(channel).then(setFeatures, e => setFailed(e.message));
     }, [channel]);
     const groups = useMemo(() => {
         const word = search.trim().toLowerCase();

@@ -1,6 +1,6 @@
 // Beside the picture: counters, histogram, exposure, trigger, and the log.
 import { html, useEffect, useRef, useState } from '/preact.mjs';
-import { depthOf, read, saveImage, send } from '/stream.mjs';
+import { depthOf, featuresOf, read, saveImage, send } from '/stream.mjs';
 import { greatest } from '/picture.mjs';
 
 const number = value => value === null || value === undefined ? '–' : value.toLocaleString('en');
@@ -21,7 +21,7 @@ export function Counters({ camera, shown }) {
     return html`<div class="card counters"><h2>Images</h2><dl>${rows.map(([name, value, title, bad]) => html`
         <div title=${title} class=${bad ? 'bad' : ''}><dt>${name}</dt>
             <dd data-counter=${name}>${typeof value === 'number' ? number(value) : value ?? '–'}</dd></div>`)}</dl>
-        <p class="hint">${known ? html`The camera sent <b>${number(sent)}</b> = ${number(camera.complete)} complete +
+        <p class="hint">${known ? html`By the log, half a second ago: sent <b>${number(sent)}</b> = ${number(camera.complete)} complete +
             ${' ' + number(camera.incomplete)} incomplete + ${number(camera.lost)} lost.`
             : 'The adapter\'s log tells no more: losses are a guess from time stamps.'}</p></div>`;
 }
@@ -132,8 +132,9 @@ export function Exposure({ camera, readOnly }) {
     const [note, setNote] = useState('');
     const path = name => `channels/${camera.index}/features/${name}`;
     const load = async () => {
-        const automatic = await read(path('ExposureAuto')).catch(() => null);
-        for (const name of ['ExposureTime', 'ExposureTimeAbs']) {
+        const names = new Set((await featuresOf(camera.index).catch(() => [])).map(f => f.name));
+        const automatic = names.has('ExposureAuto') ? await read(path('ExposureAuto')).catch(() => null) : null;
+        for (const name of ['ExposureTime', 'ExposureTimeAbs'].filter(n => names.has(n))) {
             const feature = await read(path(name)).catch(() => null);
             if (feature?.value != null)
                 return setState({ name, value: Number(feature.value), automatic: automatic?.value || 'Off' });

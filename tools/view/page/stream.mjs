@@ -29,6 +29,14 @@ export async function request(path, method = 'GET', body = undefined) {
 export const read = async path => (await request(path)).json();
 export const send = async (method, path, body = {}) => (await request(path, method, body)).json();
 
+// A channel's list of features, which does not change.
+const lists = new Map();
+export function featuresOf(channel) {
+    if (!lists.has(channel))
+        lists.set(channel, read(`channels/${channel}/features`).catch(error => { lists.delete(channel); throw error; }));
+    return lists.get(channel);
+}
+
 export async function saveImage(channel, pixelType) {
     const kind = depthOf(pixelType) === 8 ? 'png' : 'pgm';
     const answer = await request(`channels/${channel}/image.${kind}`);
