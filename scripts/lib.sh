@@ -43,7 +43,8 @@ need_build_tools() {
         /usr/include/CLI/CLI.hpp:libcli11-dev \
         /usr/include/stb/stb_image.h:libstb-dev \
         /usr/include/hwy/highway.h:libhwy-dev \
-        /usr/include/nlohmann/json.hpp:nlohmann-json3-dev
+        /usr/include/nlohmann/json.hpp:nlohmann-json3-dev \
+        /usr/include/boost/beast.hpp:libboost1.81-dev
 }
 
 need_windows_tools() {

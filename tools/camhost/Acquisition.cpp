@@ -15,6 +15,8 @@ namespace {
 
 using host::Outcome;
 
+constexpr std::size_t kMostIntervals = 8192;
+
 CommonParams ParamsOf(const host::Channel& channel, const Options& options)
 {
     const VideoChannelDescriptor& camera = channel.Descriptor();
@@ -56,6 +58,15 @@ std::uint64_t UsualInterval(std::vector<std::uint64_t> intervals)
 }
 
 } // namespace
+
+std::string CameraName(const host::Channel& channel, const std::vector<host::Channel>& all)
+{
+    const std::string serial = channel.SerialNumber();
+    const auto same = std::ranges::count(all, serial, &host::Channel::SerialNumber);
+    if (!serial.empty() && same == 1)
+        return serial;
+    return (serial.empty() ? "camera" : serial) + "-channel" + std::to_string(channel.Index());
+}
 
 Acquisition::Acquisition(const host::Channel& channel, std::string name, const Options& options)
     : channel_(channel), name_(std::move(name)), options_(options)
@@ -138,8 +149,18 @@ void Acquisition::StartOrTrigger()
     const Outcome outcome = channel_.StartAcquisition();
     Check(name_, outcome);
     startText_ = outcome.text;
-    deadline_ = Clock::now() +
-                std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options_.timeout));
+    AwaitNext(Clock::now());
+}
+
+void Acquisition::AwaitNext(Clock::time_point now)
+{
+    deadline_ =
+        now + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options_.timeout));
+}
+
+void Acquisition::TriggerImage()
+{
+    StartOrTrigger();
 }
 
 void Acquisition::Stop()
@@ -164,7 +185,7 @@ bool Acquisition::TakeImage(Image* image)
     std::uint32_t imageStatus = 0;
     Check(name_, channel_.GetImageAttributes(&image->attributes, &imageStatus));
     if (imageStatus != ImageStatusReady) {
-        if (Clock::now() > deadline_)
+        if (!options_.live && Clock::now() > deadline_)
             GiveUp();
         return false;
     }
@@ -194,13 +215,17 @@ bool Acquisition::TakeImage(Image* image)
         first_ = end_;
         firstTimestamp_ = now.timestamp;
     }
-    else if (!resumed_ && now.timestamp > last_.timestamp)
+    else if (!resumed_ && now.timestamp > last_.timestamp) {
         intervals_.push_back(now.timestamp - last_.timestamp);
+        if (intervals_.size() == kMostIntervals) { // however long it goes on
+            lostBefore_ = Lost();
+            intervals_.clear();
+        }
+    }
     last_ = now;
     resumed_ = false;
-    deadline_ =
-        end_ + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options_.timeout));
-    if (options_.trigger == Trigger::Manual && !Done())
+    AwaitNext(end_);
+    if (options_.trigger == Trigger::Manual && !options_.live && !Done())
         StartOrTrigger();
     return true;
 }
@@ -219,12 +244,12 @@ double Acquisition::Rate() const
 std::uint64_t Acquisition::Lost() const
 {
     if (options_.trigger != Trigger::Freerun || intervals_.empty())
-        return 0;
+        return lostBefore_;
     const std::uint64_t usual = UsualInterval(intervals_);
     std::uint64_t sent = 0;
     for (const std::uint64_t interval : intervals_)
         sent += (interval + usual / 2) / usual;
-    return sent > intervals_.size() ? sent - intervals_.size() : 0;
+    return lostBefore_ + (sent > intervals_.size() ? sent - intervals_.size() : 0);
 }
 
 std::string Acquisition::Progress() const

@@ -32,6 +32,10 @@ private:
     std::string short_;
 };
 
+// What distinguishes a camera from all the others: its serial number, unless it has none or another has the
+// same.
+std::string CameraName(const host::Channel& channel, const std::vector<host::Channel>& all);
+
 // All may throw Failure with the adapter's text. The camera is stopped at the latest when the object goes.
 class Acquisition
 {
@@ -44,6 +48,7 @@ public:
     Acquisition& operator=(const Acquisition&) = delete;
 
     void Start();
+    void TriggerImage(); // in the manual mode, where images are triggered one by one
     void Stop();
     void Abandon(); // stops it whatever comes of that
 
@@ -51,11 +56,13 @@ public:
     void Resume(const host::Channel& channel);
     const std::string& Name() const { return name_; }
 
-    // False when no image waits yet. Fails when none came within the time allowed since the one before.
-    // Triggers the next image in the manual mode.
+    // False when no image waits yet. Fails when none came within the time allowed since the one before, and
+    // triggers the next image in the manual mode; a live view does neither.
     bool TakeImage(Image* image);
 
-    bool Done() const { return taken_ >= options_.frames; }
+    bool Done() const { return !options_.live && taken_ >= options_.frames; }
+
+    std::uint64_t Lost() const; // by gaps in the time stamps
 
     std::string Progress() const; // short, for one of several on a line
     // `log`: of this run, after the stop.
@@ -69,11 +76,11 @@ private:
 
     void SetUp();
     void StartOrTrigger();
+    void AwaitNext(std::chrono::steady_clock::time_point now);
     void CheckExposure() const;
     [[noreturn]] void GiveUp() const;
     double Seconds() const;
     double Rate() const;
-    std::uint64_t Lost() const;
     std::string Losses(const OwnLog& log) const;
 
     host::Channel channel_;
@@ -84,7 +91,8 @@ private:
     int taken_ = 0;
     ImageAttributes last_ = {};
     std::uint64_t firstTimestamp_ = 0;
-    std::vector<std::uint64_t> intervals_; // between time stamps
+    std::vector<std::uint64_t> intervals_; // between the latest time stamps
+    std::uint64_t lostBefore_ = 0;         // as the earlier ones told
     std::string firstFile_, lastFile_;
     std::string startText_;                    // what the adapter had to report of a start that succeeded
     Clock::time_point first_, end_, deadline_; // of the first image, of the last one

@@ -69,7 +69,7 @@ CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const cha
     CLI::App* sub = app.add_subcommand(name, text);
     sub->final_callback([&options, command] { options.command = command; });
     if (command != Command::List && command != Command::Bench && command != Command::Log &&
-        command != Command::Doctor)
+        command != Command::Doctor && command != Command::View)
         sub->add_option("CHANNEL", options.channel, "The camera: its index or its serial number")->required();
     return sub;
 }
@@ -126,6 +126,25 @@ void AddGrab(CLI::App& app, Options& options, Words& words)
     grab->add_flag("--progress", options.progress, "Tell progress also when not on a terminal");
     grab->add_option("--contact-sheet", options.contactSheet, "PNG file with a small copy of every image")
         ->option_text("FILE");
+}
+
+void AddView(CLI::App& app, Options& options)
+{
+    CLI::App* view = AddCommand(app, options, Command::View, "view",
+                                "Shows live pictures, features, losses and the log in a browser");
+    view->footer(
+        "It prints an address that holds a secret: whoever knows it may see and set the cameras. It goes on\n"
+        "until Ctrl-C. docs/live-view.md tells what the page does, and the addresses for other programs.");
+    view->add_option("CHANNEL", options.channels,
+                     "Cameras to show, each by index or serial number; all without one");
+    view->add_option("--port", options.port, "Port to serve at; a free one without it")
+        ->check(CLI::Range(1, 65535))
+        ->option_text("PORT");
+    view->add_option("--listen", options.listen,
+                     "Address to serve at, for other machines too; nothing on the way is encrypted")
+        ->option_text("ADDRESS [127.0.0.1]");
+    view->add_flag("--read-only", options.readOnly, "The page shows and does not set anything");
+    view->add_flag("--no-browser", options.noBrowser, "Only prints the address");
 }
 
 void AddBench(CLI::App& app, Options& options)
@@ -237,6 +256,7 @@ std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int*
         ->option_text("FAULTS");
     AddFeatureCommands(app, options, words);
     AddGrab(app, options, words);
+    AddView(app, options);
     AddDoctor(app, options);
     AddLog(app, options);
     AddBench(app, options);

@@ -17,6 +17,7 @@ enum class Command
     Set,
     Run,
     Grab,
+    View,
     Bench,
     Log,
     Doctor
@@ -58,6 +59,7 @@ struct Options
     double timeout = 5; // seconds
     bool progress = false;
     bool reconnect = false;
+    bool live = false; // images are taken one after the other until someone stops it
     std::string contactSheet;
 
     std::string file; // a log; empty: the machine's own
@@ -69,6 +71,12 @@ struct Options
     std::string trace, html; // files
     std::optional<std::string> explain;
     bool noStart = false;
+
+    std::vector<std::string> channels; // to show; none: all
+    int port = 0;                      // 0: any free one
+    std::string listen = "127.0.0.1";
+    bool readOnly = false;
+    bool noBrowser = false;
 
     int rounds = 31;
     std::string results; // folder; empty: nothing is written

@@ -54,22 +54,12 @@ private:
     Clock::time_point next_ = Clock::now();
 };
 
-// Its serial number, unless it has none or another camera has the same.
-std::string NameOf(const host::Channel& channel, const std::vector<host::Channel>& all)
-{
-    const std::string serial = channel.SerialNumber();
-    const auto same = std::ranges::count(all, serial, &host::Channel::SerialNumber);
-    if (!serial.empty() && same == 1)
-        return serial;
-    return (serial.empty() ? "camera" : serial) + "-channel" + std::to_string(channel.Index());
-}
-
 // False when a camera went away again meanwhile.
 bool Resume(std::list<Acquisition>& acquisitions, const std::vector<host::Channel>& channels)
 try {
     for (Acquisition& acquisition : acquisitions)
         for (const host::Channel& channel : channels)
-            if (acquisition.Name() == NameOf(channel, channels))
+            if (acquisition.Name() == CameraName(channel, channels))
                 acquisition.Resume(channel);
     return true;
 }
@@ -102,7 +92,7 @@ void AwaitCameras(std::list<Acquisition>& acquisitions, const RestartAdapter& re
         for (const host::Channel& channel : channels)
             back += static_cast<std::size_t>(
                 std::ranges::count_if(acquisitions, [&](const Acquisition& acquisition) {
-                    return channel.Opened() && acquisition.Name() == NameOf(channel, channels);
+                    return channel.Opened() && acquisition.Name() == CameraName(channel, channels);
                 }));
         if (back == acquisitions.size() && Resume(acquisitions, channels))
             return;
@@ -154,7 +144,7 @@ void Run(const std::vector<host::Channel>& channels, const RestartAdapter& resta
 {
     std::list<Acquisition> acquisitions;
     for (const host::Channel& channel : channels)
-        acquisitions.emplace_back(channel, NameOf(channel, channels), options);
+        acquisitions.emplace_back(channel, CameraName(channel, channels), options);
     for (Acquisition& acquisition : acquisitions)
         acquisition.Start();
     {

@@ -19,8 +19,26 @@ std::size_t Pixels(const ImageAttributes& attributes)
     return static_cast<std::size_t>(attributes.width) * static_cast<std::size_t>(attributes.height);
 }
 
-// Bits of one sample, 8 for colour.
-unsigned Depth(std::int32_t pixelType)
+std::vector<std::uint8_t> EncodePgm(const Image& image)
+{
+    char header[64];
+    const int length =
+        std::snprintf(header, sizeof(header), "P5\n%d %d\n%u\n", image.attributes.width,
+                      image.attributes.height, (1u << SampleDepth(image.attributes.pixelType)) - 1);
+    std::vector<std::uint8_t> file(header, header + length);
+    const std::size_t count = Pixels(image.attributes);
+    file.reserve(file.size() + 2 * count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint16_t sample = SampleAt(image, i);
+        file.push_back(static_cast<std::uint8_t>(sample >> 8));
+        file.push_back(static_cast<std::uint8_t>(sample & 255));
+    }
+    return file;
+}
+
+} // namespace
+
+unsigned SampleDepth(std::int32_t pixelType)
 {
     switch (pixelType) {
     case PixelTypeMono10:
@@ -37,7 +55,7 @@ unsigned Depth(std::int32_t pixelType)
     }
 }
 
-std::uint16_t Sample(const Image& image, std::size_t i)
+std::uint16_t SampleAt(const Image& image, std::size_t i)
 {
     const std::uint8_t* bytes = image.bytes.data();
     if (image.attributes.pixelType == PixelTypeMono8)
@@ -59,24 +77,6 @@ std::vector<std::uint8_t> Interleaved(const Image& image)
             pixels[3 * i + plane] = image.bytes[plane * count + i];
     return pixels;
 }
-
-std::vector<std::uint8_t> EncodePgm(const Image& image)
-{
-    char header[64];
-    const int length = std::snprintf(header, sizeof(header), "P5\n%d %d\n%u\n", image.attributes.width,
-                                     image.attributes.height, (1u << Depth(image.attributes.pixelType)) - 1);
-    std::vector<std::uint8_t> file(header, header + length);
-    const std::size_t count = Pixels(image.attributes);
-    file.reserve(file.size() + 2 * count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::uint16_t sample = Sample(image, i);
-        file.push_back(static_cast<std::uint8_t>(sample >> 8));
-        file.push_back(static_cast<std::uint8_t>(sample & 255));
-    }
-    return file;
-}
-
-} // namespace
 
 std::size_t ImageBytes(const ImageAttributes& attributes)
 {
@@ -127,7 +127,7 @@ std::string ImageFileName(const Image& image)
             c = '_';
     char number[16];
     std::snprintf(number, sizeof(number), "_%04d", image.number);
-    return name + number + (Depth(image.attributes.pixelType) == 8 ? ".png" : ".pgm");
+    return name + number + (SampleDepth(image.attributes.pixelType) == 8 ? ".png" : ".pgm");
 }
 
 ColourImage MakeThumbnail(const Image& image, int side)
@@ -138,9 +138,9 @@ ColourImage MakeThumbnail(const Image& image, int side)
         pixels = Interleaved(image);
     }
     else {
-        const unsigned shift = Depth(a.pixelType) - 8;
+        const unsigned shift = SampleDepth(a.pixelType) - 8;
         for (std::size_t i = 0; i < Pixels(a); ++i)
-            pixels.insert(pixels.end(), 3, static_cast<std::uint8_t>(Sample(image, i) >> shift));
+            pixels.insert(pixels.end(), 3, static_cast<std::uint8_t>(SampleAt(image, i) >> shift));
     }
     const double scale = std::min(1.0, static_cast<double>(side) / std::max(a.width, a.height));
     ColourImage small;

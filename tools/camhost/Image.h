@@ -29,6 +29,15 @@ struct ColourImage
 // Bytes that GetImage writes for the pixel type, without what the camera may append.
 std::size_t ImageBytes(const ImageAttributes& attributes);
 
+// Bits of one sample; 8 for colour.
+unsigned SampleDepth(std::int32_t pixelType);
+
+// The sample at that place of a monochrome image, row by row.
+std::uint16_t SampleAt(const Image& image, std::size_t i);
+
+// Colour planes as pixels, red first.
+std::vector<std::uint8_t> Interleaved(const Image& image);
+
 // PNG for 8-bit and colour images. Deeper ones become binary PGM with the camera's own values: maxval is
 // 1023, 4095, 16383 or 65535, and packed samples are unpacked.
 std::vector<std::uint8_t> EncodeImage(const Image& image);

@@ -12,6 +12,7 @@
 #include "diagnosis/SdkFolder.h"
 #include "host/AdapterLibrary.h"
 #include "host/Utf8Path.h"
+#include "view/View.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -129,6 +130,15 @@ void Perform(const Options& options, const AdapterLibrary& library, const std::v
         if (channels.empty())
             throw Failure(ExitRefused, kNoCameras);
         return Grab(channels, restart, options);
+    }
+
+    if (options.command == Command::View) {
+        std::vector<Channel> shown;
+        for (const std::string& name : options.channels)
+            shown.push_back(FindChannel(channels, name));
+        if (channels.empty())
+            throw Failure(ExitRefused, kNoCameras);
+        return view::ShowLive(shown.empty() ? channels : shown, options);
     }
 
     const Channel& channel = FindChannel(channels, options.channel);
