@@ -1,3 +1,4 @@
+cmake_minimum_required(VERSION 3.25)
 # Writes what identifies a build. The number of commits comes from, in this order: MARAVEL_REVISION, the file that a
 # source archive has, the history. A shallow clone would count wrong, so its number is 0, which means unknown.
 set(revision 0)

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -30,6 +31,20 @@ public:
 private:
     std::int64_t channel_;
     std::string short_;
+};
+
+// What came of an acquisition.
+struct GrabResult
+{
+    std::int64_t channel = 0;
+    std::string camera;
+    int images = 0, width = 0, height = 0;
+    double seconds = 0, rate = 0; // from the first image to the last one, without the times when it was gone
+    std::optional<std::uint64_t> lost = {}; // of a free-running camera
+    bool byFrameNumbers = false;            // `lost` is exact; else a guess from the time stamps
+    int interruptions = 0;
+    double secondsGone = 0;
+    std::string firstFile, lastFile; // in the folder
 };
 
 // All may throw Failure with the adapter's text. The camera is stopped at the latest when the object goes.
@@ -59,7 +74,7 @@ public:
 
     std::string Progress() const; // short, for one of several on a line
     // `log`: of this run, after the stop.
-    std::string Summary(const OwnLog& log) const;
+    GrabResult Result(const OwnLog& log) const;
 
     // The first image and the last one; none when there are not two.
     std::set<OwnLog::Frame> Ends() const;
@@ -74,7 +89,6 @@ private:
     double Seconds() const;
     double Rate() const;
     std::uint64_t Lost() const;
-    std::string Losses(const OwnLog& log) const;
 
     host::Channel channel_;
     const std::string name_;
@@ -92,5 +106,8 @@ private:
     int interruptions_ = 0;
     Clock::duration gone_{};
 };
+
+// For a person, on one line.
+std::string Summary(const GrabResult& result, const Options& options);
 
 } // namespace maravel::camhost
