@@ -1,5 +1,5 @@
-#include "core/FeatureNameIndex.h"
 #include "bench/PathBench.h"
+#include "core/FeatureNameIndex.h"
 
 #include <cstring>
 #include <deque>

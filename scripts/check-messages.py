@@ -39,7 +39,7 @@ def documented_texts():
 
 def becomes(source):
     """A pattern for what a text of the source becomes when its words are left to values."""
-    return re.compile("^" + r"(?:%\w+|[\w .'>-]+?)".join(map(re.escape, source.split("%s"))) + "$")
+    return re.compile("^" + r"(?:%\w+|[\w .'>=:-]+?)".join(map(re.escape, source.split("%s"))) + "$")
 
 
 def main():

@@ -49,8 +49,7 @@ struct YuvLayout
     std::size_t bytes;
     std::uint8_t u, v;
     std::uint8_t y[4];
-    std::uint8_t near[3][kBlock];
-    std::uint8_t far[3][kBlock];
+    std::uint8_t tables[2][3][kBlock];
 };
 
 // How a colour is made of Y, U - 128 and V - 128. Everything is words, so that one instruction multiplies,

@@ -1,7 +1,8 @@
 // The row kernels in the vectors of Highway, which compiles this file once for each instruction set and
 // includes it again for that. Only headers of Highway are used, so that the same code serves both systems.
 // Everything between the two marks of the namespace is compiled for a processor that may not be at hand:
-// nothing there may be shared with other code, templates of the standard library included.
+// nothing there may be shared with other code, templates of the standard library included. That is why it is
+// one file.
 #include "imagetransform/RowKernels.h"
 
 #include <cstring>
@@ -169,18 +170,18 @@ std::size_t Order(const ChannelOrder& order, const std::uint8_t* source, std::si
 template <bool both>
 struct YuvReader
 {
-    Bytes near, far;
+    Bytes tables[2];
 
     HWY_INLINE YuvReader(const YuvLayout& layout, std::size_t which)
-        : near(LoadTable(layout.near[which])), far(LoadTable(layout.far[which]))
+        : tables{LoadTable(layout.tables[0][which]), LoadTable(layout.tables[1][which])}
     {
     }
 
     HWY_INLINE Words operator()(Bytes first, Bytes second) const
     {
-        const Bytes bytes = hn::TableLookupBytesOr0(first, near);
+        const Bytes bytes = hn::TableLookupBytesOr0(first, tables[0]);
         if constexpr (both)
-            return hn::BitCast(kWords, hn::Or(bytes, hn::TableLookupBytesOr0(second, far)));
+            return hn::BitCast(kWords, hn::Or(bytes, hn::TableLookupBytesOr0(second, tables[1])));
         return hn::BitCast(kWords, bytes);
     }
 };

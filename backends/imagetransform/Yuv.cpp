@@ -9,17 +9,17 @@ constexpr YuvLayout GroupOf(YuvOrder order)
 {
     switch (order) {
     case YuvOrder::UYV:
-        return {.pixels = 1, .bytes = 3, .u = 0, .v = 2, .y = {1}, .near = {}, .far = {}};
+        return {.pixels = 1, .bytes = 3, .u = 0, .v = 2, .y = {1}, .tables = {}};
     case YuvOrder::YUV:
-        return {.pixels = 1, .bytes = 3, .u = 1, .v = 2, .y = {0}, .near = {}, .far = {}};
+        return {.pixels = 1, .bytes = 3, .u = 1, .v = 2, .y = {0}, .tables = {}};
     case YuvOrder::UYVY:
-        return {.pixels = 2, .bytes = 4, .u = 0, .v = 2, .y = {1, 3}, .near = {}, .far = {}};
+        return {.pixels = 2, .bytes = 4, .u = 0, .v = 2, .y = {1, 3}, .tables = {}};
     case YuvOrder::YUYV:
-        return {.pixels = 2, .bytes = 4, .u = 1, .v = 3, .y = {0, 2}, .near = {}, .far = {}};
+        return {.pixels = 2, .bytes = 4, .u = 1, .v = 3, .y = {0, 2}, .tables = {}};
     case YuvOrder::UYYVYY:
-        return {.pixels = 4, .bytes = 6, .u = 0, .v = 3, .y = {1, 2, 4, 5}, .near = {}, .far = {}};
+        return {.pixels = 4, .bytes = 6, .u = 0, .v = 3, .y = {1, 2, 4, 5}, .tables = {}};
     case YuvOrder::YYUYYV:
-        return {.pixels = 4, .bytes = 6, .u = 2, .v = 5, .y = {0, 1, 3, 4}, .near = {}, .far = {}};
+        return {.pixels = 4, .bytes = 6, .u = 2, .v = 5, .y = {0, 1, 3, 4}, .tables = {}};
     }
     return {};
 }
@@ -84,11 +84,12 @@ YuvLayout YuvLayoutOf(YuvOrder order)
         const std::size_t bytes[] = {group + layout.y[pixel % layout.pixels], group + layout.u,
                                      group + layout.v};
         for (std::size_t i = 0; i < 3; ++i) {
-            const bool isNear = bytes[i] < kBlock;
-            layout.near[i][2 * pixel] = layout.far[i][2 * pixel] = kNoByte;
-            layout.near[i][2 * pixel + 1] = isNear ? static_cast<std::uint8_t>(bytes[i]) : kNoByte;
-            layout.far[i][2 * pixel + 1] =
-                isNear ? kNoByte : static_cast<std::uint8_t>(bytes[i] - YuvLayout::farBytes);
+            std::uint8_t* const first = &layout.tables[0][i][2 * pixel];
+            std::uint8_t* const second = &layout.tables[1][i][2 * pixel];
+            const bool inFirst = bytes[i] < kBlock;
+            first[0] = second[0] = kNoByte;
+            first[1] = inFirst ? static_cast<std::uint8_t>(bytes[i]) : kNoByte;
+            second[1] = inFirst ? kNoByte : static_cast<std::uint8_t>(bytes[i] - YuvLayout::farBytes);
         }
     }
     return layout;

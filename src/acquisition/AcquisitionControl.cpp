@@ -132,9 +132,10 @@ void GiveBackYoungest(const ChannelCall& call, std::size_t kept)
         }
         const ZvkError_t result =
             call.api.ZvkCaptureFrameQueue(call.channel.cameraHandle, frame, &FrameReceivedCallback);
-        WriteLog(__LINE__,
-                 "%s: WARNING. A frame came although AcquisitionStart failed. We queue it again: %s (%d). ChannelID=%lld.\n",
-                 kStart, ErrorCodeName(result), result, call.channelID);
+        WriteLog(
+            __LINE__,
+            "%s: WARNING. A frame came although AcquisitionStart failed. We queue it again: %s (%d). ChannelID=%lld.\n",
+            kStart, ErrorCodeName(result), result, call.channelID);
     }
 }
 

@@ -1,3 +1,4 @@
+// The memory that a channel streams into. Host threads under g_adapterMutex.
 #pragma once
 
 #include "core/AdapterState.h"

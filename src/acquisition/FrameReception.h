@@ -1,3 +1,4 @@
+// What becomes of a frame when the SDK has filled it. The SDK's threads.
 #pragma once
 
 #include "sdk/ZvkTypes.h"

@@ -88,7 +88,8 @@ public:
             return;
         }
         ForgetCamera(channel, Patience::Endless);
-        LogCameraClosed(__LINE__, kName, opening_.channelIndex, opening_.camera);
+        WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", kName,
+                 opening_.channelIndex, opening_.ModelName(), opening_.CameraId());
     }
 
     bool IsOpen() const noexcept { return isOpen_; }
@@ -99,10 +100,26 @@ private:
     bool isOpen_ = false;
 };
 
-// A copy of an SDK's text that lives as long as the channel's feature list.
-const char* Keep(VideoChannelData& channel, const char* text)
+// Puts copies of the list's texts in the place of the SDK's own.
+void KeepTexts(VideoChannelData& channel)
 {
-    return text != nullptr ? channel.featureTexts.emplace_back(text).c_str() : nullptr;
+    std::size_t size = 0;
+    for (const ZvkFeatureInfo_t& feature : channel.featureInfo) {
+        size += std::strlen(TextOrEmpty(feature.name)) + std::strlen(TextOrEmpty(feature.description)) + 2;
+    }
+    channel.featureTexts = std::make_unique<char[]>(size);
+    char* next = channel.featureTexts.get();
+    const auto keep = [&next](const char*& text) {
+        if (text != nullptr) {
+            const std::size_t length = std::strlen(text) + 1;
+            text = static_cast<const char*>(std::memcpy(next, text, length));
+            next += length;
+        }
+    };
+    for (ZvkFeatureInfo_t& feature : channel.featureInfo) {
+        keep(feature.name);
+        keep(feature.description);
+    }
 }
 
 // Reads the camera's feature list into the channel.
@@ -126,7 +143,6 @@ bool ReadFeatureList(const Opening& opening)
     }
     channel.featureNames.Clear();
     channel.featureCount = 0;
-    channel.featureTexts.clear();
     channel.featureInfo.assign(count, {});
     std::uint32_t listed = 0;
     result = opening.api.ZvkFeaturesList(channel.cameraHandle, channel.featureInfo.data(), count, &listed,
@@ -138,10 +154,7 @@ bool ReadFeatureList(const Opening& opening)
     // A list that has grown meanwhile is cut to what was given room.
     channel.featureCount = std::min(listed, count);
     channel.featureInfo.resize(channel.featureCount);
-    for (ZvkFeatureInfo_t& feature : channel.featureInfo) {
-        feature.name = Keep(channel, feature.name);
-        feature.description = Keep(channel, feature.description);
-    }
+    KeepTexts(channel);
     channel.featureNames.Build(channel.featureInfo.data(), channel.featureInfo.size());
     return true;
 }

@@ -15,72 +15,54 @@ struct ClosingRoutine
     Patience patience;
 };
 
-struct OpenChannel
-{
-    const CZorvikAPIAccess& api;
-    VideoChannelData& channel;
-    const ZvkCameraInfo_t& camera;
-    int index;
-};
-
 // Ends a running acquisition. Failures are logged; what follows is tried all the same.
-void StopStreaming(const ClosingRoutine& routine, const OpenChannel& open)
+void StopStreaming(const ClosingRoutine& routine, const CZorvikAPIAccess& api, VideoChannelData& channel,
+                   int channelIndex)
 {
-    const ZvkHandle_t camera = open.channel.cameraHandle;
-    if (open.api.ZvkFeatureCommandRun(camera, "AcquisitionStop") != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: channelID=%d. AcquisitionStop FAILED.\n", routine.name, open.index);
+    if (api.ZvkFeatureCommandRun(channel.cameraHandle, "AcquisitionStop") != ZvkErrorSuccess) {
+        WriteLog(__LINE__, "%s: channelID=%d. AcquisitionStop FAILED.\n", routine.name, channelIndex);
     }
     {
         const MutexLock lock(g_frameMutex, routine.patience);
-        g_acquiringCameras.erase(camera);
+        g_acquiringCameras.erase(channel.cameraHandle);
     }
-    if (open.api.ZvkCaptureEnd(camera) != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: channelID=%d. ZvkCaptureEnd FAILED.\n", routine.name, open.index);
+    if (api.ZvkCaptureEnd(channel.cameraHandle) != ZvkErrorSuccess) {
+        WriteLog(__LINE__, "%s: channelID=%d. ZvkCaptureEnd FAILED.\n", routine.name, channelIndex);
     }
     else {
-        open.channel.bCaptureRunning = false;
+        channel.bCaptureRunning = false;
     }
 }
 
-void TakeFramesBack(const ClosingRoutine& routine, const OpenChannel& open)
+// Notes whether a step took something back; `held` is what it ends.
+void NoteTakenBack(unsigned line, const ClosingRoutine& routine, std::uint32_t channelIndex, const char* step,
+                   ZvkError_t result, bool& held)
 {
-    const auto channelID = static_cast<long long>(open.index);
-    if (open.api.ZvkCaptureQueueFlush(open.channel.cameraHandle) == ZvkErrorSuccess) {
-        open.channel.bFramesQueued = false;
+    if (result == ZvkErrorSuccess) {
+        held = false;
+        return;
     }
-    else if (routine.isRelease) {
-        WriteLog(__LINE__, "%s: channelID=%lld. ZvkCaptureQueueFlush FAILED.\n", routine.name, channelID);
-    }
-    else {
-        WriteLog(__LINE__, "%s: channelID:%lld. ZvkCaptureQueueFlush FAILED.\n", routine.name, channelID);
-    }
-    if (open.api.ZvkFrameRevokeAll(open.channel.cameraHandle) == ZvkErrorSuccess) {
-        open.channel.bFramesAnnounced = false;
-    }
-    else if (routine.isRelease) {
-        WriteLog(__LINE__, "%s: channelID=%lld. ZvkFrameRevokeAll FAILED.\n", routine.name, channelID);
-    }
-    else {
-        WriteLog(__LINE__, "%s: channelID:%lld. ZvkFrameRevokeAll FAILED.\n", routine.name, channelID);
-    }
+    WriteLog(line, "%s: channelID%s%lld. %s FAILED.\n", routine.name, routine.isRelease ? "=" : ":",
+             static_cast<long long>(channelIndex), step);
 }
 
-void CloseCamera(const ClosingRoutine& routine, const OpenChannel& open)
+// Stops the channel's camera, takes its frames back, and closes it.
+void EndChannel(const ClosingRoutine& routine, const CZorvikAPIAccess& api, CAdapterData& data,
+                std::uint32_t channelIndex)
 {
-    VideoChannelData& channel = open.channel;
+    VideoChannelData& channel = data.channels[channelIndex];
+    const ZvkHandle_t camera = channel.cameraHandle;
     if (channel.bAcquisitionStarted || channel.bCaptureRunning) {
-        StopStreaming(routine, open);
+        StopStreaming(routine, api, channel, static_cast<int>(channelIndex));
     }
-    TakeFramesBack(routine, open);
+    NoteTakenBack(__LINE__, routine, channelIndex, "ZvkCaptureQueueFlush", api.ZvkCaptureQueueFlush(camera),
+                  channel.bFramesQueued);
+    NoteTakenBack(__LINE__, routine, channelIndex, "ZvkFrameRevokeAll", api.ZvkFrameRevokeAll(camera),
+                  channel.bFramesAnnounced);
     if (channel.bAcquisitionStarted) {
         ForgetFrames(channel, routine.patience);
     }
-    if (open.api.ZvkCameraClose(channel.cameraHandle) != ZvkErrorSuccess) {
-        LogCameraCloseFailed(__LINE__, routine.name, open.index, open.camera);
-        return;
-    }
-    ForgetCamera(channel, routine.patience);
-    LogCameraClosed(__LINE__, routine.name, open.index, open.camera);
+    CloseCamera(api, data, channelIndex, routine.name, routine.patience);
 }
 
 bool IsAnyCameraOpen(const CAdapterData& data)
@@ -96,8 +78,8 @@ bool IsAnyCameraOpen(const CAdapterData& data)
 std::int32_t Release(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
 {
     if (call.channel.cameraHandle != nullptr) {
-        CloseCamera({call.operation, true, Patience::Endless},
-                    {call.api, call.channel, call.camera, call.ChannelNumber()});
+        EndChannel({call.operation, true, Patience::Endless}, call.api, call.data,
+                   static_cast<std::uint32_t>(call.channelID));
     }
     if (!IsAnyCameraOpen(call.data)) {
         ShutdownAdapter(Patience::Endless);
@@ -122,8 +104,7 @@ void CloseAllCameras(const char* routine, Patience patience) noexcept
     }
     for (std::uint32_t i = 0; i < g_adapterData->cameraCount; ++i) {
         if (g_adapterData->channels[i].cameraHandle != nullptr) {
-            CloseCamera({routine, false, patience}, {*g_apiAccess, g_adapterData->channels[i],
-                                                     g_adapterData->cameras[i], static_cast<int>(i)});
+            EndChannel({routine, false, patience}, *g_apiAccess, *g_adapterData, i);
         }
     }
 }

@@ -9,18 +9,6 @@ namespace {
 
 constexpr const char* kName = "GetVideoChannel";
 
-// Closes the camera of a channel whose opening failed, once more and with whatever handle the record holds.
-void CloseAfterFailedOpening(VideoChannelData& channel, const ZvkCameraInfo_t& camera,
-                             std::int32_t channelIndex) MARAVEL_REQUIRES(g_adapterMutex)
-{
-    if (g_apiAccess->ZvkCameraClose(channel.cameraHandle) != ZvkErrorSuccess) {
-        LogCameraCloseFailed(__LINE__, kName, channelIndex, camera);
-        return;
-    }
-    ForgetCamera(channel, Patience::Endless); // it may have been the camera of a stream
-    LogCameraClosed(__LINE__, kName, channelIndex, camera);
-}
-
 std::int32_t HandOut(char* errorText, std::int32_t channelIndex, VideoChannelDescriptor& descriptor)
     MARAVEL_REQUIRES(g_adapterMutex)
 {
@@ -36,8 +24,7 @@ std::int32_t HandOut(char* errorText, std::int32_t channelIndex, VideoChannelDes
         ReportError(__LINE__, errorText, "%s: ERROR. Invalid AdapterData pointer.", kName);
         return MARAVEL_FAILURE;
     }
-    VideoChannelData* channel = FindChannel(channelIndex);
-    if (channel == nullptr) {
+    if (FindChannel(channelIndex) == nullptr) {
         WriteLog(__LINE__, "%s: No further video channels found!\n", kName);
         return MARAVEL_FAILURE;
     }
@@ -47,8 +34,10 @@ std::int32_t HandOut(char* errorText, std::int32_t channelIndex, VideoChannelDes
         descriptor.openResult = 0;
         return MARAVEL_SUCCESS;
     }
-    const ZvkCameraInfo_t& camera = g_adapterData->cameras[static_cast<std::size_t>(channelIndex)];
-    CloseAfterFailedOpening(*channel, camera, channelIndex);
+    // Once more: it may also have been open before, and its stream goes with it.
+    const auto index = static_cast<std::uint32_t>(channelIndex);
+    CloseCamera(*g_apiAccess, *g_adapterData, index, kName, Patience::Endless);
+    const ZvkCameraInfo_t& camera = g_adapterData->cameras[index];
     ReportError(__LINE__, errorText, "%s: Unable to open cameraID %d (%s [%s]).", kName, channelIndex,
                 TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
     descriptor.openResult = 1;

@@ -1,3 +1,4 @@
+// Which trigger model the host program works with. Host threads under g_adapterMutex.
 #pragma once
 
 #include <array>

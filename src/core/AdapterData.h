@@ -8,7 +8,6 @@
 #include "sdk/ZvkTypes.h"
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <string>
 #include <vector>
@@ -44,7 +43,7 @@ struct VideoChannelData
     ZvkHandle_t cameraHandle = nullptr; // null: the camera is not open
     // The SDK's list, its names and descriptions copied: an SDK need not keep them once the camera is closed.
     std::vector<ZvkFeatureInfo_t> featureInfo;
-    std::deque<std::string> featureTexts;
+    std::unique_ptr<char[]> featureTexts;              // one behind the other, each with its null
     std::uint32_t featureCount = 0;                    // entries of featureInfo
     FeatureNameIndex featureNames;                     // into featureInfo
     std::vector<CompatibleFeature> compatibleFeatures; // ascending by name, byte order

@@ -65,18 +65,6 @@ void LogAvailability(unsigned line, const char* routine, const VideoChannelData&
         channel.bTriggerActivationAvail, channel.bExposureModeAvail, channel.bTriggerModeAvail);
 }
 
-void LogCameraClosed(unsigned line, const char* routine, int channelIndex, const ZvkCameraInfo_t& camera)
-{
-    WriteLog(line, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", routine, channelIndex,
-             TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
-}
-
-void LogCameraCloseFailed(unsigned line, const char* routine, int channelIndex, const ZvkCameraInfo_t& camera)
-{
-    WriteLog(line, "%s: ZvkCameraClose FAILED. channelID %d (%s [%s])\n", routine, channelIndex,
-             TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
-}
-
 void ForgetFrames(VideoChannelData& channel, Patience patience)
 {
     channel.bAcquisitionStarted = false;
@@ -97,6 +85,22 @@ void ForgetCamera(VideoChannelData& channel, Patience patience)
     channel.bCaptureRunning = false;
     channel.bFramesQueued = false;
     ForgetFrames(channel, patience);
+}
+
+void CloseCamera(const CZorvikAPIAccess& api, CAdapterData& data, std::uint32_t channelIndex,
+                 const char* routine, Patience patience)
+{
+    VideoChannelData& channel = data.channels[channelIndex];
+    const char* modelName = TextOrEmpty(data.cameras[channelIndex].modelName);
+    const char* cameraId = TextOrEmpty(data.cameras[channelIndex].cameraIdString);
+    if (api.ZvkCameraClose(channel.cameraHandle) != ZvkErrorSuccess) {
+        WriteLog(__LINE__, "%s: ZvkCameraClose FAILED. channelID %d (%s [%s])\n", routine,
+                 static_cast<int>(channelIndex), modelName, cameraId);
+        return;
+    }
+    ForgetCamera(channel, patience);
+    WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", routine,
+             static_cast<int>(channelIndex), modelName, cameraId);
 }
 
 CommandEnd AwaitCommand(const CZorvikAPIAccess& api, ZvkHandle_t handle, const char* name,

@@ -23,17 +23,17 @@ void GigEAdjustPacketSize(const CZorvikAPIAccess& api, ZvkHandle_t cameraHandle)
 // Logs which of the features that decide how a channel is configured its camera has.
 void LogAvailability(unsigned line, const char* routine, const VideoChannelData& channel);
 
-// Logs how ZvkCameraClose ended for a channel's camera, under the routine's name.
-void LogCameraClosed(unsigned line, const char* routine, int channelIndex, const ZvkCameraInfo_t& camera);
-void LogCameraCloseFailed(unsigned line, const char* routine, int channelIndex,
-                          const ZvkCameraInfo_t& camera);
-
 // Forgets what the channel received and counted since its start, and that it was started.
 void ForgetFrames(VideoChannelData& channel, Patience patience);
 
-// After the SDK closed the channel's camera, with everything that belonged to it: forgets the handle, the
-// camera's place among the acquiring ones, and all of a stream, so that the next set-up and start begin anew.
+// Forgets a camera that the SDK closed, with everything that belonged to it: the handle, its place among the
+// acquiring ones, and all of a stream, so that the next set-up and start begin anew.
 void ForgetCamera(VideoChannelData& channel, Patience patience);
+
+// Closes the channel's camera, with whatever handle the record holds, and logs under the routine's name how
+// that went. A camera that does not close keeps its handle.
+void CloseCamera(const CZorvikAPIAccess& api, CAdapterData& data, std::uint32_t channelIndex,
+                 const char* routine, Patience patience);
 
 enum class CommandEnd
 {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <exception>
+#include <new>
 
 namespace maravel {
 
@@ -41,6 +43,30 @@ void ReportNoSuchChannel(const HostEntry& entry, char* errorText, std::int64_t c
 }
 
 } // namespace
+
+std::int32_t RunGuarded(unsigned line, const char* operation, char* errorText, std::int32_t (*body)(void*),
+                        void* context) noexcept
+{
+    if (g_adapterMutex.IsHeldHere() || g_frameMutex.IsHeldHere()) {
+        ReportError(line, errorText, "%s: ERROR. Called from inside another call of the same thread.",
+                    operation);
+        return MARAVEL_FAILURE;
+    }
+    const MutexLock lock(g_adapterMutex);
+    try {
+        return body(context);
+    }
+    catch (const std::bad_alloc&) {
+        ReportError(line, errorText, "%s: ERROR. Out of memory.", operation);
+    }
+    catch (const std::exception& exception) {
+        ReportError(line, errorText, "%s: ERROR. Unexpected failure: %s", operation, exception.what());
+    }
+    catch (...) {
+        ReportError(line, errorText, "%s: ERROR. Unexpected failure.", operation);
+    }
+    return MARAVEL_FAILURE;
+}
 
 VideoChannelData* AdmitCall(const HostEntry& entry, char* errorText, std::int64_t channelID,
                             std::initializer_list<const void*> pointers) noexcept

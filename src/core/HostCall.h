@@ -7,9 +7,7 @@
 #include "maravel/VideoChannel.h"
 
 #include <cstdint>
-#include <exception>
 #include <initializer_list>
-#include <new>
 
 namespace maravel {
 
@@ -60,28 +58,16 @@ VideoChannelData* AdmitCall(const HostEntry& entry, char* errorText, std::int64_
 // text, and answers a call that comes from inside another call of the same thread (an SDK function that lets
 // the host's timers run) at once, since it could only wait for itself. An entry whose interface has no text
 // passes null.
+std::int32_t RunGuarded(unsigned line, const char* operation, char* errorText, std::int32_t (*body)(void*),
+                        void* context) noexcept;
+
 template <class Body>
 std::int32_t Guarded(unsigned line, const char* operation, char* errorText, Body body) noexcept
 {
-    if (g_adapterMutex.IsHeldHere() || g_frameMutex.IsHeldHere()) {
-        ReportError(line, errorText, "%s: ERROR. Called from inside another call of the same thread.",
-                    operation);
-        return MARAVEL_FAILURE;
-    }
-    const MutexLock lock(g_adapterMutex);
-    try {
-        return body();
-    }
-    catch (const std::bad_alloc&) {
-        ReportError(line, errorText, "%s: ERROR. Out of memory.", operation);
-    }
-    catch (const std::exception& exception) {
-        ReportError(line, errorText, "%s: ERROR. Unexpected failure: %s", operation, exception.what());
-    }
-    catch (...) {
-        ReportError(line, errorText, "%s: ERROR. Unexpected failure.", operation);
-    }
-    return MARAVEL_FAILURE;
+    return RunGuarded(
+        line, operation, errorText,
+        [](void* context) MARAVEL_REQUIRES(g_adapterMutex) { return (*static_cast<Body*>(context))(); },
+        &body);
 }
 
 // The same for an entry whose text buffer the host owes.

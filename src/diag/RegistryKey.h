@@ -1,3 +1,4 @@
+// A registry key that is closed by itself. Host threads under g_adapterMutex.
 #pragma once
 
 #include "platform/Win32.h"

@@ -58,7 +58,13 @@ protected:
             }
             const CommonParams params = Params(1, 0);
             Note(channel.SetupCommonParams(text(), id, &params));
-            Note(channel.StartAcquisition(text(), id));
+            const std::int32_t started = channel.StartAcquisition(text(), id);
+            if (started != MARAVEL_SUCCESS && !areFramesNamed_) {
+                areFramesNamed_ |=
+                    CountInLog("AllocateVideoBuffers: ERROR. channelID=0. No memory for frames of "
+                               "3072 bytes.") != 0;
+            }
+            Note(started);
             for (int frame = 0; frame < 3; ++frame) {
                 sdk.SimEmitFrame(static_cast<std::uint32_t>(id), nullptr);
                 ImageAttributes attributes = {};
@@ -87,6 +93,7 @@ protected:
     std::int64_t (*allocationsAlive_)() = nullptr;
     int failures_ = 0;
     bool isMemoryNamed_ = false;
+    bool areFramesNamed_ = false;
 };
 
 TEST_F(AllocationTest, NothingIsKept)
@@ -166,6 +173,7 @@ TEST_F(AllocationTest, EveryAllocationMayFail)
         }
     }
     EXPECT_TRUE(isMemoryNamed_) << "no channel said why it did not open";
+    EXPECT_TRUE(areFramesNamed_) << "no start said that it had no memory for frames";
     std::printf("allocation fault points: %lld\n", static_cast<long long>(points));
     ExpectViolations(); // a failed opening closes its camera twice
 }

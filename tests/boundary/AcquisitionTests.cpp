@@ -388,7 +388,7 @@ TEST_F(AcquisitionTest, FramesThatComeBeforeTheStartReturnsAreKeptUnlessItFails)
     EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=0 (Complete=0, Incomplete=0)"), 1);
 }
 
-TEST_F(AcquisitionTest, AStartThatSucceedsThoughNothingIsCapturedSaysSo)
+TEST_F(AcquisitionTest, AStartThatCapturesNothingIsLogged)
 {
     ExpectErrors();
     const struct
@@ -583,7 +583,7 @@ TEST_F(AcquisitionTest, CallbacksThatMakeNoSense)
     EXPECT_EQ(sdk.State().queuedFrames, 16u);
 }
 
-TEST_F(AcquisitionTest, ALateCallbackFindsNothingToDisturb)
+TEST_F(AcquisitionTest, LateAndRepeatedCallbacksAreDropped)
 {
     ExpectErrors();
     Stream(0);

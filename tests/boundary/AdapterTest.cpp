@@ -1,5 +1,7 @@
 #include "boundary/AdapterTest.h"
 
+#include "support/Cameras.h"
+
 #include <algorithm>
 #include <cstring>
 #include <fstream>
@@ -9,50 +11,16 @@
 
 namespace maravel::test {
 
-const char* const kTestCameras = R"(
-[[camera]]
-id = "T0"
-model = "Mono"
-vendor = "Tests"
-serial = "S-0"
-interface = "GigE"
-transport_vendor = "The Halvane Layer"
-width = 64
-height = 48
-pixel_formats = ["Mono8", "Mono10", "Mono12", "Mono12Packed", "Mono14", "Mono16"]
-frame_rate = 100.0
-exposure_us = 1000.0
-source = "manual"
-
-[[camera]]
-id = "T1"
-model = "Color"
-vendor = "Tests"
-serial = "S-1"
-interface = "USB3"
-transport_vendor = "Others"
-width = 32
-height = 16
-pixel_formats = ["RGB8", "BGR8", "BayerRG8", "YUV422_8_UYVY", "Mono8"]
-frame_rate = 100.0
-exposure_us = 1000.0
-source = "manual"
-
-[[camera]]
-id = "T2"
-model = "Old"
-vendor = "Tests"
-serial = "S-2"
-interface = "GigE"
-transport_vendor = "Others"
-width = 64
-height = 48
-pixel_formats = ["Mono8"]
-frame_rate = 100.0
-exposure_us = 2000.0
-generation = "legacy"
-source = "manual"
-)";
+const std::string kTestCameras =
+    CameraText("T0", "Mono", "GigE", 64, 48, kMonoFormats,
+               std::string(kManualSource) +
+                   "vendor = \"Tests\"\nserial = \"S-0\"\ntransport_vendor = \"The Halvane Layer\"\n") +
+    CameraText("T1", "Color", "USB3", 32, 16, R"("RGB8", "BGR8", "BayerRG8", "YUV422_8_UYVY", "Mono8")",
+               std::string(kManualSource) +
+                   "vendor = \"Tests\"\nserial = \"S-1\"\ntransport_vendor = \"Others\"\n") +
+    CameraText("T2", "Old", "GigE", 64, 48, R"("Mono8")",
+               "frame_rate = 100.0\nexposure_us = 2000.0\nsource = \"manual\"\ngeneration = \"legacy\"\n"
+               "vendor = \"Tests\"\nserial = \"S-2\"\ntransport_vendor = \"Others\"\n");
 
 AdapterTest::AdapterTest(std::string adapterFile) : adapterFile_(std::move(adapterFile))
 {
@@ -176,7 +144,7 @@ void AdapterTest::ResetSdk()
 {
     sdk.SimReset();
     sdk.SimTransformReset();
-    sdk.SimSetDescription(kTestCameras);
+    sdk.SimSetDescription(kTestCameras.c_str());
 }
 
 void AdapterTest::DeliverFrames(std::uint32_t camera, int count)

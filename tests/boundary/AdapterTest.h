@@ -20,7 +20,7 @@ namespace maravel::test {
 
 // Three small cameras that send only what a test emits. 0: GigE, monochrome, of the maker's transport layer;
 // 1: USB3, colour; 2: an old one without TriggerSource.
-extern const char* const kTestCameras;
+extern const std::string kTestCameras;
 
 // Every test begins with a fresh load of the adapter and ends with its unloading, after which nothing may be
 // left: no camera open, no frame announced, no call that the SDK found wrong, no error in the log that the

@@ -320,7 +320,7 @@ TEST_F(ConfigurationTest, UnreadableMaximaOnlyWarnInTheLog)
 
 TEST_F(ConfigurationTest, ACameraWithoutOffsets)
 {
-    const std::string description = std::string(kTestCameras) + "remove = [\"OffsetX\"]\n";
+    const std::string description = kTestCameras + "remove = [\"OffsetX\"]\n";
     sdk.SimSetDescription(description.c_str());
     ExpectErrors();
     Open();
@@ -340,7 +340,7 @@ TEST_F(ConfigurationTest, ACameraWithoutOffsets)
 
 TEST_F(ConfigurationTest, ACameraWithoutTriggerModeIsNotAskedForIt)
 {
-    const std::string description = std::string(kTestCameras) + "remove = [\"TriggerMode\"]\n";
+    const std::string description = kTestCameras + "remove = [\"TriggerMode\"]\n";
     sdk.SimSetDescription(description.c_str());
     Open();
     sdk.SimClearCalls();

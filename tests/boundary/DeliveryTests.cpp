@@ -111,7 +111,7 @@ TEST_F(DeliveryTest, AttributesHoldTheFramesOwnFields)
     EXPECT_EQ(next->width, 64);
 }
 
-TEST_F(DeliveryTest, WithNothingToDeliverBothAnswerPending)
+TEST_F(DeliveryTest, AnEmptyFifoAnswersPending)
 {
     Stream(0);
     Guarded<ImageAttributes> attributes;
@@ -166,7 +166,7 @@ TEST_F(DeliveryTest, AFormatWithoutConversionEmptiesTheConversion)
     EXPECT_EQ(sdk.SimTransformCallCount("ZvkImageTransform"), transforms);
 }
 
-TEST_F(DeliveryTest, AFrameThatCannotBeTransformedIsLostAndItsBufferIsNot)
+TEST_F(DeliveryTest, AFrameThatCannotBeTransformedIsQueuedAgain)
 {
     ExpectErrors();
     struct Row
@@ -192,7 +192,7 @@ TEST_F(DeliveryTest, AFrameThatCannotBeTransformedIsLostAndItsBufferIsNot)
     }
 }
 
-TEST_F(DeliveryTest, AFrameThatDoesNotFitItsBuffersIsTreatedLikeOneThatCannotBeTransformed)
+TEST_F(DeliveryTest, AFrameThatDoesNotFitItsBuffersIsQueuedAgain)
 {
     ExpectErrors();
     struct Row
@@ -228,6 +228,7 @@ TEST_F(DeliveryTest, AFrameThatDoesNotFitItsBuffersIsTreatedLikeOneThatCannotBeT
             Fetch(1, kColorPixels * 3) == std::vector<unsigned char>(kColorPixels * 3, 0xA5);
         EXPECT_EQ(untouched, row.refusal != nullptr);
         EXPECT_TRUE(IsInLog(row.refusal != nullptr ? row.refusal : "Frame stored")) << row.refusal;
+        EXPECT_EQ(Log().back().starts_with("GetImage: ERROR. "), row.refusal != nullptr) << Log().back();
         EXPECT_EQ(sdk.State().queuedFrames, 16u);
     }
 }
@@ -277,7 +278,7 @@ TEST_F(DeliveryTest, AnImageThatIsNotOfTheFramesSizeIsNotWritten)
         1);
 }
 
-TEST_F(DeliveryTest, ADescriptionThatTheTransformInventsMovesNoMemory)
+TEST_F(DeliveryTest, AWrongImageSizeFromTheTransformWritesNothing)
 {
     ExpectErrors();
     static std::uint32_t width;
@@ -304,7 +305,7 @@ TEST_F(DeliveryTest, ADescriptionThatTheTransformInventsMovesNoMemory)
     }
 }
 
-TEST_F(DeliveryTest, AFrameThatCannotBeQueuedAgainIsDeliveredAllTheSame)
+TEST_F(DeliveryTest, AFrameThatCannotBeQueuedAgainIsStillDelivered)
 {
     ExpectErrors();
     Stream(0);

@@ -199,6 +199,7 @@ TEST_F(FeatureTest, Failures)
         {{"ZvkFeatureEnumSet", 1, -12, 0}, "TestEnum", "Off", "WriteValue: ERROR. ZvkFeatureEnumSet for feature 'TestEnum' failed. Value='Off'. Reason=ZvkErrorTimeout (-12)."},
         {{"ZvkFeatureStringSet", 1, -12, 0}, "TestString", "x", "WriteValue: ERROR. ZvkFeatureStringSet for feature 'TestString' failed. Value='x'. Reason=ZvkErrorTimeout (-12)."},
         {{"ZvkFeatureBoolSet", 1, -12, 0}, "TestBool", "True", "WriteValue: ERROR. ZvkFeatureDataBool for feature 'TestBool' failed. Value='1'. Reason=ZvkErrorTimeout (-12)."},
+        {{"ZvkFeatureBoolSet", 1, -12, 0}, "TestBool", "true", "WriteValue: ERROR. ZvkFeatureDataBool for feature 'TestBool' failed. Value='0'. Reason=ZvkErrorTimeout (-12)."},
         {{"ZvkStartup", 9, -1, 0}, "testint", nullptr, "ReadValue: ERROR. Feature 'testint' not found for channelID=0."},
         {{"ZvkStartup", 9, -1, 0}, "TestInt2", "1", "WriteValue: ERROR. Feature 'TestInt2' not found for channelID=0."},
         {{"ZvkStartup", 9, -1, 0}, "", "1", "WriteValue: ERROR. Feature '' not found for channelID=0."},
@@ -293,7 +294,7 @@ TEST_F(FeatureTest, NamesAreListedInByteOrder)
     EXPECT_EQ(Log().size(), 0u);
 }
 
-TEST_F(FeatureTest, AListLeftFromAnEarlierOpeningIsNotFollowedIntoNothing)
+TEST_F(FeatureTest, AFeatureListOfAnEarlierOpeningIsNotReadPastItsEnd)
 {
     ExpectErrors();
     Guarded<VideoChannelDescriptor> descriptor;
@@ -404,7 +405,7 @@ TEST_F(FeatureTest, EntriesThatTheSdkInvents)
               "GetValidEnum: ERROR. The SDK lists 4294967295 entries of feature TestEnum, more than 65536.");
 }
 
-TEST_F(FeatureTest, ATruthThatIsNotOneIsFalseButAvailable)
+TEST_F(FeatureTest, ABooleanOf2ReadsAsFalse)
 {
     Open();
     const auto boolGet = [](ZvkHandle_t, const char*, ZvkBool_t* value) {

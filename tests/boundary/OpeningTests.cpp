@@ -119,7 +119,7 @@ TEST_F(OpeningTest, FlagsAndFeatureCountsAreLogged)
 
 TEST_F(OpeningTest, ACameraWithoutExposureLeavesTheHostsValues)
 {
-    const std::string description = std::string(kTestCameras) + "remove = [\"ExposureTimeAbs\"]\n";
+    const std::string description = kTestCameras + "remove = [\"ExposureTimeAbs\"]\n";
     sdk.SimSetDescription(description.c_str());
     Open();
     EXPECT_EQ(
@@ -326,7 +326,7 @@ TEST_F(OpeningTest, AFeatureListThatChangesBetweenItsQueries)
     ExpectViolations();
 }
 
-TEST_F(OpeningTest, WhatACameraOnceHadStaysKnown)
+TEST_F(OpeningTest, AvailabilityFlagsAreNeverCleared)
 {
     const auto none = [](ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t* found, std::uint32_t) {
         *found = 0;

@@ -266,7 +266,7 @@ TEST_F(StartupTest, ACameraListThatChangesIsReadUntilItSettles)
     }
 }
 
-TEST_F(StartupTest, AModuleThatNeverFoundAnSdkEndsAllTheSame)
+TEST_F(StartupTest, UnloadingWithoutAnSdkFolderRunsExit)
 {
     ExpectErrors();
     SetEnvironment("ZORVIK_HOME", SdkFolder() + "-missing");
@@ -316,6 +316,7 @@ TEST_F(StartupTest, AListThatNeverSettlesOrIsAbsurdEndsTheEnumeration)
     EXPECT_EQ(StartWithoutChannel(), 1);
     EXPECT_EQ(
         CountInLog("EnumCameras: ERROR. The SDK lists 4294967295 cameras, more than 4096. None is used."), 1);
+    EXPECT_FALSE(IsInLog("EnumCameras: Found"));
 }
 
 } // namespace

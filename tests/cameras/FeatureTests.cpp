@@ -63,7 +63,7 @@ TEST_P(CameraFeatures, EveryTypeIsDescribed)
 }
 
 // What is listed can be used as it is described: a value that was read can be written again.
-TEST_P(CameraFeatures, EveryListedFeatureKeepsItsWord)
+TEST_P(CameraFeatures, EveryListedFeatureAnswersAsItsAccessSays)
 {
     Read("Width");
     int written = 0;

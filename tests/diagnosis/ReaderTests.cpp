@@ -139,8 +139,27 @@ TEST(LogTail, ReadsOnAndNoticesThatTheFileWasEmptied)
     EXPECT_STREQ(report.runs[0].findings[0].fault->name, "no-camera");
     write(std::ios::trunc, "[09:00:00:002 L00001] Exit\n");
     EXPECT_TRUE(tail.WasEmptied());
+    for (int i = 0; i < 9; ++i)
+        write(std::ios::app, "[09:00:00:003 L00001] EnumCameras\n");
+    EXPECT_TRUE(tail.WasEmptied()) << "and grew beyond what was read";
     std::filesystem::remove(file);
     EXPECT_THROW(tail.ReadInto(analysis), std::system_error);
+}
+
+TEST(Analysis, TakesWhatIsNotUtf8ForWindows1252)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"plain", "plain"},
+        {"\xC3\xA9", "\u00e9"},
+        {"\xE9t\xE9", "\u00e9t\u00e9"},
+        {"\xC3", "\u00c3"},
+        {"\xE2\x82\xAC", "\u20ac"},
+        {"\xC0\x80", "\u00c0\u20ac"},
+        {"\xED\xA0\x80", "\u00ed\u00a0\u20ac"},
+        {"a\tb\x01", "a b "},
+    };
+    for (const auto& [bytes, text] : rows)
+        EXPECT_EQ(ToUtf8(bytes), text) << bytes;
 }
 
 TEST(Analysis, TakesTogetherWhatALineBreakInAValueParts)

@@ -4,71 +4,29 @@
 #include "platform/Win32.h"
 #include "sdk/ZvkTypes.h"
 #include "simulated/SimulationControl.h"
+#include "support/Cameras.h"
+#include "support/SdkEntries.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
 namespace {
 
-const char* const kCameras = R"(
-[[camera]]
-id = "A"
-model = "Mono"
-vendor = "Fuzz"
-serial = "1"
-interface = "GigE"
-transport_vendor = "Halvane"
-width = 16
-height = 16
-pixel_formats = ["Mono8", "Mono12Packed", "BayerRG8"]
-frame_rate = 50.0
-exposure_us = 1000.0
-source = "manual"
+const std::string kCameras =
+    maravel::test::CameraText("A", "Mono", "GigE", 16, 16, R"("Mono8", "Mono12Packed", "BayerRG8")",
+                              std::string(maravel::test::kManualSource) +
+                                  "transport_vendor = \"Halvane\"\n") +
+    maravel::test::CameraText("B", "Color", "USB3", 16, 16, R"("RGB8", "YUV422_8_UYVY")",
+                              maravel::test::kManualSource);
 
-[[camera]]
-id = "B"
-model = "Color"
-vendor = "Fuzz"
-serial = "2"
-interface = "USB3"
-transport_vendor = "Other"
-width = 16
-height = 16
-pixel_formats = ["RGB8", "YUV422_8_UYVY"]
-frame_rate = 50.0
-exposure_us = 1000.0
-source = "manual"
-)";
-
-constexpr std::size_t kImageSize = 16 * 16 * 6;
-constexpr const char* kEntries[] = {"ZvkStartup",
-                                    "ZvkCamerasList",
-                                    "ZvkCameraOpen",
-                                    "ZvkCameraClose",
-                                    "ZvkFeaturesList",
-                                    "ZvkFeatureIntGet",
-                                    "ZvkFeatureIntSet",
-                                    "ZvkFeatureEnumGet",
-                                    "ZvkFeatureEnumSet",
-                                    "ZvkFeatureEnumAsInt",
-                                    "ZvkFeatureEnumRangeQuery",
-                                    "ZvkFeatureStringGet",
-                                    "ZvkFeatureCommandRun",
-                                    "ZvkPayloadSizeGet",
-                                    "ZvkFrameAnnounce",
-                                    "ZvkFrameRevokeAll",
-                                    "ZvkCaptureStart",
-                                    "ZvkCaptureEnd",
-                                    "ZvkCaptureFrameQueue",
-                                    "ZvkCaptureQueueFlush",
-                                    "ZvkFeatureFloatGet",
-                                    "ZvkFeatureFloatRangeQuery",
-                                    "ZvkFeatureAccessQuery",
-                                    "ZvkFeatureCommandIsDone"};
+constexpr std::size_t kLargestPayload = 16 * 16 * 3;
 constexpr const char* kNames[] = {
     "Width",        "Height",   "PixelFormat",      "ExposureTime", "TriggerSelector", "Gain",
     "DeviceUserID", "ReverseX", "AcquisitionStart", "OffsetX",      "LUTValueAll"};
@@ -89,7 +47,7 @@ struct World
         SIM_CONTROL_FUNCTIONS(RESOLVE)
 #undef RESOLVE
         Resolve(adapter, "GetVideoChannel", getVideoChannel);
-        SimSetDescription(kCameras);
+        SimSetDescription(kCameras.c_str());
         descriptor.structSize = sizeof descriptor;
         if (getVideoChannel(text, 0, &descriptor) != MARAVEL_SUCCESS) {
             char why[1024] = "";
@@ -135,69 +93,70 @@ std::int64_t TakeChannel(maravel::fuzz::Input& input)
     return choice < 250 ? choice % 3 : input.Take<std::int64_t>();
 }
 
+// The bytes that the host must have for the oldest image: what its attributes announce, and for a monochrome
+// one the payload. What is announced beyond any payload of these cameras is refused.
+std::size_t ImageSize(const ImageAttributes& attributes)
+{
+    const auto pixels =
+        std::min<std::uint64_t>(kLargestPayload, static_cast<std::uint64_t>(attributes.width) *
+                                                     static_cast<std::uint64_t>(attributes.height));
+    return attributes.pixelType == PixelTypeRgbPlanes ? pixels * 3
+                                                      : std::max<std::size_t>(pixels * 2, kLargestPayload);
+}
+
+void FetchImage(World& world, std::int64_t channel)
+{
+    ImageAttributes attributes = {};
+    attributes.structSize = sizeof attributes;
+    std::uint32_t status = 0;
+    world.descriptor.GetImageAttributes(world.text, channel, &attributes, &status);
+    std::vector<std::uint8_t> image(ImageSize(attributes));
+    std::uint8_t none = 0;
+    world.descriptor.GetImage(world.text, channel, image.empty() ? &none : image.data(), &status);
+}
+
 void CallHost(World& world, maravel::fuzz::Input& input)
 {
     const VideoChannelDescriptor& call = world.descriptor;
     char* const text = world.text;
     const std::int64_t channel = TakeChannel(input);
     std::vector<char> value(MARAVEL_TEXT_SIZE);
-    std::vector<std::uint8_t> image(kImageSize);
     std::uint32_t status = 0;
     std::int32_t type = 0;
-    switch (input.Take<std::uint8_t>() % 15) {
-    case 0: {
-        const auto params = input.Take<CommonParams>();
-        call.SetupCommonParams(text, channel, &params);
-        break;
-    }
-    case 1: {
-        auto attributes = input.Take<ImageAttributes>();
-        call.GetImageAttributes(text, channel, &attributes, &status);
-        break;
-    }
-    case 2:
-        call.QueryImageStatus(text, channel, &status);
-        break;
-    case 3:
-        call.GetImage(text, channel, image.data(), &status);
-        break;
-    case 4:
-    case 5:
-        call.StartAcquisition(text, channel);
-        break;
-    case 6:
-        call.StopAcquisition(text, channel);
-        break;
-    case 7:
-        call.ReadValue(text, channel, TakeName(input).c_str(), value.data());
-        break;
-    case 8: {
-        const std::string name = TakeName(input);
-        call.WriteValue(text, channel, name.c_str(), input.TakeText().c_str());
-        break;
-    }
-    case 9:
-        call.GetFeatureName(text, channel, input.Take<std::int32_t>(), value.data());
-        break;
-    case 10:
-        call.GetFeatureType(text, channel, TakeName(input).c_str(), &type);
-        break;
-    case 11:
-        call.GetValidEnum(text, channel, TakeName(input).c_str(), input.Take<std::uint8_t>(), value.data());
-        break;
-    case 12:
-        call.GetFeatureAttr(text, channel, TakeName(input).c_str(), input.Take<std::uint32_t>() % 5,
-                            value.data());
-        break;
-    case 13:
-        call.ReleaseVideoChannel(text, channel);
-        break;
-    default: {
-        auto descriptor = input.Take<VideoChannelDescriptor>();
-        world.getVideoChannel(text, static_cast<std::int32_t>(channel), &descriptor);
-        break;
-    }
-    }
+    const auto setUp = [&](CommonParams params) { call.SetupCommonParams(text, channel, &params); };
+    const auto describe = [&](ImageAttributes record) {
+        call.GetImageAttributes(text, channel, &record, &status);
+    };
+    const auto handOut = [&](VideoChannelDescriptor record) {
+        world.getVideoChannel(text, static_cast<std::int32_t>(channel), &record);
+    };
+    const auto write = [&](const std::string& name, const std::string& written) {
+        call.WriteValue(text, channel, name.c_str(), written.c_str());
+    };
+    const std::function<void()> calls[] = {
+        [&] { setUp(input.Take<CommonParams>()); },
+        [&] { describe(input.Take<ImageAttributes>()); },
+        [&] { call.QueryImageStatus(text, channel, &status); },
+        [&] { FetchImage(world, channel); },
+        [&] { call.StartAcquisition(text, channel); },
+        [&] { call.StartAcquisition(text, channel); },
+        [&] { call.StopAcquisition(text, channel); },
+        [&] { call.ReadValue(text, channel, TakeName(input).c_str(), value.data()); },
+        [&] { write(TakeName(input), input.TakeText()); },
+        [&] { call.GetFeatureName(text, channel, input.Take<std::int32_t>(), value.data()); },
+        [&] { call.GetFeatureType(text, channel, TakeName(input).c_str(), &type); },
+        [&] {
+            call.GetValidEnum(text, channel, TakeName(input).c_str(), input.Take<std::uint8_t>(),
+                              value.data());
+        },
+        [&] {
+            call.GetFeatureAttr(text, channel, TakeName(input).c_str(), input.Take<std::uint8_t>() % 5,
+                                value.data());
+        },
+        [&] { call.ReleaseVideoChannel(text, channel); },
+        [&] { handOut(input.Take<VideoChannelDescriptor>()); },
+    };
+    calls[input.Take<std::uint8_t>() % std::size(calls)]();
     if (std::memchr(text, '\0', MARAVEL_TEXT_SIZE) == nullptr) {
         std::abort();
     }
@@ -205,7 +164,8 @@ void CallHost(World& world, maravel::fuzz::Input& input)
 
 void AnswerOddly(World& world, maravel::fuzz::Input& input)
 {
-    const char* entry = kEntries[input.Take<std::uint8_t>() % std::size(kEntries)];
+    const char* entry =
+        maravel::test::kSdkEntries[input.Take<std::uint8_t>() % std::size(maravel::test::kSdkEntries)];
     const std::uint32_t nth = 1u + input.Take<std::uint8_t>() % 8u;
     const auto code = static_cast<std::int32_t>(input.Take<std::int8_t>());
     world.SimFailCall(entry, nth, code == 0 ? 1 : code, input.Take<std::uint8_t>() % 4 == 0 ? 1 : 0);
@@ -229,7 +189,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     World& world = TheWorld();
     world.SimReset();
-    world.SimSetDescription(kCameras);
+    world.SimSetDescription(kCameras.c_str());
     VideoChannelDescriptor fresh = {};
     fresh.structSize = sizeof fresh;
     world.getVideoChannel(world.text, 0, &fresh);

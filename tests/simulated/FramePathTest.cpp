@@ -309,7 +309,7 @@ TEST_F(FramePathTest, WaitingForAFrameEndsWithItOrInTime)
     EXPECT_OK(sim.ZvkCaptureFrameWait(camera, &frames[0], 10000));
 }
 
-TEST_F(FramePathTest, ChunksTellOfTheFrame)
+TEST_F(FramePathTest, ChunksDescribeTheFrame)
 {
     Open(0, Small);
     EXPECT_OK(sim.ZvkFeatureBoolSet(camera, "ChunkModeActive", 1));

@@ -1,5 +1,7 @@
 #include "soak/SoakFaults.h"
 
+#include "support/SdkEntries.h"
+
 #include <chrono>
 #include <iterator>
 
@@ -7,17 +9,8 @@ namespace maravel::soak {
 
 namespace {
 
-// What the adapter calls while it streams.
-constexpr const char* kEntries[] = {
-    "ZvkCameraOpen",         "ZvkCameraClose",           "ZvkCameraInfoQueryByHandle",
-    "ZvkFeatureAccessQuery", "ZvkFeatureIntGet",         "ZvkFeatureIntSet",
-    "ZvkFeatureFloatGet",    "ZvkFeatureFloatSet",       "ZvkFeatureEnumGet",
-    "ZvkFeatureEnumSet",     "ZvkFeatureEnumRangeQuery", "ZvkFeatureEnumAsInt",
-    "ZvkFeatureCommandRun",  "ZvkFeatureCommandIsDone",  "ZvkPayloadSizeGet",
-    "ZvkFrameAnnounce",      "ZvkFrameRevokeAll",        "ZvkCaptureStart",
-    "ZvkCaptureEnd",         "ZvkCaptureFrameQueue",     "ZvkCaptureQueueFlush"};
 constexpr std::int32_t kCodes[] = {-1, -3, -9, -12, -20, -27, 1};
-constexpr std::chrono::milliseconds kBetweenFaults{25};
+constexpr std::chrono::milliseconds kBetweenFaults{10};
 constexpr std::chrono::milliseconds kUnplugged{20};
 
 } // namespace
@@ -49,7 +42,7 @@ void SoakFaults::Run(std::uint32_t seed, std::uint32_t cameras)
             sdk_.SimTransformFailCall(nullptr, 1 + static_cast<std::uint32_t>(random() % 5), code, 0);
         }
         else {
-            sdk_.SimFailCall(kEntries[random() % std::size(kEntries)],
+            sdk_.SimFailCall(test::kSdkEntries[random() % std::size(test::kSdkEntries)],
                              1 + static_cast<std::uint32_t>(random() % 5), code, 0);
         }
         std::this_thread::sleep_for(kBetweenFaults);

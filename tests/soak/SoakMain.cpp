@@ -5,6 +5,7 @@
 #include "soak/SoakAudit.h"
 #include "soak/SoakChannel.h"
 #include "soak/SoakFaults.h"
+#include "support/Cameras.h"
 #include "support/SdkControl.h"
 #include "support/TestPlatform.h"
 #include "support/UnkindSdk.h"
@@ -39,53 +40,20 @@ constexpr std::uint64_t kMemoryAllowance = 32 << 20;
 // The first sessions fill caches and pools.
 constexpr std::uint64_t kWarmUpSessions = 4;
 
-const char* const kCameras = R"(
-[[camera]]
-id = "K0"
-model = "Mono"
-interface = "GigE"
-transport_vendor = "The Halvane Layer"
-width = 64
-height = 48
-pixel_formats = ["Mono8", "Mono12"]
-frame_rate = 400.0
-exposure_us = 200.0
-incomplete_every = 53
+std::string FastCamera(const std::string& id, const std::string& model, const std::string& bus,
+                       const std::string& formats, const std::string& more)
+{
+    return test::CameraText(id, model, bus, 64, 48, formats, "exposure_us = 200.0\n" + more);
+}
 
-[[camera]]
-id = "K1"
-model = "Color"
-interface = "USB3"
-width = 64
-height = 48
-pixel_formats = ["RGB8", "YUV422_8_UYVY"]
-frame_rate = 300.0
-exposure_us = 200.0
-incomplete_every = 101
-
-[[camera]]
-id = "K2"
-model = "Bayer"
-interface = "GigE"
-width = 64
-height = 48
-pixel_formats = ["BayerRG8", "BayerRG12"]
-frame_rate = 300.0
-exposure_us = 200.0
-packet_size = 1500
-packet_negotiation_ms = 10
-
-[[camera]]
-id = "K3"
-model = "Old"
-interface = "GigE"
-width = 64
-height = 48
-pixel_formats = ["Mono16"]
-frame_rate = 200.0
-exposure_us = 200.0
-generation = "legacy"
-)";
+const std::string kCameras =
+    FastCamera("K0", "Mono", "GigE", R"("Mono8", "Mono12")",
+               "frame_rate = 400.0\nincomplete_every = 53\ntransport_vendor = \"The Halvane Layer\"\n") +
+    FastCamera("K1", "Color", "USB3", R"("RGB8", "YUV422_8_UYVY")",
+               "frame_rate = 300.0\nincomplete_every = 101\n") +
+    FastCamera("K2", "Bayer", "GigE", R"("BayerRG8", "BayerRG12")",
+               "frame_rate = 300.0\npacket_size = 1500\npacket_negotiation_ms = 10\n") +
+    FastCamera("K3", "Old", "GigE", R"("Mono16")", "frame_rate = 200.0\ngeneration = \"legacy\"\n");
 
 struct Options
 {
@@ -184,7 +152,7 @@ void Soak::EndFaults()
     faults_ += sdk_.SimFaultsFired() + sdk_.SimTransformFaultsFired();
     sdk_.SimReset();
     sdk_.SimTransformReset();
-    sdk_.SimSetDescription(kCameras);
+    sdk_.SimSetDescription(kCameras.c_str());
     if (unkind_ != nullptr) {
         unkind_->Install();
     }

@@ -71,8 +71,8 @@ struct LogObstacle
 };
 std::vector<LogObstacle> LogObstacles();
 
-// Has a log that is opened next take a few lines only, until the returned function reads them; none where that
-// cannot be.
+// Has a log that is opened next take a few lines only, until the returned function reads them; none where
+// that cannot be.
 std::function<void()> StallLog(const PrivateMachine& machine);
 
 // Has this program appear in that version, in none when empty; false where that cannot be.

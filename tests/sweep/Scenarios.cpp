@@ -1,48 +1,22 @@
 #include "sweep/Scenarios.h"
 
+#include "support/Cameras.h"
+
 #include <array>
 
 namespace maravel::sweep {
 
-const char* const kSweepCameras = R"(
-[[camera]]
-id = "W0"
-model = "Mono"
-serial = "S-0"
-interface = "GigE"
-transport_vendor = "The Halvane Layer"
-width = 32
-height = 16
-pixel_formats = ["Mono8", "Mono10", "Mono12", "Mono12Packed", "Mono14", "Mono16"]
-frame_rate = 100.0
-exposure_us = 1000.0
-source = "manual"
-
-[[camera]]
-id = "W1"
-model = "Color"
-serial = "S-1"
-interface = "USB3"
-width = 32
-height = 16
-pixel_formats = ["RGB8", "BGR8", "YUV422_8_UYVY", "YUV422_8", "Mono8"]
-frame_rate = 100.0
-exposure_us = 1000.0
-source = "manual"
-
-[[camera]]
-id = "W2"
-model = "Bayer"
-serial = "S-2"
-interface = "GigE"
-width = 32
-height = 16
-pixel_formats = ["BayerRG8", "BayerRG10", "BayerRG12", "BayerRG12Packed"]
-frame_rate = 100.0
-exposure_us = 1000.0
+const std::string kSweepCameras =
+    test::CameraText("W0", "Mono", "GigE", 32, 16, test::kMonoFormats,
+                     std::string(test::kManualSource) +
+                         "serial = \"S-0\"\ntransport_vendor = \"The Halvane Layer\"\n") +
+    test::CameraText("W1", "Color", "USB3", 32, 16, R"("RGB8", "BGR8", "YUV422_8_UYVY", "YUV422_8", "Mono8")",
+                     std::string(test::kManualSource) + "serial = \"S-1\"\n") +
+    test::CameraText("W2", "Bayer", "GigE", 32, 16,
+                     R"("BayerRG8", "BayerRG10", "BayerRG12", "BayerRG12Packed")",
+                     std::string(test::kManualSource) + R"(serial = "S-2"
 freerun_source = true
 lines = 4
-source = "manual"
 [[camera.feature]]
 name = "SweepText"
 type = "string"
@@ -54,20 +28,9 @@ value = true
 [[camera.feature]]
 name = "SweepCommand"
 type = "command"
-
-[[camera]]
-id = "W3"
-model = "Old"
-serial = "S-3"
-interface = "GigE"
-width = 32
-height = 16
-pixel_formats = ["Mono8", "Mono16"]
-frame_rate = 100.0
-exposure_us = 2000.0
-generation = "legacy"
-source = "manual"
-)";
+)") +
+    test::CameraText("W3", "Old", "GigE", 32, 16, R"("Mono8", "Mono16")",
+                     std::string(test::kManualSource) + "serial = \"S-3\"\ngeneration = \"legacy\"\n");
 
 namespace {
 

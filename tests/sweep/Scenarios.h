@@ -10,7 +10,7 @@
 namespace maravel::sweep {
 
 // Four small cameras that send only what is emitted: monochrome, colour, Bayer and one of the old generation.
-extern const char* const kSweepCameras;
+extern const std::string kSweepCameras;
 inline constexpr int kCameraCount = 4;
 
 struct Scenario

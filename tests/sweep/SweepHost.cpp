@@ -186,7 +186,7 @@ void SweepHost::EndFaults()
     beforeReload_ = {};
     sdk.SimReset();
     sdk.SimTransformReset();
-    sdk.SimSetDescription(kSweepCameras);
+    sdk.SimSetDescription(kSweepCameras.c_str());
     if (unkind_ != nullptr) {
         unkind_->Install();
     }

@@ -498,6 +498,21 @@ TEST_F(Camhost, LossesAreCountedByFrameNumbers)
     EXPECT_NE(result.output.find(", 5 lost (by frame numbers); "), std::string::npos) << result.output;
 }
 
+TEST_F(Camhost, ARefusalOfTheAdapterIsSaidInPlainWords)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"get 0 Width --simulate \"busy 0\"",
+         "Reason=ZvkErrorInUse (-27). Camera 0 could not be opened: another program has it"},
+        {"grab 3 --out out --region 0,0,33,33",
+         "Reason=ZvkErrorInvalidValue (-11) InvalidValue: use values that the camera's increments allow"},
+    };
+    for (const auto& [arguments, says] : rows)
+        ExpectFailure(RunBare(arguments), 1, says);
+    const Result list = RunBare("list --simulate \"busy 0\"");
+    EXPECT_EQ(list.exitCode, 0);
+    EXPECT_NE(list.output.find("  cannot be opened: camera-in-use\n"), std::string::npos) << list.output;
+}
+
 TEST_F(Camhost, GrabGoesOnWithACameraThatWasLost)
 {
     const std::string arguments = "--frames 12 --timeout 0.8 --reconnect --out out --set PixelFormat=Mono16 ";
@@ -514,7 +529,7 @@ TEST_F(Camhost, GrabGoesOnWithACameraThatWasLost)
     ExpectFailure(silent, 1, "takes commands, was started, and sent no frame");
 }
 
-TEST_F(Camhost, FaultsOnDemandAreWordsWithAForm)
+TEST_F(Camhost, WordsOfFaultsOnDemandAreChecked)
 {
     const std::pair<const char*, const char*> rows[] = {
         {"jump 0", "'jump' is no fault; there are unplug, incomplete, silent, busy, hold, fail, cameras"},

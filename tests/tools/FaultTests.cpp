@@ -74,9 +74,11 @@ protected:
         std::string names, hint;
         for (const Json& finding : report["runs"].back()["findings"]) {
             const std::string id = finding["id"];
-            if (finding["severity"] != "hint")
+            // A machine that stands still for a moment brings these about beside what a test does.
+            const bool stall = !names.empty() && (id == "host-too-slow" || id == "frames-missing");
+            if (finding["severity"] != "hint" && !stall)
                 names += (names.empty() ? "" : ", ") + id;
-            else if (hint.empty())
+            else if (hint.empty() && !stall)
                 hint = "(" + id + ")";
         }
         EXPECT_EQ(exitCode, names.empty() ? 0 : 1);
@@ -256,6 +258,21 @@ TEST_F(Faults, OfTheProgramAreNamed)
              Wait(300);
              sdk.SimUnplug(3, 1);
              EXPECT_FALSE(channels[3].StopAcquisition());
+         }},
+        {"format-changed",
+         [](const Adapter&, Channels& channels, SdkControl& sdk) {
+             Start(channels[3]); // Mono8
+             Wait(200);
+             SimFrameRequest colour = {};
+             colour.fields = SimFrameHasPixelFormat;
+             colour.pixelFormat = 0x02180014;
+             EXPECT_EQ(sdk.SimEmitFrame(3, &colour), 0);
+             std::vector<unsigned char> image(std::size_t{640} * 480 * 3);
+             std::uint32_t status = ImageStatusReady;
+             while (status == ImageStatusReady) {
+                 channels[3].GetImage(image.data(), &status);
+             }
+             EXPECT_TRUE(channels[3].StopAcquisition());
          }},
         {"region-refused",
          [](const Adapter&, Channels& channels, SdkControl&) {
@@ -511,7 +528,9 @@ TEST_F(Faults, ALogThatIsSwitchedOffIsNamed)
         << ReadAll("errors.txt");
 }
 
-// All cameras, all formats. MARAVEL_TEST_HEALTHY_RUNS has it go on.
+// All cameras, all formats. A machine that stands still for a moment really loses images of a fast camera in
+// free run, so those are triggered one by one unless MARAVEL_TEST_HEALTHY_RUNS says how many runs a quiet
+// machine is to do.
 TEST_F(Faults, AHealthyRunRaisesNoAlarm)
 {
     const char* const kFormats[][5] = {{"Mono8", "Mono10", "Mono12", "Mono12Packed"},
@@ -524,11 +543,12 @@ TEST_F(Faults, AHealthyRunRaisesNoAlarm)
         const int camera = i % 4;
         const char* format = kFormats[camera][i / 4 % 5];
         const std::string arguments =
-            i % 8 == 7
+            i % 8 == 6
                 ? "grab all --frames 3 --out out"
                 : "grab " + std::to_string(camera) +
                       " --frames 3 --out out --set PixelFormat=" + (format == nullptr ? "Mono8" : format);
-        ASSERT_EQ(Camhost(arguments), 0) << ReadAll("errors.txt");
+        const bool freerun = more != nullptr || camera == 3;
+        ASSERT_EQ(Camhost(arguments + (freerun ? "" : " --trigger manual")), 0) << ReadAll("errors.txt");
         ASSERT_EQ(Camhost("log --json"), 0) << arguments << ReadAll("output.txt");
         ASSERT_EQ(Json::parse(ReadAll("output.txt"))["unknown"], 0) << arguments;
     }

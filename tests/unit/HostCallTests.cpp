@@ -6,7 +6,7 @@
 
 namespace maravel {
 
-TEST(HostCall, WhateverIsThrownBecomesAText)
+TEST(HostCall, EveryExceptionBecomesAText)
 {
     test::PrivateMachine machine;
     InitLog();

@@ -103,7 +103,7 @@ TEST_F(LogTest, LinesOfManyThreadsNeverMix)
     EXPECT_EQ(count, kThreads * kLines);
 }
 
-TEST_F(LogTest, ALineIsWholeOrAbsentWhenTheLogClosesUnderIt)
+TEST_F(LogTest, ALineIsWholeOrMissingWhenTheLogIsClosed)
 {
     for (int round = 0; round < 20; ++round) {
         InitLog();

@@ -45,7 +45,7 @@ TEST(TextFormat, PrintsLikeTheCLibrary)
     }
 }
 
-TEST(TextFormat, TheHostsLocaleIsNotHeard)
+TEST(TextFormat, TheHostsLocaleDoesNotMatter)
 {
     if (!test::UseDecimalComma()) {
         GTEST_SKIP() << "no locale with a decimal comma on this machine";

@@ -1,15 +1,14 @@
 #include "CommandLine.h"
 
+#include "ArgumentChecks.h"
 #include "Failure.h"
 #include "Pages.h"
 #include "Version.h"
-#include "host/Utf8Path.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <sstream>
 
 namespace maravel::camhost {
@@ -25,7 +24,8 @@ constexpr const char* kFooter =
 constexpr const char* kGrabFooter =
     "8-bit and colour images become PNG files, deeper ones binary PGM files whose maximum is that of the\n"
     "camera's depth (packed samples are unpacked). Files are named <serial number>_<number>, appear only when\n"
-    "they are complete, and replace older ones. Lost images are counted from gaps in the time stamps.\n"
+    "they are complete, and replace older ones. Lost images are counted by the camera's frame numbers where\n"
+    "the adapter writes its log, else from gaps in the time stamps.\n"
     "Without --region the size stays as it is and the offset becomes 0. With --trigger manual every image is\n"
     "triggered by software; the hardware modes wait for pulses on the camera's input.";
 
@@ -47,14 +47,6 @@ std::vector<Assignment> SplitAssignments(const std::vector<std::string>& words)
     return assignments;
 }
 
-int DigitsAt(const std::string& text, std::size_t at)
-{
-    const auto digit = [](char c) { return c >= '0' && c <= '9'; };
-    return at + 2 <= text.size() && digit(text[at]) && digit(text[at + 1])
-               ? (text[at] - '0') * 10 + (text[at + 1] - '0')
-               : -1;
-}
-
 // What CLI11 fills before it is brought into its final form.
 struct Words
 {
@@ -71,61 +63,6 @@ Trigger TriggerOf(const std::string& word)
     if (word == "hardware-auto")
         return Trigger::HardwareAuto;
     return word == "hardware-semi-auto" ? Trigger::HardwareSemiAuto : Trigger::Freerun;
-}
-
-// The library's own checks know narrow paths only, and print limits of three hundred digits.
-CLI::Validator Check(bool (*accepts)(const std::string&), const char* wanted)
-{
-    return {[=](const std::string& text) -> std::string {
-                return accepts(text) ? "" : "'" + text + "' is " + wanted;
-            },
-            ""};
-}
-
-CLI::Validator IsFolder()
-{
-    return Check(
-        [](const std::string& text) {
-            std::error_code error;
-            return std::filesystem::is_directory(host::PathOf(text), error);
-        },
-        "no folder");
-}
-
-CLI::Validator IsSeconds()
-{
-    return Check(
-        [](const std::string& text) {
-            double value = 0;
-            return CLI::detail::lexical_cast(text, value) && value > 0 && value <= 1e6;
-        },
-        "no time; write seconds without a unit, such as 0.01");
-}
-
-CLI::Validator IsPixels()
-{
-    return Check(
-        [](const std::string& text) {
-            int value = 0;
-            return CLI::detail::lexical_cast(text, value) && value >= 0;
-        },
-        "no number of pixels; write X,Y,WIDTH,HEIGHT such as 0,0,640,480");
-}
-
-CLI::Validator IsIndex()
-{
-    return Check(
-        [](const std::string& text) {
-            return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos &&
-                   text.size() < 6;
-        },
-        "no index of a channel; write a number such as 0");
-}
-
-CLI::Validator IsTimeOfDay()
-{
-    return Check([](const std::string& text) { return ParseTimeOfDay(text) >= 0; },
-                 "no time of day; write 14:05 or 14:05:30");
 }
 
 CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const char* name, const char* text)
@@ -285,17 +222,6 @@ std::string UnknownCommand(const CLI::App& app, const std::vector<std::string>& 
 }
 
 } // namespace
-
-int ParseTimeOfDay(const std::string& text)
-{
-    if ((text.size() != 5 && text.size() != 8) || text[2] != ':' || (text.size() == 8 && text[5] != ':'))
-        return -1;
-    const int hour = DigitsAt(text, 0), minute = DigitsAt(text, 3),
-              second = text.size() == 8 ? DigitsAt(text, 6) : 0;
-    return hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59
-               ? -1
-               : (hour * 60 + minute) * 60 + second;
-}
 
 std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int* exitCode)
 {

@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 #include "Json.h"
+#include "OwnLog.h"
 #include "Table.h"
 
 #include <algorithm>
@@ -164,6 +165,21 @@ FeatureRow RowOf(const Channel& channel, const std::string& feature)
     return row;
 }
 
+// Why it cannot be opened; empty when it is open or nothing is known.
+std::string FaultOf(const Channel& channel)
+{
+    if (channel.Opened())
+        return {};
+    const OwnLog log;
+    const diagnosis::Finding* fault = log.Fault(channel.Index());
+    return fault == nullptr ? "" : fault->fault->name;
+}
+
+std::string StateOf(const Channel& channel, const std::string& fault)
+{
+    return channel.Opened() ? "ready" : fault.empty() ? "cannot be opened" : "cannot be opened: " + fault;
+}
+
 } // namespace
 
 std::string ReasonOf(const Outcome& outcome)
@@ -196,11 +212,11 @@ void ListChannels(const std::vector<Channel>& channels, bool asJson)
 {
     std::vector<CameraRow> rows;
     for (const Channel& channel : channels)
-        rows.push_back({channel, channel.Opened() ? AddressOf(channel) : ""});
+        rows.push_back({channel, channel.Opened() ? AddressOf(channel) : "", FaultOf(channel)});
     if (asJson)
         return static_cast<void>(std::fputs(CamerasAsJson(rows).c_str(), stdout));
     Table table({"CHANNEL", "SERIAL", "CAMERA", "ADDRESS", "SIZE", "EXPOSURE", "STATE"});
-    for (const auto& [channel, address] : rows) {
+    for (const auto& [channel, address, fault] : rows) {
         const VideoChannelDescriptor& d = channel.Descriptor();
         char size[32] = "";
         char exposure[32] = "";
@@ -209,7 +225,7 @@ void ListChannels(const std::vector<Channel>& channels, bool asJson)
             std::snprintf(exposure, sizeof(exposure), "%.3f ms", d.exposureTime * 1000);
         }
         table.Add({std::to_string(channel.Index()), channel.SerialNumber(), channel.Label(), address, size,
-                   exposure, channel.Opened() ? "ready" : "cannot be opened"});
+                   exposure, StateOf(channel, fault)});
     }
     table.Print();
 }

@@ -15,6 +15,7 @@ struct CameraRow
 {
     host::Channel channel;
     std::string address; // where it is reached; empty when it does not say or is not open
+    std::string fault;   // why it cannot be opened, when that is known
 };
 
 // What is told of a feature.

@@ -58,6 +58,9 @@ std::string CamerasAsJson(const std::vector<CameraRow>& rows)
             camera["height"] = +d.height;
             camera["exposureTime"] = +d.exposureTime;
         }
+        else if (!row.fault.empty()) {
+            camera["fault"] = row.fault;
+        }
         cameras.push_back(std::move(camera));
     }
     return Text("maravel-list-1", {{"cameras", std::move(cameras)}});

@@ -76,16 +76,22 @@ public:
     {
         for (const RunReport& run : report.runs)
             for (const Finding& finding : run.findings)
-                if (finding.fault->id != FaultId::HostKilled && // while it is followed, it has not ended
-                    told_.emplace(run.firstLine, finding.fault->id, finding.channel).second)
-                    std::printf("%s  %s", FormatTime(run.end).c_str(), FindingAsText(finding).c_str());
+                if (told_.emplace(run.firstLine, finding.fault->id, finding.channel).second)
+                    Print(run, finding);
         std::fflush(stdout);
     }
-    bool Any() const { return !told_.empty(); }
+    bool AnyFault() const { return fault_; }
     void Forget() { told_.clear(); }
 
 private:
+    void Print(const RunReport& run, const Finding& finding)
+    {
+        std::printf("%s  %s", FormatTime(run.end).c_str(), FindingAsText(finding).c_str());
+        fault_ |= finding.fault->severity != Severity::Hint;
+    }
+
     std::set<std::tuple<std::uint64_t, FaultId, std::int64_t>> told_;
+    bool fault_ = false;
 };
 
 int Follow(const fs::path& file, bool own, const Options& options)
@@ -99,7 +105,6 @@ int Follow(const fs::path& file, bool own, const Options& options)
     auto analysis = std::make_unique<Analysis>(observer);
     LogTail tail(file);
     Told told;
-    bool any = false;
     while (!EndRequested() && std::ferror(stdout) == 0) {
         if (tail.WasEmptied()) {
             std::printf("-- the adapter was started anew\n");
@@ -108,14 +113,13 @@ int Follow(const fs::path& file, bool own, const Options& options)
             told.Forget();
         }
         if (fs::exists(file) && tail.ReadInto(*analysis)) {
-            LogReport report = FinishReport(*analysis, file, own);
+            LogReport report = FinishReport(*analysis, file, CircumstancesOf(file, own, true));
             selection.ApplyTo(report);
             told.Print(report);
-            any |= told.Any();
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
     }
-    return any ? ExitRefused : ExitDone;
+    return told.AnyFault() ? ExitRefused : ExitDone;
 }
 
 void WriteText(const std::string& path, const std::string& text)

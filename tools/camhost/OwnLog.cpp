@@ -44,6 +44,17 @@ const Finding* OwnLog::Fault(std::int64_t channel) const
     return nullptr;
 }
 
+const Finding* OwnLog::FaultIn(const std::string& text) const
+{
+    if (!run_)
+        return nullptr;
+    for (const Finding& finding : run_->findings)
+        for (const Quote& quote : finding.quotes)
+            if (!quote.text.empty() && text.find(quote.text) != std::string::npos)
+                return &finding;
+    return nullptr;
+}
+
 std::optional<std::uint64_t> OwnLog::NumberOf(const Frame& frame) const
 {
     const auto found = numbers_.find(frame);

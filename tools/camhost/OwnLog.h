@@ -24,6 +24,9 @@ public:
     // The worst thing that went wrong, of that channel or of all (null: nothing is known).
     const diagnosis::Finding* Fault(std::int64_t channel = diagnosis::Finding::NoChannel) const;
 
+    // The fault that a text of the adapter reports; null: it is none, or not known.
+    const diagnosis::Finding* FaultIn(const std::string& text) const;
+
     // The camera's number of the frame.
     std::optional<std::uint64_t> NumberOf(const Frame& frame) const;
 

@@ -198,7 +198,20 @@ int Run(std::vector<std::string> arguments)
     if (options->command == Command::Doctor)
         return Doctor(*options, sdkBesideTool);
     const auto library = LoadAdapter(*options);
-    Perform(*options, *library, CollectChannels(*library));
+    try {
+        Perform(*options, *library, CollectChannels(*library));
+    }
+    catch (const Failure& failure) {
+        // What the adapter reports in its own words is said in plain ones, with what to do.
+        const OwnLog log;
+        const diagnosis::Finding* fault =
+            failure.Code() == ExitRefused ? log.FaultIn(failure.what()) : nullptr;
+        if (fault == nullptr || fault->fault->id == diagnosis::FaultId::FeatureMissing)
+            throw;
+        const bool repeats = fault->sentence.find(fault->quotes.front().text) != std::string::npos;
+        throw Failure(ExitRefused, std::string(failure.what()) +
+                                       (repeats ? " " + fault->advice : ". " + InOneLine(*fault)));
+    }
     return ExitDone;
 }
 

@@ -3,10 +3,31 @@
 #include "Run.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace maravel::diagnosis {
 namespace {
+
+// What Windows-1252 has at 80 to 9F; unused places stand for themselves.
+constexpr char16_t kWindows1252[] = {0x20AC, 0x81,   0x201A, 0x192,  0x201E, 0x2026, 0x2020, 0x2021,
+                                     0x2C6,  0x2030, 0x160,  0x2039, 0x152,  0x8D,   0x17D,  0x8F,
+                                     0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                     0x2DC,  0x2122, 0x161,  0x203A, 0x153,  0x9D,   0x17E,  0x178};
+static_assert(std::size(kWindows1252) == 32);
+
+// Of the characters beyond ASCII that have one unit in UTF-16.
+void AppendUtf8(std::string& text, char16_t character)
+{
+    if (character < 0x800) {
+        text += static_cast<char>(0xC0 | character >> 6);
+    }
+    else {
+        text += static_cast<char>(0xE0 | character >> 12);
+        text += static_cast<char>(0x80 | (character >> 6 & 0x3F));
+    }
+    text += static_cast<char>(0x80 | (character & 0x3F));
+}
 
 constexpr std::size_t kLongestMessage = 2048;
 constexpr std::size_t kMostRuns = 100; // a log holds one as a rule
@@ -128,8 +149,7 @@ std::string ToUtf8(std::string_view text)
             i += follow + 1;
         }
         else {
-            result += static_cast<char>(0xC0 | byte >> 6);
-            result += static_cast<char>(0x80 | (byte & 0x3F));
+            AppendUtf8(result, byte >= 0x80 && byte < 0xA0 ? kWindows1252[byte - 0x80] : byte);
             ++i;
         }
     }

@@ -228,10 +228,13 @@ void ExamineCameras(Examination& examination, const DoctorOptions& options)
         return examination.Fault("start", outcome.text.empty() ? "no camera was found" : outcome.text,
                                  Describe(FaultId::NoCamera).advice);
     }
-    examination.Ok("start", "the adapter" + (run.adapterVersion.empty() ? "" : " V" + run.adapterVersion) +
-                                " starts" + (run.sdkVersion.empty() ? "" : " the SDK V" + run.sdkVersion) +
-                                " and finds " + std::to_string(channels.size()) +
-                                (channels.size() == 1 ? " camera" : " cameras"));
+    examination.Ok("start",
+                   "the adapter" + (run.adapterVersion.empty() ? "" : " V" + run.adapterVersion) + " starts" +
+                       (run.sdkVersion.empty() ? ""
+                                               : " the SDK V" + run.sdkVersion + " (image transform V" +
+                                                     run.transformVersion + ")") +
+                       " and finds " + std::to_string(channels.size()) +
+                       (channels.size() == 1 ? " camera" : " cameras"));
     for (const host::Channel& channel : channels) {
         const std::string id = "camera-" + std::to_string(channel.Index());
         const std::string name = channel.Label() + ", serial number " + channel.SerialNumber();

@@ -37,6 +37,7 @@ enum class FaultId : std::uint8_t
     NoFrames,
     WaitingForPulses,
     RegionRefused,
+    FormatChanged,
     StartFailed,
     ConversionUnknown,
     BuffersLost,

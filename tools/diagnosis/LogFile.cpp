@@ -5,6 +5,7 @@
 #include "host/Utf8Path.h"
 #include "platform/Win32.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <system_error>
@@ -16,6 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kPiece = 1u << 20;
+constexpr std::size_t kHead = 64;
 
 } // namespace
 
@@ -44,13 +46,14 @@ LogSwitch ReadLogSwitch()
     return state;
 }
 
-Circumstances CircumstancesOf(const fs::path& file, bool own)
+Circumstances CircumstancesOf(const fs::path& file, bool own, bool followed)
 {
     Circumstances circumstances;
     circumstances.ownLog = own;
+    circumstances.stillWritten = followed;
     if (!own)
         return circumstances;
-    circumstances.stillWritten = !UsersOf(file).empty();
+    circumstances.stillWritten |= !followed && !UsersOf(file).empty();
     circumstances.loggingOff = !ReadLogSwitch().On();
     circumstances.inspect = InspectSdk;
     return circumstances;
@@ -60,7 +63,12 @@ bool LogTail::WasEmptied() const
 {
     std::error_code error;
     const auto size = fs::file_size(file_, error);
-    return !error && size < position_;
+    if (error || size < position_)
+        return !error;
+    // It may have grown beyond that place already; the time in its first line is another one then.
+    std::string head(head_.size(), '\0');
+    std::ifstream stream(file_, std::ios::binary);
+    return stream.read(head.data(), static_cast<std::streamsize>(head.size())) && head != head_;
 }
 
 bool LogTail::ReadInto(Analysis& analysis)
@@ -76,15 +84,17 @@ bool LogTail::ReadInto(Analysis& analysis)
         stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
         const auto count = static_cast<std::size_t>(stream.gcount());
         analysis.Feed({piece.data(), count});
+        if (position_ < kHead)
+            head_.append(piece.data(), std::min<std::size_t>(count, kHead - head_.size()));
         position_ += count;
         any |= count > 0;
     }
     return any;
 }
 
-LogReport FinishReport(const Analysis& analysis, const fs::path& file, bool own)
+LogReport FinishReport(const Analysis& analysis, const fs::path& file, const Circumstances& circumstances)
 {
-    LogReport report = analysis.Report(CircumstancesOf(file, own));
+    LogReport report = analysis.Report(circumstances);
     report.file = host::TextOf(file);
     report.date = DayOf(file, 0);
     return report;
@@ -96,7 +106,7 @@ LogReport ReadLog(const fs::path& file, bool own, Analysis::Observer observer)
     LogTail tail(file);
     tail.ReadInto(analysis);
     analysis.Finish();
-    return FinishReport(analysis, file, own);
+    return FinishReport(analysis, file, CircumstancesOf(file, own));
 }
 
 } // namespace maravel::diagnosis

@@ -71,7 +71,7 @@ struct RunReport
 {
     std::uint64_t firstLine = 0, lastLine = 0;
     std::int64_t begin = -1, end = -1; // times
-    std::string adapterVersion, sdkVersion, host, sdkPath;
+    std::string adapterVersion, sdkVersion, transformVersion, host, sdkPath;
     std::int64_t cameras = -1; // found at the start; -1: it did not come to that
     bool elevated = false;
     bool shutDown = false;

@@ -51,6 +51,7 @@ Json JsonOf(const RunReport& run)
                  {"firstLine", run.firstLine}, {"lastLine", run.lastLine},       {"shutDown", run.shutDown}};
     const std::pair<const char*, const std::string&> texts[] = {{"adapterVersion", run.adapterVersion},
                                                                 {"sdkVersion", run.sdkVersion},
+                                                                {"transformVersion", run.transformVersion},
                                                                 {"host", run.host},
                                                                 {"sdkPath", run.sdkPath}};
     for (const auto& [name, text] : texts)

@@ -20,6 +20,9 @@ struct RunEvidence
     std::string detail;
 };
 
+// A line as evidence.
+Quote QuoteOf(const Entry& entry);
+
 class Analysis::Run
 {
 public:
@@ -44,8 +47,9 @@ private:
         bool started = false; // the camera took the command
         std::int64_t since = -1;
         std::uint64_t complete = 0;
-        std::uint64_t incomplete = 0; // as far as they can be told apart, or as the stop tells
-        std::uint64_t gaps = 0;       // frame numbers that were left out
+        std::uint64_t incomplete = 0;        // as far as they can be told apart, or as the stop tells
+        std::uint64_t incompleteAtStart = 0; // before the first complete one
+        std::uint64_t gaps = 0;              // frame numbers that were left out
         std::uint64_t lastFrame = 0;
         std::int64_t firstTime = -1, lastTime = -1;
         std::uint64_t lastLine = 0;
@@ -77,6 +81,8 @@ private:
     Channel& At(std::int64_t channel);
     Stream* OnlyStream();
 
+    void JudgeEnd(const Circumstances& circumstances, EvidenceMap& evidence) const;
+    static ChannelReport RowOf(const Channel& channel);
     static void CloseStream(Channel& channel, const Quote& end, EvidenceMap& evidence);
     static void JudgeSilence(const Channel& channel, const Quote& end, EvidenceMap& evidence);
     static void JudgeLosses(Channel& channel, const Quote& end, EvidenceMap& evidence);

@@ -24,8 +24,8 @@ namespace {
 const HANDLE kCurrentProcess = reinterpret_cast<HANDLE>(std::intptr_t{-1});
 const HANDLE kProcessToken = reinterpret_cast<HANDLE>(std::intptr_t{-4});
 
-// In the threads' own block from their start: one that is made when it is first used, the leak sanitizer cannot
-// look into at the end of a process.
+// In the threads' own block from their start: one that is made when it is first used, the leak sanitizer
+// cannot look into at the end of a process.
 thread_local DWORD threadId __attribute__((tls_model("initial-exec"))) = 0;
 
 bool ReadProgramVersion(VS_FIXEDFILEINFO& version)
