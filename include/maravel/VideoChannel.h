@@ -29,7 +29,8 @@
 extern "C" {
 #endif
 
-/* Version of this interface. It grows when something is added; a record or callback that is there never changes. */
+/* Version of this interface. It grows when something is added; a record or callback that is there never
+ * changes. */
 #define MARAVEL_INTERFACE_VERSION 1
 
 /* Status that every function returns. */
