@@ -22,7 +22,7 @@ if(NOT MSVC AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   file(RELATIVE_PATH up ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
   string(REGEX REPLACE "/$" "" up "${up}")
   target_compile_options(maravel_options INTERFACE
-    -ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${up}=.)
+    -ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${up}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
 endif()
 
 if(WIN32 AND NOT MSVC)
