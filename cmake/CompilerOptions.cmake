@@ -17,11 +17,19 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(maravel_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
 
+# The same source gives the same bits in any folder, under a compiler cache that makes paths relative too.
+if(NOT MSVC AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  file(RELATIVE_PATH up ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+  string(REGEX REPLACE "/$" "" up "${up}")
+  target_compile_options(maravel_options INTERFACE
+    -ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${up}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
+endif()
+
 if(WIN32 AND NOT MSVC)
   # Nothing but system DLLs beside our files; the hardening flags are the linker's to set.
   target_link_options(maravel_options INTERFACE
     -static -static-libgcc -static-libstdc++
-    -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
+    -Wl,--no-insert-timestamp -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
   target_compile_definitions(maravel_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
 endif()
 

@@ -3,6 +3,9 @@ set -euo pipefail
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$ROOT"
 
+# Clones and unpacked sources in any folder share what was compiled.
+export CCACHE_BASEDIR=$ROOT
+
 say() { printf '== %s\n' "$*"; }
 
 die() {

@@ -29,6 +29,10 @@
 extern "C" {
 #endif
 
+/* Version of this interface. It grows when something is added; a record or callback that is there never
+ * changes. */
+#define MARAVEL_INTERFACE_VERSION 1
+
 /* Status that every function returns. */
 #define MARAVEL_SUCCESS 0
 #define MARAVEL_FAILURE 1 /* a failure, or the end of a list */

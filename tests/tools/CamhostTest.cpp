@@ -243,6 +243,36 @@ TEST_F(Camhost, ListAndDescribeAreAligned)
         EXPECT_NE(description.find(line), std::string::npos) << line << description;
 }
 
+TEST_F(Camhost, ProgramsGetTheSameAsJson)
+{
+    const std::pair<const char*, std::vector<const char*>> rows[] = {
+        {"list --json",
+         {"maravel-list-1", "\"serialNumber\": \"F:1\"", "\"width\": 5", "\"exposureTime\": 0.01"}},
+        {"describe 0 --json",
+         {"maravel-describe-1", "\"value\": \"Fast\"", "\"Slow\"", "\"writable\": false"}},
+        {"get 0 Gain Width Mode --json",
+         {"maravel-get-1", "\"Gain\": 1.5", "\"Width\": 5,", "\"Mode\": \"Fast\""}},
+        {"grab 0 --out json --json", {"maravel-grab-1", "\"images\": 1", "\"firstFile\": \"F_1_0001.png\""}},
+    };
+    for (const auto& [arguments, holds] : rows) {
+        const Result result = Run(arguments);
+        EXPECT_EQ(result.exitCode, 0) << arguments;
+        EXPECT_TRUE(result.output.starts_with("{") && result.output.ends_with("}\n")) << result.output;
+        for (const char* text : holds)
+            EXPECT_NE(result.output.find(text), std::string::npos) << arguments << text << result.output;
+    }
+}
+
+TEST_F(Camhost, PagesTellOfEveryCommand)
+{
+    const std::string man = RunBare("--page man").output, words = RunBare("--page bash-completion").output;
+    EXPECT_NE(man.find(".SS grab\n"), std::string::npos);
+    EXPECT_NE(man.find("\\fB\\-\\-exposure\\fR"), std::string::npos) << man;
+    EXPECT_NE(words.find("'manual freerun hardware-auto"), std::string::npos);
+    EXPECT_NE(words.find("grab) words+=' --frames"), std::string::npos);
+    EXPECT_EQ(RunBare("--page other").exitCode, 2);
+}
+
 TEST_F(Camhost, GrabAppliesTheParameters)
 {
     EXPECT_EQ(Grab("").exitCode, 0);

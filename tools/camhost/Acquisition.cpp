@@ -267,43 +267,58 @@ std::set<OwnLog::Frame> Acquisition::Ends() const
     return {{channel_.Index(), firstTimestamp_}, {channel_.Index(), last_.timestamp}};
 }
 
-// The camera's own numbers are exact; the interface does not hand them on, the log does. Time stamps are a
-// guess where much is lost.
-std::string Acquisition::Losses(const OwnLog& log) const
+// The rate is the camera's: from the first image to the last one, without the start of the stream.
+GrabResult Acquisition::Result(const OwnLog& log) const
 {
+    GrabResult result = {.channel = channel_.Index(),
+                         .camera = name_,
+                         .images = taken_,
+                         .width = last_.width,
+                         .height = last_.height,
+                         .seconds = Seconds(),
+                         .rate = Rate(),
+                         .interruptions = interruptions_,
+                         .secondsGone = std::chrono::duration<double>(gone_).count(),
+                         .firstFile = firstFile_,
+                         .lastFile = lastFile_};
+    if (options_.trigger != Trigger::Freerun)
+        return result;
+    // The camera's own numbers are exact; the interface does not hand them on, the log does. Time stamps are
+    // a guess where much is lost.
     const auto first = log.NumberOf({channel_.Index(), firstTimestamp_});
     const auto last = log.NumberOf({channel_.Index(), last_.timestamp});
     const auto taken = static_cast<std::uint64_t>(taken_);
-    if (interruptions_ == 0 && first && last && *last >= *first && *last - *first + 1 >= taken)
-        return ", " + std::to_string(*last - *first + 1 - taken) + " lost (by frame numbers)";
-    return ", " + std::to_string(Lost()) + " lost (by time stamps)";
+    result.byFrameNumbers =
+        interruptions_ == 0 && first && last && *last >= *first && *last - *first + 1 >= taken;
+    result.lost = result.byFrameNumbers ? *last - *first + 1 - taken : Lost();
+    return result;
 }
 
-// The rate is the camera's: from the first image to the last one, without the start of the stream.
-std::string Acquisition::Summary(const OwnLog& log) const
+std::string Summary(const GrabResult& result, const Options& options)
 {
     char numbers[160];
-    std::snprintf(numbers, sizeof(numbers), ": %d image%s of %d x %d", taken_, taken_ == 1 ? "" : "s",
-                  last_.width, last_.height);
-    std::string text = name_ + numbers;
-    if (taken_ > 1) {
-        std::snprintf(numbers, sizeof(numbers), " in %.2f s, %.1f/s", Seconds(), Rate());
+    std::snprintf(numbers, sizeof(numbers), ": %d image%s of %d x %d", result.images,
+                  result.images == 1 ? "" : "s", result.width, result.height);
+    std::string text = result.camera + numbers;
+    if (result.images > 1) {
+        std::snprintf(numbers, sizeof(numbers), " in %.2f s, %.1f/s", result.seconds, result.rate);
         text += numbers;
     }
-    if (options_.trigger == Trigger::Freerun)
-        text += Losses(log);
-    if (interruptions_ > 0) {
-        const double gone = std::chrono::duration<double>(gone_).count();
+    if (result.lost)
+        text += ", " + std::to_string(*result.lost) + " lost (by " +
+                (result.byFrameNumbers ? "frame numbers)" : "time stamps)");
+    if (result.interruptions > 0) {
         std::snprintf(numbers, sizeof(numbers), ", gone %s for %.1f s in all",
-                      interruptions_ == 1 ? "once" : (std::to_string(interruptions_) + " times").c_str(),
-                      gone);
+                      result.interruptions == 1 ? "once"
+                                                : (std::to_string(result.interruptions) + " times").c_str(),
+                      result.secondsGone);
         text += numbers;
-        if (options_.trigger == Trigger::Freerun)
-            text += " (about " + std::to_string(std::llround(gone * Rate())) + " images)";
+        if (result.lost)
+            text += " (about " + std::to_string(std::llround(result.secondsGone * result.rate)) + " images)";
     }
-    text += "; " + host::TextOf(host::PathOf(options_.folder) / firstFile_);
-    if (lastFile_ != firstFile_)
-        text += " to " + lastFile_;
+    text += "; " + host::TextOf(host::PathOf(options.folder) / result.firstFile);
+    if (result.lastFile != result.firstFile)
+        text += " to " + result.lastFile;
     return text;
 }
 

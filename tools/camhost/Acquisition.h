@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -35,6 +36,20 @@ private:
 // What distinguishes a camera from all the others: its serial number, unless it has none or another has the
 // same.
 std::string CameraName(const host::Channel& channel, const std::vector<host::Channel>& all);
+
+// What came of an acquisition.
+struct GrabResult
+{
+    std::int64_t channel = 0;
+    std::string camera;
+    int images = 0, width = 0, height = 0;
+    double seconds = 0, rate = 0; // from the first image to the last one, without the times when it was gone
+    std::optional<std::uint64_t> lost = {}; // of a free-running camera
+    bool byFrameNumbers = false;            // `lost` is exact; else a guess from the time stamps
+    int interruptions = 0;
+    double secondsGone = 0;
+    std::string firstFile, lastFile; // in the folder
+};
 
 // All may throw Failure with the adapter's text. The camera is stopped at the latest when the object goes.
 class Acquisition
@@ -66,7 +81,7 @@ public:
 
     std::string Progress() const; // short, for one of several on a line
     // `log`: of this run, after the stop.
-    std::string Summary(const OwnLog& log) const;
+    GrabResult Result(const OwnLog& log) const;
 
     // The first image and the last one; none when there are not two.
     std::set<OwnLog::Frame> Ends() const;
@@ -81,7 +96,6 @@ private:
     [[noreturn]] void GiveUp() const;
     double Seconds() const;
     double Rate() const;
-    std::string Losses(const OwnLog& log) const;
 
     host::Channel channel_;
     const std::string name_;
@@ -100,5 +114,8 @@ private:
     int interruptions_ = 0;
     Clock::duration gone_{};
 };
+
+// For a person, on one line.
+std::string Summary(const GrabResult& result, const Options& options);
 
 } // namespace maravel::camhost

@@ -2,7 +2,8 @@
 
 #include "ArgumentChecks.h"
 #include "Failure.h"
-#include "Revision.h"
+#include "Pages.h"
+#include "Version.h"
 
 #include <CLI/CLI.hpp>
 
@@ -74,14 +75,21 @@ CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const cha
     return sub;
 }
 
+void AddJson(CLI::App* command, Options& options)
+{
+    command->add_flag("--json", options.json, "For programs; docs/camhost.schema.json describes it");
+}
+
 void AddFeatureCommands(CLI::App& app, Options& options, Words& words)
 {
-    AddCommand(app, options, Command::List, "list", "Lists the cameras");
-    AddCommand(app, options, Command::Describe, "describe",
-               "Lists a camera's features with type, access, value, entries and description");
-    AddCommand(app, options, Command::Get, "get", "Reads features; prints FEATURE=VALUE lines")
-        ->add_option("FEATURE", options.features, "Names of features")
-        ->required();
+    AddJson(AddCommand(app, options, Command::List, "list", "Lists the cameras"), options);
+    AddJson(AddCommand(app, options, Command::Describe, "describe",
+                       "Lists a camera's features with type, access, value, entries and description"),
+            options);
+    CLI::App* get =
+        AddCommand(app, options, Command::Get, "get", "Reads features; prints FEATURE=VALUE lines");
+    get->add_option("FEATURE", options.features, "Names of features")->required();
+    AddJson(get, options);
     AddCommand(app, options, Command::Set, "set",
                "Writes features in the given order; prints what they hold afterwards")
         ->add_option("FEATURE=VALUE", words.assignments, "FEATURE=VALUE ..., or one FEATURE VALUE")
@@ -126,6 +134,7 @@ void AddGrab(CLI::App& app, Options& options, Words& words)
     grab->add_flag("--progress", options.progress, "Tell progress also when not on a terminal");
     grab->add_option("--contact-sheet", options.contactSheet, "PNG file with a small copy of every image")
         ->option_text("FILE");
+    AddJson(grab, options);
 }
 
 void AddView(CLI::App& app, Options& options)
@@ -241,7 +250,7 @@ std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int*
     CLI::App app(kAbout, "camhost");
     app.footer(kFooter);
     app.failure_message(FailureMessage);
-    app.set_version_flag("--version", "camhost " MARAVEL_PROJECT_VERSION "." MARAVEL_BUILD_REVISION);
+    app.set_version_flag("--version", VersionText());
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("--adapter", options.adapter, "Adapter library; without it the one beside camhost")
@@ -260,6 +269,13 @@ std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int*
     AddDoctor(app, options);
     AddLog(app, options);
     AddBench(app, options);
+    if (arguments.size() == 2 &&
+        arguments.back() == "--page") { // for installations: no option that --help tells
+        const std::string page = PageOf(app, arguments.front());
+        std::fputs(page.c_str(), stdout);
+        *exitCode = page.empty() ? ExitWrongArguments : ExitDone;
+        return std::nullopt;
+    }
     try {
         // The library asks for a command where there is an unknown one.
         if (const std::string word = UnknownCommand(app, arguments); !word.empty())

@@ -1,6 +1,7 @@
 #include "Features.h"
 
 #include "Failure.h"
+#include "Json.h"
 #include "OwnLog.h"
 #include "Table.h"
 
@@ -19,26 +20,6 @@ namespace {
 
 using host::Channel;
 using host::Outcome;
-
-const char* TypeName(std::int32_t type)
-{
-    switch (type) {
-    case FeatureTypeEnum:
-        return "enum";
-    case FeatureTypeInt:
-        return "int";
-    case FeatureTypeFloat:
-        return "float";
-    case FeatureTypeCommand:
-        return "command";
-    case FeatureTypeBool:
-        return "bool";
-    case FeatureTypeString:
-        return "string";
-    default:
-        return "other";
-    }
-}
 
 // Characters to change, add or leave out to get from one word to the other, whatever the case.
 std::size_t Distance(const std::string& a, const std::string& b)
@@ -170,6 +151,35 @@ std::string Join(const std::vector<std::string>& words, const char* between)
     return joined;
 }
 
+FeatureRow RowOf(const Channel& channel, const std::string& feature)
+{
+    FeatureRow row = {.name = feature,
+                      .type = TypeOf(channel, feature),
+                      .readable = channel.IsReadable(feature),
+                      .writable = channel.IsWritable(feature),
+                      .description = channel.Description(feature)};
+    if (row.readable && row.type != FeatureTypeCommand)
+        row.known = static_cast<bool>(channel.ReadValue(feature, &row.value));
+    if (row.type == FeatureTypeEnum)
+        row.entries = channel.EnumEntries(feature);
+    return row;
+}
+
+// Why it cannot be opened; empty when it is open or nothing is known.
+std::string FaultOf(const Channel& channel)
+{
+    if (channel.Opened())
+        return {};
+    const OwnLog log;
+    const diagnosis::Finding* fault = log.Fault(channel.Index());
+    return fault == nullptr ? "" : fault->fault->name;
+}
+
+std::string StateOf(const Channel& channel, const std::string& fault)
+{
+    return channel.Opened() ? "ready" : fault.empty() ? "cannot be opened" : "cannot be opened: " + fault;
+}
+
 } // namespace
 
 std::string ReasonOf(const Outcome& outcome)
@@ -178,23 +188,35 @@ std::string ReasonOf(const Outcome& outcome)
                                 : outcome.text;
 }
 
-namespace {
-
-std::string StateOf(const Channel& channel)
+const char* TypeName(std::int32_t type)
 {
-    if (channel.Opened())
-        return "ready";
-    const OwnLog log;
-    const diagnosis::Finding* fault = log.Fault(channel.Index());
-    return fault == nullptr ? "cannot be opened" : std::string("cannot be opened: ") + fault->fault->name;
+    switch (type) {
+    case FeatureTypeEnum:
+        return "enum";
+    case FeatureTypeInt:
+        return "int";
+    case FeatureTypeFloat:
+        return "float";
+    case FeatureTypeCommand:
+        return "command";
+    case FeatureTypeBool:
+        return "bool";
+    case FeatureTypeString:
+        return "string";
+    default:
+        return "other";
+    }
 }
 
-} // namespace
-
-void ListChannels(const std::vector<Channel>& channels)
+void ListChannels(const std::vector<Channel>& channels, bool asJson)
 {
+    std::vector<CameraRow> rows;
+    for (const Channel& channel : channels)
+        rows.push_back({channel, channel.Opened() ? AddressOf(channel) : "", FaultOf(channel)});
+    if (asJson)
+        return static_cast<void>(std::fputs(CamerasAsJson(rows).c_str(), stdout));
     Table table({"CHANNEL", "SERIAL", "CAMERA", "ADDRESS", "SIZE", "EXPOSURE", "STATE"});
-    for (const Channel& channel : channels) {
+    for (const auto& [channel, address, fault] : rows) {
         const VideoChannelDescriptor& d = channel.Descriptor();
         char size[32] = "";
         char exposure[32] = "";
@@ -202,40 +224,46 @@ void ListChannels(const std::vector<Channel>& channels)
             std::snprintf(size, sizeof(size), "%dx%d", d.width, d.height);
             std::snprintf(exposure, sizeof(exposure), "%.3f ms", d.exposureTime * 1000);
         }
-        table.Add({std::to_string(channel.Index()), channel.SerialNumber(), channel.Label(),
-                   channel.Opened() ? AddressOf(channel) : "", size, exposure, StateOf(channel)});
+        table.Add({std::to_string(channel.Index()), channel.SerialNumber(), channel.Label(), address, size,
+                   exposure, StateOf(channel, fault)});
     }
     table.Print();
 }
 
-void DescribeChannel(const Channel& channel)
+void DescribeChannel(const Channel& channel, bool asJson)
 {
     Read(channel, "Width"); // opens the camera; every one has a width
+    std::vector<FeatureRow> rows;
+    for (const std::string& feature : channel.FeatureNames())
+        rows.push_back(RowOf(channel, feature));
+    if (asJson)
+        return static_cast<void>(std::fputs(FeaturesAsJson(channel, rows).c_str(), stdout));
     Table table({"FEATURE", "TYPE", "ACCESS", "VALUE", "DESCRIPTION"});
-    for (const std::string& feature : channel.FeatureNames()) {
-        const std::int32_t type = TypeOf(channel, feature);
-        const bool readable = channel.IsReadable(feature);
-        std::string value;
-        if (readable && type != FeatureTypeCommand && !channel.ReadValue(feature, &value))
-            value.assign(1, '?');
-        std::string access(readable ? 1 : 0, 'R');
-        access.resize(1, '-');
-        access.push_back(channel.IsWritable(feature) ? 'W' : '-');
-        table.Add({feature, TypeName(type), access, value, channel.Description(feature)});
-        if (type == FeatureTypeEnum)
-            table.Continue(3, "of " + Join(channel.EnumEntries(feature), ", "));
+    for (const FeatureRow& row : rows) {
+        const std::string access = {row.readable ? 'R' : '-', row.writable ? 'W' : '-'};
+        const bool unread = row.readable && !row.known && row.type != FeatureTypeCommand;
+        table.Add({row.name, TypeName(row.type), access, unread ? "?" : row.value, row.description});
+        if (row.type == FeatureTypeEnum)
+            table.Continue(3, "of " + Join(row.entries, ", "));
     }
     table.Print();
 }
 
-void GetFeatures(const Channel& channel, const std::vector<std::string>& features)
+void GetFeatures(const Channel& channel, const std::vector<std::string>& features, bool asJson)
 {
+    std::vector<FeatureRow> rows;
     for (const std::string& feature : features) {
-        const std::string value = Read(channel, feature); // of a command: nothing
-        if (value.empty() && TypeOf(channel, feature) == FeatureTypeCommand)
+        FeatureRow row = {.name = feature, .value = Read(channel, feature)}; // of a command: nothing
+        if (asJson || row.value.empty())
+            row.type = TypeOf(channel, feature);
+        if (row.value.empty() && row.type == FeatureTypeCommand)
             throw Failure(ExitWrongArguments, feature + " is a command; use 'camhost run'");
-        std::printf("%s=%s\n", feature.c_str(), value.c_str());
+        if (!asJson)
+            std::printf("%s=%s\n", feature.c_str(), row.value.c_str());
+        rows.push_back(std::move(row));
     }
+    if (asJson)
+        std::fputs(ValuesAsJson(channel, rows).c_str(), stdout);
 }
 
 std::string Difference(const std::string& feature, const std::string& asked, const std::string& now)

@@ -4,14 +4,37 @@
 #include "CommandLine.h"
 #include "host/Channel.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace maravel::camhost {
 
-void ListChannels(const std::vector<host::Channel>& channels);
-void DescribeChannel(const host::Channel& channel);
-void GetFeatures(const host::Channel& channel, const std::vector<std::string>& features);
+// What is told of a camera.
+struct CameraRow
+{
+    host::Channel channel;
+    std::string address; // where it is reached; empty when it does not say or is not open
+    std::string fault;   // why it cannot be opened, when that is known
+};
+
+// What is told of a feature.
+struct FeatureRow
+{
+    std::string name;
+    std::int32_t type = 0; // FeatureType...
+    bool readable = false, writable = false;
+    bool known = false; // its value could be read
+    std::string value = {};
+    std::vector<std::string> entries = {}; // of an enumeration
+    std::string description = {};
+};
+
+const char* TypeName(std::int32_t type);
+
+void ListChannels(const std::vector<host::Channel>& channels, bool asJson);
+void DescribeChannel(const host::Channel& channel, bool asJson);
+void GetFeatures(const host::Channel& channel, const std::vector<std::string>& features, bool asJson);
 void SetFeatures(const host::Channel& channel, const std::vector<Assignment>& assignments);
 void RunCommand(const host::Channel& channel, const std::string& feature);
 

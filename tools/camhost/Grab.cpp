@@ -4,6 +4,7 @@
 #include "ContactSheet.h"
 #include "Failure.h"
 #include "ImageWriter.h"
+#include "Json.h"
 #include "OutputFile.h"
 #include "OwnLog.h"
 #include "System.h"
@@ -139,8 +140,8 @@ catch (const NoImage& failure) {
 
 // Runs the channels and returns once all are stopped, however it ends; what the adapter then has in its log
 // belongs to this run alone.
-void Run(const std::vector<host::Channel>& channels, const RestartAdapter& restart, const Options& options,
-         ImageWriter& writer)
+std::vector<GrabResult> Run(const std::vector<host::Channel>& channels, const RestartAdapter& restart,
+                            const Options& options, ImageWriter& writer)
 {
     std::list<Acquisition> acquisitions;
     for (const host::Channel& channel : channels)
@@ -159,8 +160,13 @@ void Run(const std::vector<host::Channel>& channels, const RestartAdapter& resta
     for (const Acquisition& acquisition : acquisitions)
         ends.merge(acquisition.Ends());
     const OwnLog log(ends);
-    for (const Acquisition& acquisition : acquisitions)
-        std::printf("%s\n", acquisition.Summary(log).c_str());
+    std::vector<GrabResult> results;
+    for (const Acquisition& acquisition : acquisitions) {
+        results.push_back(acquisition.Result(log));
+        if (!options.json)
+            std::printf("%s\n", Summary(results.back(), options).c_str());
+    }
+    return results;
 }
 
 } // namespace
@@ -170,8 +176,9 @@ void Grab(const std::vector<host::Channel>& channels, const RestartAdapter& rest
     CatchEndRequests();
     ContactSheet sheet;
     ImageWriter writer(host::PathOf(options.folder), options.contactSheet.empty() ? nullptr : &sheet);
+    std::vector<GrabResult> results;
     try {
-        Run(channels, restart, options, writer);
+        results = Run(channels, restart, options, writer);
     }
     catch (const NoImage& failure) {
         // The interface does not tell why no image comes.
@@ -184,8 +191,11 @@ void Grab(const std::vector<host::Channel>& channels, const RestartAdapter& rest
     if (!options.contactSheet.empty()) {
         const auto file = host::PathOf(options.contactSheet);
         WriteWholeFile(file, sheet.EncodeAsPng());
-        std::printf("contact sheet: %s\n", host::TextOf(file).c_str());
+        if (!options.json)
+            std::printf("contact sheet: %s\n", host::TextOf(file).c_str());
     }
+    if (options.json)
+        std::fputs(GrabAsJson(results, options.contactSheet).c_str(), stdout);
 }
 
 } // namespace maravel::camhost

@@ -5,6 +5,7 @@
 #include "Grab.h"
 #include "Log.h"
 #include "OwnLog.h"
+#include "Places.h"
 #include "Simulation.h"
 #include "System.h"
 #include "bench/KernelBench.h"
@@ -40,7 +41,7 @@ bool ChooseSdkFolder(const Options& options)
         SetVariable(kVariable, TextOf(std::filesystem::absolute(PathOf(options.sdk), error)));
     }
     else if (Variable(kVariable).empty()) {
-        const auto beside = ProgramFolder().parent_path() / "sdk";
+        const auto beside = OwnSdk();
         if (std::filesystem::is_directory(beside, error)) {
             SetVariable(kVariable, TextOf(beside));
             return true;
@@ -51,7 +52,7 @@ bool ChooseSdkFolder(const Options& options)
 
 std::string AdapterFile(const Options& options)
 {
-    return options.adapter.empty() ? TextOf(ProgramFolder() / MARAVEL_ADAPTER_FILE) : options.adapter;
+    return options.adapter.empty() ? TextOf(OwnAdapter()) : options.adapter;
 }
 
 std::unique_ptr<AdapterLibrary> LoadAdapter(const Options& options)
@@ -115,10 +116,10 @@ const Channel& FindChannel(const std::vector<Channel>& channels, const std::stri
 
 void Perform(const Options& options, const AdapterLibrary& library, const std::vector<Channel>& channels)
 {
-    if (options.command == Command::List && channels.empty())
+    if (options.command == Command::List && channels.empty() && !options.json)
         return static_cast<void>(std::printf("%s\n", kNoCameras.c_str()));
     if (options.command == Command::List)
-        return ListChannels(channels);
+        return ListChannels(channels, options.json);
     if (options.command == Command::Grab) {
         const RestartAdapter restart = [&library] {
             std::vector<Channel> again;
@@ -144,9 +145,9 @@ void Perform(const Options& options, const AdapterLibrary& library, const std::v
     const Channel& channel = FindChannel(channels, options.channel);
     switch (options.command) {
     case Command::Describe:
-        return DescribeChannel(channel);
+        return DescribeChannel(channel, options.json);
     case Command::Get:
-        return GetFeatures(channel, options.features);
+        return GetFeatures(channel, options.features, options.json);
     case Command::Set:
         return SetFeatures(channel, options.assignments);
     default:
