@@ -50,6 +50,11 @@ need_build_tools() {
         /usr/include/boost/beast.hpp:libboost1.81-dev
 }
 
+need_browser() {
+    need chromedriver:chromium-driver chromium:chromium \
+        /usr/lib/python3/dist-packages/selenium/__init__.py:python3-selenium
+}
+
 need_windows_tools() {
     need x86_64-w64-mingw32-g++-posix:g++-mingw-w64-x86-64-posix /usr/lib/wine/wine64:wine64
 }

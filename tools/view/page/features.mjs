@@ -30,8 +30,8 @@ function Editor({ feature, state, onWrite, onRun, readOnly }) {
     if (feature.type === 'enum')
         return html`<select disabled=${locked} title=${why} aria-label=${feature.name}
             onChange=${e => onWrite(e.target.value)}>
-            ${!(state.entries || []).includes(state.value) && html`<option selected>${state.value}</option>`}
-            ${(state.entries || []).map(entry => html`<option selected=${entry === state.value}>${entry}</option>`)}</select>`;
+            ${!(state.entries || []).includes(state.value) && html`<option value=${state.value} selected>${state.value}</option>`}
+            ${(state.entries || []).map(entry => html`<option value=${entry} selected=${entry === state.value}>${entry}</option>`)}</select>`;
     const shown = feature.type === 'float' && state.value !== null ? String(Number(state.value)) : state.value;
     return html`<input class="value" disabled=${locked} title=${why} aria-label=${feature.name}
         inputmode=${feature.type === 'string' ? 'text' : 'decimal'} value=${draft ?? shown ?? ''}
