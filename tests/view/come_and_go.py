@@ -15,8 +15,11 @@ def main():
     port = int(host.base.rsplit(":", 1)[1])
     end, count, open_now = time.monotonic() + float(sys.argv[2]), 0, []
     while time.monotonic() < end and host.process.poll() is None:
-        client = socket.create_connection(("127.0.0.1", port))
-        client.settimeout(2)
+        try:
+            client = socket.create_connection(("127.0.0.1", port))
+        except ConnectionRefusedError:
+            break  # it has ended
+        client.settimeout(0.2)
         request = (f"GET {random.choice(PATHS)} HTTP/1.1\r\nHost: 127.0.0.1:{port}\r\n"
                    f"Authorization: Bearer {host.token}\r\n\r\n").encode()
         try:
@@ -28,7 +31,10 @@ def main():
         while len(open_now) > random.randrange(12):
             open_now.pop(random.randrange(len(open_now))).close()
         count += 1
-    fetched = [c["fetched"] for c in host.json("channels")["channels"]]
+    for client in open_now:
+        client.close()
+    time.sleep(1)
+    fetched = None if host.process.poll() is not None else [c["fetched"] for c in host.json("channels")["channels"]]
     host.process.terminate()
     errors = host.process.communicate(timeout=60)[1]
     print(f"{count} connections, fetched {fetched}, exit code {host.process.returncode}\n{errors}", end="")

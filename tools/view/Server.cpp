@@ -122,8 +122,9 @@ public:
     void Begin(const char* type)
     {
         error_code ignored;
-        // Little is to wait in the system either: it would be old when it arrives.
-        stream_.socket().set_option(asio::socket_base::send_buffer_size(512 * 1024), ignored);
+        // On a slow way little is to wait in the system either: it would be old when it arrives.
+        if (!stream_.socket().remote_endpoint(ignored).address().is_loopback())
+            stream_.socket().set_option(asio::socket_base::send_buffer_size(512 * 1024), ignored);
         stream_.socket().set_option(tcp::no_delay(true), ignored);
         const std::string head = StreamHead(type);
         out_.assign(head.begin(), head.end());
@@ -156,7 +157,9 @@ protected:
     {
         writing_ = true;
         stream_.expires_after(kStalledTime);
-        asio::async_write(stream_, asio::buffer(out_),
+        // In one call where the system takes it: by itself the library writes 64 KiB at a time.
+        const auto all = [](const error_code& error, std::size_t) { return error ? 0 : SIZE_MAX; };
+        asio::async_write(stream_, asio::buffer(out_), all,
                           [self = shared_from_this()](const error_code& error, std::size_t) {
                               self->writing_ = false;
                               self->out_.clear();
