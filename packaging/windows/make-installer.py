@@ -16,8 +16,8 @@ NAMESPACE = uuid.uuid5(uuid.NAMESPACE_DNS, "adapterzorvik.maravel.example")
 FEATURES = {"sdk": "SIMULATOR", "include": "DEVELOPER", "lib": "DEVELOPER", "examples": "DEVELOPER"}
 ADAPTER = "bin/MaravelAdapterZorvik.dll"
 HOST = "bin/camhost.exe"
-SHORTCUT = """<Shortcut Id="ListCameras" Directory="MenuFolder" Name="Cameras" Description="Lists the cameras in a console" \
-Target="[System64Folder]cmd.exe" Arguments="/k &quot;&quot;[#{file}]&quot; list&quot;" WorkingDirectory="INSTALLDIR"/>"""
+SHORTCUT = """<Shortcut Id="ShowCameras" Directory="MenuFolder" Name="Cameras" Description="Shows the cameras in a browser" \
+Target="[System64Folder]cmd.exe" Arguments="/k &quot;&quot;[#{file}]&quot; view&quot;" WorkingDirectory="INSTALLDIR"/>"""
 
 
 def guid(name):
