@@ -153,7 +153,10 @@ public:
                     convert(from, k5Mp, to);
                 });
         }
-        const Rounds rounds(subjects, RoundsOf(settings_, byteCount));
+        RoundSettings round = RoundsOf(settings_, byteCount);
+        if (IsBytes(format, Family::Rgb))
+            round.rounds *= 3; // little more than a copy: a copy's noise is as large as what tells them apart
+        const Rounds rounds(subjects, round);
         AddLine(std::string(format.name) + (edgeAware ? ", edge-aware" : ""), subjects, rounds);
         for (const Goal& goal : Goals()) {
             if (goal.applies(format, edgeAware))

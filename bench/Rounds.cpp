@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <limits>
 #include <numeric>
 #include <random>
 #include <stdexcept>
@@ -57,20 +56,19 @@ Spread Rounds::Seconds(const std::string& subject) const
 
 Spread Rounds::SpeedAgainst(const std::string& subject, const std::string& reference) const
 {
-    return SpeedAgainstBest(subject, {reference});
+    const std::vector<double>& own = TimesOf(subject);
+    const std::vector<double>& other = TimesOf(reference);
+    std::vector<double> ratios;
+    for (std::size_t round = 0; round < own.size(); ++round)
+        ratios.push_back(other[round] / own[round]);
+    return SpreadOf(std::move(ratios));
 }
 
 Spread Rounds::SpeedAgainstBest(const std::string& subject, const std::vector<std::string>& references) const
 {
-    const std::vector<double>& own = TimesOf(subject);
-    std::vector<double> ratios;
-    for (std::size_t round = 0; round < own.size(); ++round) {
-        double best = std::numeric_limits<double>::infinity();
-        for (const std::string& reference : references)
-            best = std::min(best, TimesOf(reference)[round]);
-        ratios.push_back(best / own[round]);
-    }
-    return SpreadOf(std::move(ratios));
+    return SpeedAgainst(subject, *std::ranges::min_element(references, {}, [this](const std::string& name) {
+                            return Seconds(name).median;
+                        }));
 }
 
 const std::vector<double>& Rounds::TimesOf(const std::string& subject) const

@@ -56,7 +56,8 @@ public:
     // How many times the work of the reference the subject does in the same time: above 1, it is faster.
     Spread SpeedAgainst(const std::string& subject, const std::string& reference) const;
 
-    // The same against whichever of the references was the fastest in each round.
+    // The same against the reference with the lowest median. (The fastest of each round would be the
+    // luckiest: of two references as fast as the subject one is ahead of it in two rounds of three.)
     Spread SpeedAgainstBest(const std::string& subject, const std::vector<std::string>& references) const;
 
 private:
