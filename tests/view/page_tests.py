@@ -337,13 +337,59 @@ def test_gives_pictures_to_other_programs(page):
     assert 'camhost_frames_lost_total{channel="3",serial="03-0004"} 0' in metrics, metrics
 
 
+def test_limits_what_a_peer_can_take(page):
+    host = Camhost(windows=page.windows, preset=page.preset)
+    port = int(host.base.rsplit(":", 1)[1])
+
+    def ask(path, end="\r\n"):
+        peer = socket.create_connection(("127.0.0.1", port), timeout=60)
+        peer.sendall(f"GET {path} HTTP/1.1\r\nHost: 127.0.0.1:{port}\r\nAuthorization: Bearer {host.token}\r\n{end}".encode())
+        return peer
+
+    def status(peer):
+        try:
+            answer = peer.recv(100)
+        except ConnectionError:
+            return None
+        return int(answer.split()[1]) if answer else None
+
+    def becomes_free(path):
+        deadline = time.monotonic() + 60
+        while status(ask(path)) != 200:
+            assert time.monotonic() < deadline, path
+            time.sleep(0.1)
+
+    try:
+        for path, cached in (("/", False), ("/api/v1/channels", True), ("/nothing", False)):
+            head = ask(path).recv(2000).decode().lower()
+            for wanted in ("content-security-policy: default-src 'none'", "frame-ancestors 'none'",
+                           "x-content-type-options: nosniff", "referrer-policy: no-referrer",
+                           "cross-origin-resource-policy: same-origin") + (("cache-control: no-store",) if cached else ()):
+                assert wanted in head, (path, wanted, head)
+            assert "access-control" not in head, head
+        viewers = [ask("/api/v1/stream") for _ in range(8)]
+        same([200] * 8, [status(peer) for peer in viewers])
+        same(503, status(ask("/api/v1/stream")))
+        viewers.pop().close()
+        becomes_free("/api/v1/stream")
+        slow = ask("/", end="")  # a head without an end: the server ends the connection, after whatever time
+        same(b"", slow.recv(100))
+        idle = [ask("/", end="") for _ in range(32)]
+        same(None, status(ask("/")))
+        for peer in idle + viewers:
+            peer.close()
+        becomes_free("/")
+    finally:
+        host.close()
+
+
 def main():
     preset = sys.argv[1] if len(sys.argv) > 1 else "linux"
     wanted = sys.argv[2] if len(sys.argv) > 2 else ""
     cases = [(n, f) for n, f in globals().items() if n.startswith("test_") and wanted in n]
     if preset == "windows":  # the page is the same one; what differs is the server
         cases = [(n, f) for n, f in cases if f in (test_shows_the_value_under_the_pointer, test_saves_what_grab_writes,
-                                                   test_triggers_an_image_a_click)]
+                                                   test_triggers_an_image_a_click, test_limits_what_a_peer_can_take)]
     page = Page(preset)
     failed = []
     for name, case in cases:
