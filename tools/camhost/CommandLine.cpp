@@ -70,7 +70,7 @@ CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const cha
     CLI::App* sub = app.add_subcommand(name, text);
     sub->final_callback([&options, command] { options.command = command; });
     if (command != Command::List && command != Command::Bench && command != Command::Log &&
-        command != Command::Doctor && command != Command::View)
+        command != Command::Doctor && command != Command::View && command != Command::Certify)
         sub->add_option("CHANNEL", options.channel, "The camera: its index or its serial number")->required();
     return sub;
 }
@@ -223,6 +223,39 @@ void AddDoctor(CLI::App& app, Options& options)
                      "Does not start the adapter: the log stays, cameras are not looked at");
 }
 
+void AddCertify(CLI::App& app, Options& options)
+{
+    CLI::App* certify = AddCommand(app, options, Command::Certify, "certify",
+                                   "Checks an SDK folder, a camera and the adapter for what they must do");
+    certify->footer(
+        "Exit codes: 0 no check failed; 1 some did, or a setting could not be put back; 2 wrong arguments.\n"
+        "It changes the camera's settings, acquires images, and puts the settings back; --read-only writes\n"
+        "nothing. docs/certify.md tells why the adapter needs each check and what to do when one fails.");
+    certify
+        ->add_option("--channel", options.channel,
+                     "The camera: its index, serial number or identifier; the first one without it")
+        ->option_text("CAMERA");
+    certify->add_option("--group", options.group, "Only these groups of checks, such as C or FGH")
+        ->option_text("LETTERS");
+    certify->add_option("--level", options.level, "Only checks of this level: sdk, camera or adapter")
+        ->check(CLI::IsMember({"sdk", "camera", "adapter"}))
+        ->option_text("LEVEL");
+    certify->add_option("--filter", options.filter, "Only checks whose number and name fit this expression")
+        ->option_text("REGEX");
+    certify->add_flag("--list", options.list, "Lists the checks");
+    certify->add_flag("--strict", options.strict, "Refusals must have exactly the documented result code");
+    certify->add_flag("--read-only", options.readOnly, "For a line that must not change: writes nothing");
+    certify->add_option("--time", options.seconds, "Seconds that each of the long streams lasts")
+        ->capture_default_str()
+        ->check(IsSeconds());
+    certify->add_option("--junit", options.junit, "Writes the results for a build server")
+        ->option_text("FILE");
+    certify->add_option("--html", options.html, "Writes a page for people")->option_text("FILE");
+    AddJson(certify, options);
+    certify->add_option("--worker", options.worker)->group("");
+    certify->add_option("--folder", options.folder)->group("");
+}
+
 // The first word that is neither an option nor an option's value, when it names no command. The arguments
 // come in reverse order.
 std::string UnknownCommand(const CLI::App& app, const std::vector<std::string>& arguments)
@@ -267,6 +300,7 @@ std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int*
     AddGrab(app, options, words);
     AddView(app, options);
     AddDoctor(app, options);
+    AddCertify(app, options);
     AddLog(app, options);
     AddBench(app, options);
     if (arguments.size() == 2 &&

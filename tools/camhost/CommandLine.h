@@ -20,7 +20,8 @@ enum class Command
     View,
     Bench,
     Log,
-    Doctor
+    Doctor,
+    Certify
 };
 
 enum class Trigger
@@ -77,6 +78,13 @@ struct Options
     std::string listen = "127.0.0.1";
     bool readOnly = false;
     bool noBrowser = false;
+
+    std::string group, filter, level; // of checks; empty: all
+    bool list = false;
+    bool strict = false;
+    double seconds = 5; // that long streams last
+    std::string junit;  // file
+    std::string worker; // checks to run for another process
 
     int rounds = 31;
     std::string results; // folder; empty: nothing is written

@@ -26,7 +26,8 @@ std::string Variable(const std::string& name);
 // Sets a variable for this process and the libraries that it loads.
 void SetVariable(const std::string& name, const std::string& value);
 
-// The folder of this program; empty when the system does not tell.
+// This program and its folder; empty when the system does not tell.
+std::filesystem::path ProgramFile();
 std::filesystem::path ProgramFolder();
 
 // Seconds since this program began, rounded up.

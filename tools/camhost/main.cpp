@@ -8,7 +8,9 @@
 #include "Places.h"
 #include "Simulation.h"
 #include "System.h"
+#include "Version.h"
 #include "bench/KernelBench.h"
+#include "certify/Certify.h"
 #include "diagnosis/Doctor.h"
 #include "diagnosis/SdkFolder.h"
 #include "host/AdapterLibrary.h"
@@ -180,6 +182,32 @@ int Doctor(const Options& options, bool sdkBesideTool)
     return HasFault(checks) ? ExitRefused : ExitDone;
 }
 
+int Certify(const Options& options)
+{
+    const std::string version = VersionText();
+    std::error_code error;
+    certify::Order order{.sdk = PathOf(Variable("ZORVIK_HOME")),
+                         .adapter = TextOf(std::filesystem::absolute(PathOf(AdapterFile(options)), error)),
+                         .program = ProgramFile(),
+                         .version = version.substr(0, version.find('\n')),
+                         .channel = options.channel,
+                         .group = options.group,
+                         .filter = options.filter,
+                         .level = options.level,
+                         .list = options.list,
+                         .strict = options.strict,
+                         .readOnly = options.readOnly,
+                         .seconds = options.seconds,
+                         .json = options.json,
+                         .junit = options.junit,
+                         .html = options.html,
+                         .worker = options.worker,
+                         .folder = options.folder};
+    if (order.sdk.empty() && !order.list)
+        throw Failure(ExitNotLoaded, "there is no SDK folder; name it with --sdk or ZORVIK_HOME");
+    return certify::Certify(order);
+}
+
 int Bench(const Options& options)
 {
     bench::KernelBenchSettings settings;
@@ -205,6 +233,8 @@ int Run(std::vector<std::string> arguments)
     const bool sdkBesideTool = ChooseSdkFolder(*options);
     if (!options->simulate.empty())
         SimulateFaults(options->simulate);
+    if (options->command == Command::Certify)
+        return Certify(*options);
     if (options->command == Command::Doctor)
         return Doctor(*options, sdkBesideTool);
     const auto library = LoadAdapter(*options);

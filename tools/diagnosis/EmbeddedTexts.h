@@ -3,6 +3,7 @@
 
 namespace maravel::diagnosis {
 
-extern const char kLogDocument[]; // docs/log.md
+extern const char kLogDocument[];     // docs/log.md
+extern const char kCertifyDocument[]; // docs/certify.md
 
 } // namespace maravel::diagnosis

@@ -43,10 +43,10 @@ void SetVariable(const std::string& name, const std::string& value)
     setenv(name.c_str(), value.c_str(), 1);
 }
 
-std::filesystem::path ProgramFolder()
+std::filesystem::path ProgramFile()
 {
     std::error_code error;
-    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    return std::filesystem::read_symlink("/proc/self/exe", error);
 }
 
 void CatchEndRequests()

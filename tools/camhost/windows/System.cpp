@@ -77,11 +77,11 @@ void SetVariable(const std::string& name, const std::string& value)
     _wputenv_s(Wide(name).c_str(), Wide(value).c_str());
 }
 
-std::filesystem::path ProgramFolder()
+std::filesystem::path ProgramFile()
 {
     wchar_t path[4096];
     const DWORD length = GetModuleFileNameW(nullptr, path, 4096);
-    return std::filesystem::path(std::wstring(path, length)).parent_path();
+    return std::wstring(path, length);
 }
 
 void CatchEndRequests()

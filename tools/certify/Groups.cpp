@@ -1,0 +1,13 @@
+#include "Groups.h"
+
+#include "Runner.h"
+
+namespace maravel::certify {
+
+std::span<const Group> Groups()
+{
+    static const Group groups[] = {kFolderGroup, kLifeGroup, kEnumerationGroup, kOpeningGroup};
+    return groups;
+}
+
+} // namespace maravel::certify

@@ -1,0 +1,13 @@
+// The groups of checks; each stands in a file of its own.
+#pragma once
+
+#include "Check.h"
+
+namespace maravel::certify {
+
+extern const Group kFolderGroup;      // A
+extern const Group kLifeGroup;        // B
+extern const Group kEnumerationGroup; // C
+extern const Group kOpeningGroup;     // D
+
+} // namespace maravel::certify

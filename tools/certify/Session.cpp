@@ -1,0 +1,346 @@
+#include "Session.h"
+
+#include "host/Utf8Path.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fstream>
+#include <thread>
+
+namespace maravel::certify {
+namespace {
+
+// What is written to a camera and not read back: settings that other settings follow.
+constexpr int kRoundsOfPuttingBack = 3;
+
+constexpr const char* kSettingsFile = "settings-before";
+
+std::string TextOfNumber(double value)
+{
+    char text[40];
+    const auto end = std::to_chars(text, text + sizeof(text), value);
+    return {text, end.ptr};
+}
+
+} // namespace
+
+void Session::Reach(Stage stage)
+{
+    if (stage_ == stage)
+        return;
+    if (stage_ > stage || stage == Stage::Adapter)
+        Leave();
+    try {
+        if (stage == Stage::Adapter)
+            return LoadAdapter();
+        if (stage_ < Stage::Loaded && stage >= Stage::Loaded)
+            Load();
+        if (stage_ < Stage::Started && stage >= Stage::Started)
+            Start();
+        if (stage_ < Stage::Opened && stage >= Stage::Opened)
+            Open();
+    }
+    catch (const Failed& failed) {
+        Leave();
+        throw Skip{failed.text};
+    }
+}
+
+void Session::Leave()
+{
+    channels_.clear();
+    adapter_.reset();
+    features_.clear();
+    if (camera_ != nullptr)
+        sdk_->ZvkCameraClose(camera_);
+    camera_ = stream_ = transportLayer_ = nullptr;
+    if (stage_ == Stage::Started || stage_ == Stage::Opened)
+        sdk_->ZvkShutdown();
+    sdk_.reset();
+    stage_ = Stage::Folder;
+}
+
+void Session::Load()
+{
+    sdk_ = std::make_unique<certify::Sdk>(settings_.sdk);
+    stage_ = Stage::Loaded;
+}
+
+void Session::Start()
+{
+    CERTIFY_OK(sdk_->ZvkStartup(nullptr));
+    stage_ = Stage::Started;
+    const auto cameras = Cameras();
+    const std::string& wanted = settings_.camera;
+    for (cameraIndex_ = 0; cameraIndex_ < cameras.size(); ++cameraIndex_) {
+        const ZvkCameraInfo_t& info = cameras[cameraIndex_];
+        if (wanted.empty() || wanted == info.cameraIdString || wanted == std::to_string(cameraIndex_) ||
+            (info.serialString != nullptr && wanted == info.serialString)) {
+            cameraId_ = info.cameraIdString;
+            return;
+        }
+    }
+    cameraIndex_ = 0;
+    cameraId_.clear();
+}
+
+void Session::Open()
+{
+    if (cameraId_.empty())
+        throw Skip{settings_.camera.empty() ? "the SDK finds no camera"
+                                            : "the SDK finds no camera '" + settings_.camera + "'"};
+    ZvkHandle_t camera = nullptr;
+    CERTIFY_OK(sdk_->ZvkCameraOpen(cameraId_.c_str(), ZvkAccessModeFull, &camera));
+    stage_ = Stage::Opened;
+    SetCamera(camera);
+    RememberSettings();
+    if (!settings_.readOnly)
+        for (const auto& [name, value] : {std::pair{"TriggerMode", "Off"}, {"AcquisitionMode", "Continuous"}})
+            SetValue(name, value);
+}
+
+void Session::SetCamera(ZvkHandle_t camera)
+{
+    camera_ = camera;
+    stream_ = transportLayer_ = nullptr;
+    features_.clear();
+    if (camera == nullptr)
+        return;
+    ZvkCameraInfo_t info{};
+    CERTIFY_OK(sdk_->ZvkCameraInfoQueryByHandle(camera, &info, sizeof(info)));
+    stream_ = info.streamCount > 0 && info.streamHandles != nullptr ? info.streamHandles[0] : nullptr;
+    transportLayer_ = info.transportLayerHandle;
+    ReadFeatures();
+}
+
+void Session::Forget()
+{
+    SetCamera(nullptr);
+    stage_ = Stage::Loaded;
+}
+
+void Session::LoadAdapter()
+{
+    std::string reason;
+    adapter_ = host::AdapterLibrary::Load(settings_.adapter, &reason);
+    if (adapter_ == nullptr)
+        throw Skip{reason};
+    stage_ = Stage::Adapter;
+    const host::Outcome outcome = adapter_->CollectChannels(&channels_);
+    if (channels_.empty())
+        throw Skip{"the adapter has no channel" + (outcome ? "" : ": " + outcome.text)};
+    for (cameraIndex_ = 0; cameraIndex_ < channels_.size(); ++cameraIndex_)
+        if (settings_.camera.empty() || settings_.camera == channels_[cameraIndex_].SerialNumber() ||
+            settings_.camera == std::to_string(cameraIndex_))
+            return;
+    throw Skip{"the adapter has no channel '" + settings_.camera + "'"};
+}
+
+void* Session::FindInRuntime(const char* name) const
+{
+    return sdk_ == nullptr ? nullptr : sdk_->Runtime().Find(name);
+}
+
+std::vector<ZvkCameraInfo_t> Session::Cameras() const
+{
+    std::uint32_t count = 0;
+    CERTIFY_OK(sdk_->ZvkCamerasList(nullptr, 0, &count, sizeof(ZvkCameraInfo_t)));
+    std::vector<ZvkCameraInfo_t> cameras(count);
+    if (count > 0)
+        CERTIFY_OK(sdk_->ZvkCamerasList(cameras.data(), count, &count, sizeof(ZvkCameraInfo_t)));
+    return cameras;
+}
+
+void Session::ReadFeatures()
+{
+    std::uint32_t count = 0;
+    CERTIFY_OK(sdk_->ZvkFeaturesList(camera_, nullptr, 0, &count, sizeof(ZvkFeatureInfo_t)));
+    std::vector<ZvkFeatureInfo_t> list(count);
+    CERTIFY_OK(sdk_->ZvkFeaturesList(camera_, list.data(), count, &count, sizeof(ZvkFeatureInfo_t)));
+    features_.clear();
+    for (const ZvkFeatureInfo_t& info : list) {
+        ZvkBool_t readable = 0;
+        ZvkBool_t writable = 0;
+        sdk_->ZvkFeatureAccessQuery(camera_, info.name, &readable, &writable);
+        features_.push_back({info.name, info.featureDataType, readable != 0, writable != 0});
+    }
+}
+
+const Feature* Session::Find(const std::string& name) const
+{
+    const auto found = std::ranges::find(features_, name, &Feature::name);
+    return found == features_.end() ? nullptr : &*found;
+}
+
+std::vector<std::string> Session::FeaturesOf(std::uint32_t type, const char* access) const
+{
+    const std::string wanted(access);
+    std::vector<std::string> names;
+    for (const Feature& feature : features_)
+        if (feature.type == type && (wanted.find('r') == std::string::npos || feature.readable) &&
+            (wanted.find('w') == std::string::npos || feature.writable))
+            names.push_back(feature.name);
+    return names;
+}
+
+std::vector<std::string> Session::EntriesOf(const std::string& enumeration, bool availableOnly) const
+{
+    std::uint32_t count = 0;
+    CERTIFY_OK(sdk_->ZvkFeatureEnumRangeQuery(camera_, enumeration.c_str(), nullptr, 0, &count));
+    std::vector<const char*> texts(count);
+    CERTIFY_OK(sdk_->ZvkFeatureEnumRangeQuery(camera_, enumeration.c_str(), texts.data(), count, &count));
+    std::vector<std::string> entries;
+    for (const char* text : texts) {
+        ZvkBool_t available = 0;
+        if (!availableOnly ||
+            (sdk_->ZvkFeatureEnumIsAvailable(camera_, enumeration.c_str(), text, &available) == 0 &&
+             available != 0))
+            entries.emplace_back(text);
+    }
+    return entries;
+}
+
+std::optional<std::int64_t> Session::Integer(const std::string& name) const
+{
+    std::int64_t value = 0;
+    if (sdk_->ZvkFeatureIntGet(camera_, name.c_str(), &value) != 0)
+        return {};
+    return value;
+}
+
+std::optional<std::string> Session::Value(const std::string& name) const
+{
+    const Feature* feature = Find(name);
+    if (feature == nullptr)
+        return {};
+    switch (feature->type) {
+    case ZvkFeatureDataInt:
+        if (const auto value = Integer(name))
+            return std::to_string(*value);
+        return {};
+    case ZvkFeatureDataFloat: {
+        double value = 0;
+        if (sdk_->ZvkFeatureFloatGet(camera_, name.c_str(), &value) == 0)
+            return TextOfNumber(value);
+        return {};
+    }
+    case ZvkFeatureDataEnum: {
+        const char* value = nullptr;
+        if (sdk_->ZvkFeatureEnumGet(camera_, name.c_str(), &value) == 0 && value != nullptr)
+            return value;
+        return {};
+    }
+    case ZvkFeatureDataBool: {
+        ZvkBool_t value = 0;
+        if (sdk_->ZvkFeatureBoolGet(camera_, name.c_str(), &value) == 0)
+            return value != 0 ? "1" : "0";
+        return {};
+    }
+    case ZvkFeatureDataString: {
+        std::vector<char> buffer(65536);
+        std::uint32_t size = 0;
+        if (sdk_->ZvkFeatureStringGet(camera_, name.c_str(), buffer.data(),
+                                      static_cast<std::uint32_t>(buffer.size()), &size) == 0)
+            return buffer.data();
+        return {};
+    }
+    default:
+        return {};
+    }
+}
+
+std::string Session::SetValue(const std::string& name, const std::string& value) const
+{
+    const Feature* feature = Find(name);
+    if (feature == nullptr)
+        return "there is none";
+    ZvkError_t result = ZvkErrorWrongType;
+    switch (feature->type) {
+    case ZvkFeatureDataInt:
+        result = sdk_->ZvkFeatureIntSet(camera_, name.c_str(), std::strtoll(value.c_str(), nullptr, 10));
+        break;
+    case ZvkFeatureDataFloat: {
+        double number = 0;
+        std::from_chars(value.data(), value.data() + value.size(), number);
+        result = sdk_->ZvkFeatureFloatSet(camera_, name.c_str(), number);
+        break;
+    }
+    case ZvkFeatureDataEnum:
+        result = sdk_->ZvkFeatureEnumSet(camera_, name.c_str(), value.c_str());
+        break;
+    case ZvkFeatureDataBool:
+        result = sdk_->ZvkFeatureBoolSet(camera_, name.c_str(), value == "1" ? 1 : 0);
+        break;
+    case ZvkFeatureDataString:
+        result = sdk_->ZvkFeatureStringSet(camera_, name.c_str(), value.c_str());
+        break;
+    default:
+        break;
+    }
+    return result == 0 ? "" : NameOf(result);
+}
+
+void Session::With(const std::string& name, const std::string& value, const std::function<void()>& body) const
+{
+    const auto before = Value(name);
+    if (const std::string why = SetValue(name, value); !why.empty())
+        throw Failed{name + " cannot be set to " + value + ": " + why};
+    try {
+        body();
+    }
+    catch (...) {
+        if (before)
+            SetValue(name, *before);
+        throw;
+    }
+    if (before)
+        SetValue(name, *before);
+}
+
+// The file holds NAME=VALUE lines, so that the settings outlive a crash of this process.
+void Session::RememberSettings()
+{
+    const auto path = settings_.folder / kSettingsFile;
+    if (!before_.empty() || settings_.readOnly)
+        return;
+    if (std::ifstream file(path); file) {
+        for (std::string line; std::getline(file, line);)
+            if (const auto equals = line.find('='); equals != std::string::npos)
+                before_.emplace_back(line.substr(0, equals), line.substr(equals + 1));
+        PutBack();
+        return;
+    }
+    std::ofstream file(path);
+    for (const Feature& feature : features_)
+        if (feature.readable && feature.writable)
+            if (const auto value = Value(feature.name);
+                value && value->find_first_of("\r\n") == std::string::npos) {
+                before_.emplace_back(feature.name, *value);
+                file << feature.name << '=' << *value << '\n';
+            }
+}
+
+std::vector<std::string> Session::PutBack()
+{
+    if (before_.empty())
+        return {};
+    if (stage_ != Stage::Opened)
+        Reach(Stage::Opened);
+    std::vector<std::string> left;
+    for (int round = 0; round < kRoundsOfPuttingBack; ++round) {
+        left.clear();
+        for (auto setting = before_.rbegin(); setting != before_.rend(); ++setting) {
+            const auto& [name, value] = *setting;
+            if (Value(name) == value)
+                continue;
+            const std::string why = SetValue(name, value);
+            if (Value(name) != value)
+                left.push_back(name + " = " + value + (why.empty() ? "" : ": " + why));
+        }
+        if (left.empty())
+            break;
+    }
+    return left;
+}
+
+} // namespace maravel::certify

@@ -1,0 +1,132 @@
+// What the bodies of the checks stand on: the SDK, a camera and the adapter, brought to the stage that a
+// check begins at, and the camera's settings, which are put back.
+#pragma once
+
+#include "Check.h"
+#include "Sdk.h"
+#include "host/AdapterLibrary.h"
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace maravel::certify {
+
+// What a run is asked for.
+struct Settings
+{
+    std::filesystem::path sdk; // the SDK folder
+    std::string adapter;       // the adapter's file, UTF-8
+    std::string camera;        // identifier, serial number or index; empty: the first one
+    std::filesystem::path
+        program;                  // this program, for checks that need a second one; empty: those are skipped
+    std::filesystem::path folder; // exists and is the run's own
+    bool strict = false;          // exact result codes
+    bool readOnly = false;
+    double seconds = 5; // that the long streams last
+};
+
+struct Feature
+{
+    std::string name;
+    std::uint32_t type = 0; // ZvkFeatureData...
+    bool readable = false;
+    bool writable = false;
+};
+
+class Session
+{
+public:
+    explicit Session(const Settings& settings) : settings_(settings) {}
+    ~Session() { Leave(); }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    const Settings& Asked() const { return settings_; }
+
+    // Brings the session to the stage, from wherever it stands. Throws Skip when the stage cannot be reached;
+    // that it cannot is the failure of a check of its own.
+    void Reach(Stage stage);
+    // Stops, closes and unloads everything.
+    void Leave();
+    // Writes back what the camera was set to before the first check. Returns what could not be put back, a
+    // line each. Needs no stage.
+    std::vector<std::string> PutBack();
+
+    // From Stage::Loaded on (not at Stage::Adapter).
+    const certify::Sdk& Sdk() const { return *sdk_; }
+    // A control function of the simulated SDK; null where the SDK is another one.
+    template <class Function>
+    Function* Control(const char* name) const
+    {
+        return reinterpret_cast<Function*>(FindInRuntime(name));
+    }
+
+    // From Stage::Started on.
+    std::vector<ZvkCameraInfo_t> Cameras() const;
+    std::size_t CameraIndex() const { return cameraIndex_; } // in Cameras()
+    const std::string& CameraId() const { return cameraId_; }
+
+    // At Stage::Opened.
+    ZvkHandle_t Camera() const { return camera_; }
+    ZvkHandle_t Stream() const { return stream_; } // null: it has none
+    ZvkHandle_t TransportLayer() const { return transportLayer_; }
+    // After a body has closed the camera, or opened it again.
+    void SetCamera(ZvkHandle_t camera);
+    // After a body has stopped the SDK.
+    void Forget();
+    const std::vector<Feature>& Features() const { return features_; }
+    const Feature* Find(const std::string& name) const;
+    // Names of the camera's features of a type; at least `access`: "r", "w" or "rw", "" for any.
+    std::vector<std::string> FeaturesOf(std::uint32_t type, const char* access = "") const;
+    std::vector<std::string> EntriesOf(const std::string& enumeration, bool availableOnly = true) const;
+    // A value as text, whatever its type; nothing when it is not there or cannot be read.
+    std::optional<std::string> Value(const std::string& name) const;
+    // Empty after success, else why not.
+    std::string SetValue(const std::string& name, const std::string& value) const;
+    std::optional<std::int64_t> Integer(const std::string& name) const;
+    // Writes a value, runs the body and writes the old value back, however the body ends.
+    void With(const std::string& name, const std::string& value, const std::function<void()>& body) const;
+
+    // At Stage::Adapter.
+    const host::AdapterLibrary& Adapter() const { return *adapter_; }
+    const host::Channel& Channel() const { return channels_.at(cameraIndex_); }
+    const std::vector<host::Channel>& Channels() const { return channels_; }
+
+    // The outcome is a warning unless the body fails.
+    void Warn(const std::string& text) { warnings_.push_back(text); }
+    // Something measured that the report shows.
+    void Tell(const std::string& text) { told_.push_back(text); }
+    std::vector<std::string> TakeWarnings() { return std::exchange(warnings_, {}); }
+    std::vector<std::string> TakeTold() { return std::exchange(told_, {}); }
+
+private:
+    void Load();
+    void Start();
+    void Open();
+    void LoadAdapter();
+    void* FindInRuntime(const char* name) const;
+    void ReadFeatures();
+    void RememberSettings();
+
+    const Settings settings_;
+    Stage stage_ = Stage::Folder;
+    std::unique_ptr<certify::Sdk> sdk_;
+    std::size_t cameraIndex_ = 0;
+    std::string cameraId_;
+    ZvkHandle_t camera_ = nullptr;
+    ZvkHandle_t stream_ = nullptr;
+    ZvkHandle_t transportLayer_ = nullptr;
+    std::vector<Feature> features_;
+    std::unique_ptr<host::AdapterLibrary> adapter_;
+    std::vector<host::Channel> channels_;
+    std::vector<std::pair<std::string, std::string>> before_; // name and value, in the camera's order
+    std::vector<std::string> warnings_, told_;
+};
+
+} // namespace maravel::certify

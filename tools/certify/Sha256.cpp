@@ -1,0 +1,94 @@
+#include "Sha256.h"
+
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+
+namespace maravel::certify {
+namespace {
+
+constexpr std::array<std::uint32_t, 64> kConstants = {
+    0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
+    0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
+    0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,
+    0x983e5152, 0xa831c66d, 0xb00327c8, 0xbf597fc7, 0xc6e00bf3, 0xd5a79147, 0x06ca6351, 0x14292967,
+    0x27b70a85, 0x2e1b2138, 0x4d2c6dfc, 0x53380d13, 0x650a7354, 0x766a0abb, 0x81c2c92e, 0x92722c85,
+    0xa2bfe8a1, 0xa81a664b, 0xc24b8b70, 0xc76c51a3, 0xd192e819, 0xd6990624, 0xf40e3585, 0x106aa070,
+    0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
+    0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2};
+
+using State = std::array<std::uint32_t, 8>;
+using Block = std::array<std::uint8_t, 64>;
+
+void Add(State& state, const Block& block)
+{
+    std::array<std::uint32_t, 64> w{};
+    for (std::size_t i = 0; i < 16; ++i)
+        w[i] = std::uint32_t{block[4 * i]} << 24 | std::uint32_t{block[4 * i + 1]} << 16 |
+               std::uint32_t{block[4 * i + 2]} << 8 | block[4 * i + 3];
+    for (std::size_t i = 16; i < 64; ++i) {
+        const std::uint32_t low = std::rotr(w[i - 15], 7) ^ std::rotr(w[i - 15], 18) ^ (w[i - 15] >> 3);
+        const std::uint32_t high = std::rotr(w[i - 2], 17) ^ std::rotr(w[i - 2], 19) ^ (w[i - 2] >> 10);
+        w[i] = w[i - 16] + low + w[i - 7] + high;
+    }
+    auto [a, b, c, d, e, f, g, h] = state;
+    for (std::size_t i = 0; i < 64; ++i) {
+        const std::uint32_t high = std::rotr(e, 6) ^ std::rotr(e, 11) ^ std::rotr(e, 25);
+        const std::uint32_t first = h + high + ((e & f) ^ (~e & g)) + kConstants[i] + w[i];
+        const std::uint32_t low = std::rotr(a, 2) ^ std::rotr(a, 13) ^ std::rotr(a, 22);
+        const std::uint32_t second = low + ((a & b) ^ (a & c) ^ (b & c));
+        h = g;
+        g = f;
+        f = e;
+        e = d + first;
+        d = c;
+        c = b;
+        b = a;
+        a = first + second;
+    }
+    const State added{a, b, c, d, e, f, g, h};
+    for (std::size_t i = 0; i < state.size(); ++i)
+        state[i] += added[i];
+}
+
+} // namespace
+
+std::string SumOf(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        return std::string("cannot be read: ") + std::strerror(errno);
+    State state{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
+                0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19};
+    Block block{};
+    std::uint64_t bytes = 0;
+    std::size_t filled = 0;
+    while (file.read(reinterpret_cast<char*>(block.data()), block.size())) {
+        Add(state, block);
+        bytes += block.size();
+    }
+    filled = static_cast<std::size_t>(file.gcount());
+    bytes += filled;
+    std::memset(block.data() + filled, 0, block.size() - filled);
+    block[filled] = 0x80;
+    if (filled + 1 > block.size() - 8) {
+        Add(state, block);
+        block.fill(0);
+    }
+    for (std::size_t i = 0; i < 8; ++i)
+        block[block.size() - 1 - i] = static_cast<std::uint8_t>(bytes * 8 >> (8 * i));
+    Add(state, block);
+    std::string text = "SHA-256 ";
+    for (const std::uint32_t word : state) {
+        char digits[9];
+        std::snprintf(digits, sizeof(digits), "%08x", word);
+        text += digits;
+    }
+    return text;
+}
+
+} // namespace maravel::certify

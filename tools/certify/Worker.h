@@ -1,0 +1,34 @@
+// What the process that runs checks tells the one that started it: lines of standard output that begin with
+// kMark; whatever else a library prints there is passed over.
+#pragma once
+
+#include "Check.h"
+
+#include <string>
+
+namespace maravel::certify::worker {
+
+inline constexpr const char* kMark = "camhost-certify ";
+inline constexpr int kHung = 97; // exit code: a check did not return
+
+void TellBegin(const std::string& id);
+void Tell(const Result& result);
+// A setting that could not be put back.
+void TellLeft(const std::string& setting);
+
+struct Message
+{
+    enum class Kind : std::uint8_t
+    {
+        None, // not ours
+        Begin,
+        End,
+        Left
+    };
+    Kind kind = Kind::None;
+    Result result;    // Begin: the identifier alone
+    std::string left; // Left
+};
+Message Parse(const std::string& line);
+
+} // namespace maravel::certify::worker
