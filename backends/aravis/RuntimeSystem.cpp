@@ -179,6 +179,11 @@ ZvkError_t AravisRuntime::ZvkCameraOpen(const char* idString, std::uint32_t acce
     if (accessMode != ZvkAccessModeFull)
         return ZvkErrorNotSupported;
     Lock lock(g_mutex);
+    if (!session.Get().lookedRound) { // the identifier is from an earlier session
+        lock.Unlock();
+        session.Get().LookRound();
+        lock.Relock();
+    }
     Camera* camera = session.Get().FindCamera(idString);
     if (camera == nullptr)
         return ZvkErrorNotFound;

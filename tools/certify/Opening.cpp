@@ -47,13 +47,17 @@ std::string OpenElsewhere(const Session& session)
         throw Skip{"it needs a second process"};
     ChildProcess child(asked.program, {"certify", "--sdk", host::TextOf(asked.sdk), "--channel",
                                        session.CameraId(), "--worker", "D1"});
-    std::string outcome = "it told nothing";
+    std::string outcome;
+    bool told = false;
     for (std::string line; child.ReadLine(&line);) {
         const auto message = worker::Parse(line);
-        if (message.kind == worker::Message::Kind::End)
-            outcome = message.result.outcome == Outcome::Ok ? "" : message.result.text;
+        if (message.kind != worker::Message::Kind::End)
+            continue;
+        told = true;
+        outcome = message.result.outcome == Outcome::Ok ? "" : message.result.text;
     }
-    child.Wait();
+    const std::string end = child.Wait();
+    CERTIFY(told, "the second process told nothing: " << (end.empty() ? "exit code 0" : end));
     return outcome;
 }
 

@@ -74,6 +74,8 @@ void Session::Start()
     const std::string& wanted = settings_.camera;
     for (cameraIndex_ = 0; cameraIndex_ < cameras.size(); ++cameraIndex_) {
         const ZvkCameraInfo_t& info = cameras[cameraIndex_];
+        if (info.cameraIdString == nullptr)
+            continue;
         if (wanted.empty() || wanted == info.cameraIdString || wanted == std::to_string(cameraIndex_) ||
             (info.serialString != nullptr && wanted == info.serialString)) {
             cameraId_ = info.cameraIdString;
@@ -148,6 +150,7 @@ std::vector<ZvkCameraInfo_t> Session::Cameras() const
     std::vector<ZvkCameraInfo_t> cameras(count);
     if (count > 0)
         CERTIFY_OK(sdk_->ZvkCamerasList(cameras.data(), count, &count, sizeof(ZvkCameraInfo_t)));
+    cameras.resize(std::min<std::size_t>(count, cameras.size()));
     return cameras;
 }
 
@@ -157,8 +160,11 @@ void Session::ReadFeatures()
     CERTIFY_OK(sdk_->ZvkFeaturesList(camera_, nullptr, 0, &count, sizeof(ZvkFeatureInfo_t)));
     std::vector<ZvkFeatureInfo_t> list(count);
     CERTIFY_OK(sdk_->ZvkFeaturesList(camera_, list.data(), count, &count, sizeof(ZvkFeatureInfo_t)));
+    list.resize(std::min<std::size_t>(count, list.size()));
     features_.clear();
     for (const ZvkFeatureInfo_t& info : list) {
+        if (info.name == nullptr)
+            continue;
         ZvkBool_t readable = 0;
         ZvkBool_t writable = 0;
         sdk_->ZvkFeatureAccessQuery(camera_, info.name, &readable, &writable);
@@ -189,6 +195,8 @@ std::vector<std::string> Session::EntriesOf(const std::string& enumeration, bool
     CERTIFY_OK(sdk_->ZvkFeatureEnumRangeQuery(camera_, enumeration.c_str(), nullptr, 0, &count));
     std::vector<const char*> texts(count);
     CERTIFY_OK(sdk_->ZvkFeatureEnumRangeQuery(camera_, enumeration.c_str(), texts.data(), count, &count));
+    texts.resize(std::min<std::size_t>(count, texts.size()));
+    std::erase(texts, nullptr);
     std::vector<std::string> entries;
     for (const char* text : texts) {
         ZvkBool_t available = 0;

@@ -28,7 +28,8 @@ struct Settings
     std::filesystem::path folder; // exists and is the run's own
     bool strict = false;          // exact result codes
     bool readOnly = false;
-    double seconds = 5; // that the long streams last
+    double seconds = 5;      // that the long streams last
+    double startSeconds = 5; // a start that takes longer is worth a warning
 };
 
 struct Feature
