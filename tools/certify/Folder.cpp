@@ -90,6 +90,7 @@ const Check kChecks[] = {
              for (const std::string& needed : diagnosis::InspectLibrary(path).needs)
                  CERTIFY(diagnosis::CanFindLibrary(needed, path.parent_path()),
                          name << " needs " << needed << ", which is missing");
+             const LoadedLibrary loads(path); // where the system alone knows what is missing
          }
      }},
     {"A4", Stage::Folder, Effect::Reads,

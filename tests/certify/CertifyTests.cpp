@@ -1,0 +1,233 @@
+// Each check of the conformance run fails when the SDK has the fault that the check is for, and hardly any
+// other check does.
+#include "Faults.h"
+#include "certify/Catalogue.h"
+#include "certify/Runner.h"
+#include "host/Utf8Path.h"
+#include "support/TestPlatform.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <map>
+#include <optional>
+
+namespace maravel::test {
+namespace {
+
+namespace fs = std::filesystem;
+using certify::Check;
+using certify::Group;
+using certify::Outcome;
+using certify::Result;
+using certify::Settings;
+
+// Small and fast, so that all faults take seconds.
+constexpr const char* kCameras = R"(
+[[camera]]
+id = "FAST-1"
+model = "Fast"
+vendor = "Simulated Cameras"
+serial = "1"
+interface = "USB3"
+transport_vendor = "Halvane Imaging"
+width = 64
+height = 48
+pixel_formats = ["Mono8", "Mono12"]
+frame_rate = 200.0
+exposure_us = 500.0
+
+[[camera]]
+id = "FAST-2"
+model = "Fast"
+vendor = "Simulated Cameras"
+serial = "2"
+interface = "USB3"
+transport_vendor = "Halvane Imaging"
+width = 64
+height = 48
+pixel_formats = ["Mono8"]
+frame_rate = 200.0
+exposure_us = 500.0
+)";
+
+std::optional<fs::path> g_copy; // that UseCopy made
+
+fs::path SdkFolder()
+{
+    return (fs::path(ExecutableFolder()).parent_path() / "sdk").lexically_normal();
+}
+
+std::vector<FaultRow> AllFaults()
+{
+    std::vector<FaultRow> rows;
+    for (const auto faults : {SdkFaults()})
+        rows.insert(rows.end(), faults.begin(), faults.end());
+    return rows;
+}
+
+const Group& GroupOf(const std::string& check)
+{
+    return *std::ranges::find(certify::Groups(), check[0], &Group::letter);
+}
+
+void BindOwn()
+{
+#define BIND(result, name, parameters)                                                                       \
+    own.name = reinterpret_cast<result(*) parameters>(sdk->SimOriginalEntry(#name));
+    ZVK_RUNTIME_ENTRY_POINTS(BIND)
+#undef BIND
+#define BIND(result, name, parameters)                                                                       \
+    own.name = reinterpret_cast<result(*) parameters>(sdk->SimTransformOriginalEntry(#name));
+    ZVK_IMAGE_TRANSFORM_ENTRY_POINTS(BIND)
+#undef BIND
+}
+
+class Folder
+{
+public:
+    Folder() : path_(fs::path(testing::TempDir()) / "certify tests")
+    {
+        fs::remove_all(path_);
+        fs::create_directories(path_);
+    }
+    ~Folder()
+    {
+        std::error_code error;
+        fs::remove_all(path_, error);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    const fs::path& Path() const { return path_; }
+
+private:
+    const fs::path path_;
+};
+
+class CertifyTest : public testing::Test
+{
+protected:
+    CertifyTest() : control_(host::TextOf(SdkFolder()))
+    {
+        sdk = &control_;
+        BindOwn();
+    }
+    ~CertifyTest() override { MakeNew(); }
+
+    void MakeNew()
+    {
+        own.ZvkShutdown();
+        control_.SimReset();
+        control_.SimTransformReset();
+        control_.SimSetDescription(kCameras);
+        memory = {};
+    }
+
+    Result Run(const Check& check, void (*install)(Settings&))
+    {
+        MakeNew();
+        const Folder folder;
+        Settings settings{.sdk = SdkFolder(),
+                          .adapter = {},
+                          .camera = {},
+                          .program = fs::path(ExecutableFolder()) / MARAVEL_CAMHOST,
+                          .folder = folder.Path() / "own",
+                          .seconds = 0.2,
+                          .startSeconds = 5};
+        fs::create_directories(settings.folder);
+        g_copy = folder.Path() / "copy" / "sdk";
+        if (install != nullptr)
+            install(settings);
+        Result result;
+        {
+            certify::Session session(settings);
+            result = certify::RunCheck(session, check);
+        }
+        return result;
+    }
+
+private:
+    SdkControl control_;
+};
+
+bool Complains(const Result& result)
+{
+    return result.outcome == Outcome::Failed || result.outcome == Outcome::Warning;
+}
+
+TEST_F(CertifyTest, NothingFailsWithoutAFault)
+{
+    for (const bool strict : {false, true}) {
+        certify::BeStrict(strict);
+        for (const Group& group : certify::Groups())
+            for (const Check& check : group.checks) {
+                const Result result = Run(check, nullptr);
+                EXPECT_TRUE(result.outcome == Outcome::Ok || result.outcome == Outcome::NotSupported)
+                    << check.id << ": " << result.text;
+            }
+    }
+    certify::BeStrict(false);
+}
+
+class FaultTest : public CertifyTest, public testing::WithParamInterface<FaultRow>
+{
+};
+
+TEST_P(FaultTest, IsFoundByItsCheck)
+{
+    const FaultRow& row = GetParam();
+    std::set<std::string> failed;
+    for (const Check& check : GroupOf(row.check).checks) {
+        const Result result = Run(check, row.install);
+        if (!Complains(result))
+            continue;
+        failed.insert(check.id);
+        EXPECT_TRUE(row.check == result.id || row.others.contains(result.id))
+            << "also fails: " << result.id << ": " << result.text;
+        if (row.check == result.id)
+            std::printf("%-4s %s\n", row.check, result.text.c_str());
+    }
+    EXPECT_TRUE(failed.contains(row.check)) << "the check does not notice its fault";
+    for (const std::string& other : row.others)
+        EXPECT_TRUE(failed.contains(other)) << other << " does not fail, and need not be listed";
+}
+
+INSTANTIATE_TEST_SUITE_P(Checks, FaultTest, testing::ValuesIn(AllFaults()),
+                         [](const auto& row) { return std::string(row.param.check); });
+
+TEST(Catalogue, HasEveryCheckAndEveryCheckHasAFault)
+{
+    std::set<std::string> checks;
+    std::set<std::string> proved;
+    std::set<std::string> described;
+    for (const Group& group : certify::Groups())
+        for (const Check& check : group.checks)
+            EXPECT_TRUE(checks.insert(check.id).second) << check.id << " is there twice";
+    for (const FaultRow& row : AllFaults())
+        EXPECT_TRUE(proved.insert(row.check).second) << row.check << " has two rows";
+    for (const certify::GroupText& group : certify::Catalogue())
+        for (const certify::CheckText& check : group.checks) {
+            EXPECT_FALSE(check.asks.empty() || check.why.empty() || check.remedy.empty()) << check.id;
+            described.insert(check.id);
+        }
+    EXPECT_EQ(checks, proved);
+    EXPECT_EQ(checks, described);
+}
+
+} // namespace
+
+SimStateInfo State()
+{
+    return sdk->State();
+}
+
+void UseCopy(Settings& settings, void (*change)(const fs::path& folder))
+{
+    fs::create_directories(g_copy->parent_path());
+    fs::copy(SdkFolder(), *g_copy, fs::copy_options::recursive);
+    change(*g_copy);
+    settings.sdk = *g_copy;
+}
+
+} // namespace maravel::test

@@ -1,0 +1,69 @@
+// What a fault of the simulated SDK is written with: a row says which check it proves, how the SDK goes
+// wrong, and which other checks of the group notice that as well.
+#pragma once
+
+#include "certify/Session.h"
+#include "sdk/ImageTransformEntryPoints.h"
+#include "sdk/RuntimeEntryPoints.h"
+#include "support/SdkControl.h"
+
+#include <atomic>
+#include <ostream>
+#include <set>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace maravel::test {
+
+struct FaultRow
+{
+    const char* check;
+    // Called before each check of the group, when the SDK is as new. What it changes in the settings is where
+    // the check looks for the SDK.
+    void (*install)(certify::Settings& settings);
+    std::set<std::string> others; // checks that may fail too
+};
+
+inline std::ostream& operator<<(std::ostream& out, const FaultRow& row)
+{
+    return out << row.check;
+}
+
+// The SDK's own implementations.
+struct OwnEntries
+{
+#define POINTER(result, name, parameters) result(*name) parameters = nullptr;
+    ZVK_RUNTIME_ENTRY_POINTS(POINTER)
+    ZVK_IMAGE_TRANSFORM_ENTRY_POINTS(POINTER)
+#undef POINTER
+};
+inline OwnEntries own;
+inline SdkControl* sdk = nullptr;
+
+// What faults remember; as here at the beginning of each check.
+struct Memory
+{
+    int calls = 0;
+    bool flag = false;
+    ZvkHandle_t handle = nullptr;
+    char text[16] = "one";
+};
+inline Memory memory;
+
+SimStateInfo State();
+
+// A folder like the SDK's, gone at the end of the check, in which `change` has done something to bin/.
+void UseCopy(certify::Settings& settings, void (*change)(const std::filesystem::path& folder));
+
+std::span<const FaultRow> SdkFaults(); // A to D
+
+// Calls of the entry point go to a lambda that captures nothing.
+#define REPLACE(entry, ...)                                                                                  \
+    sdk->SimReplaceEntry(#entry, reinterpret_cast<void*>(static_cast<decltype(own.entry)>(__VA_ARGS__)))
+#define REPLACE_TRANSFORM(entry, ...)                                                                        \
+    sdk->SimTransformReplaceEntry(#entry,                                                                    \
+                                  reinterpret_cast<void*>(static_cast<decltype(own.entry)>(__VA_ARGS__)))
+
+} // namespace maravel::test
