@@ -171,6 +171,7 @@ void CameraFeatures::AddImageFormat()
     };
     build_.FixedInt("PixelDynamicRangeMin", 0, "Smallest value of a pixel.");
     Feature& greatest = build_.FixedInt("PixelDynamicRangeMax", 255, "Greatest value of a pixel.");
+    greatest.intRange = {1, 65535};
     greatest.intNow = [current] { return (std::int64_t{1} << current()->sampleBits) - 1; };
 }
 
@@ -447,6 +448,7 @@ void CameraFeatures::AddTransport()
 {
     build_.Category("TransportLayerControl");
     Feature& payload = build_.FixedInt("PayloadSize", 0, "Bytes of a frame.");
+    payload.intRange = {0, UINT32_MAX};
     payload.unit = "B";
     payload.intNow = [&camera = camera_] { return static_cast<std::int64_t>(camera.PayloadSize()); };
     if (!description_.gigE) {

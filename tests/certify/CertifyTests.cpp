@@ -36,6 +36,37 @@ height = 48
 pixel_formats = ["Mono8", "Mono12"]
 frame_rate = 200.0
 exposure_us = 500.0
+[[camera.feature]]
+name = "Counter"
+type = "int"
+value = "5"
+minimum = 1
+maximum = 10
+[[camera.feature]]
+name = "Level"
+type = "float"
+value = "5"
+minimum = 1
+maximum = 10
+[[camera.feature]]
+name = "Temperature"
+type = "float"
+value = "40"
+minimum = 0
+maximum = 100
+writable = false
+[[camera.feature]]
+name = "Filter"
+type = "enum"
+value = "Red"
+entries = ["Red", "Green", "Blue", "Infrared"]
+unavailable_entries = ["Infrared"]
+[[camera.feature]]
+name = "Lens"
+type = "enum"
+value = "Wide"
+entries = ["Wide", "Long"]
+writable = false
 
 [[camera]]
 id = "FAST-2"
@@ -61,7 +92,7 @@ fs::path SdkFolder()
 std::vector<FaultRow> AllFaults()
 {
     std::vector<FaultRow> rows;
-    for (const auto faults : {SdkFaults()})
+    for (const auto faults : {SdkFaults(), FeatureFaults()})
         rows.insert(rows.end(), faults.begin(), faults.end());
     return rows;
 }

@@ -57,7 +57,8 @@ SimStateInfo State();
 // A folder like the SDK's, gone at the end of the check, in which `change` has done something to bin/.
 void UseCopy(certify::Settings& settings, void (*change)(const std::filesystem::path& folder));
 
-std::span<const FaultRow> SdkFaults(); // A to D
+std::span<const FaultRow> SdkFaults();     // A to D
+std::span<const FaultRow> FeatureFaults(); // E to H
 
 // Calls of the entry point go to a lambda that captures nothing.
 #define REPLACE(entry, ...)                                                                                  \

@@ -6,7 +6,8 @@ namespace maravel::certify {
 
 std::span<const Group> Groups()
 {
-    static const Group groups[] = {kFolderGroup, kLifeGroup, kEnumerationGroup, kOpeningGroup};
+    static const Group groups[] = {kFolderGroup,  kLifeGroup,        kEnumerationGroup,
+                                   kOpeningGroup, kFeatureListGroup, kIntegersGroup};
     return groups;
 }
 

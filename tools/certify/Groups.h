@@ -9,5 +9,7 @@ extern const Group kFolderGroup;      // A
 extern const Group kLifeGroup;        // B
 extern const Group kEnumerationGroup; // C
 extern const Group kOpeningGroup;     // D
+extern const Group kFeatureListGroup; // E
+extern const Group kIntegersGroup;    // F
 
 } // namespace maravel::certify

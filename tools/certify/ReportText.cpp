@@ -7,9 +7,11 @@ namespace {
 
 constexpr const char* kWords[] = {"OK", "OK (not supported)", "WARNING", "FAIL", "SKIPPED"};
 
-std::string Indented(const std::string& text, const std::string& indent)
+// The first line after `begin`, the others below it.
+std::string Indented(const std::string& text, const std::string& begin)
 {
-    std::string result = indent;
+    const std::string indent(begin.size(), ' ');
+    std::string result = begin;
     for (const char c : text)
         result += c == '\n' ? "\n" + indent : std::string(1, c);
     return result + "\n";

@@ -1,0 +1,207 @@
+// Faults of a camera's features.
+#include "Faults.h"
+
+#include <cctype>
+#include <cstring>
+#include <string_view>
+
+namespace maravel::test {
+namespace {
+
+bool Is(const char* name, std::string_view wanted)
+{
+    return name != nullptr && wanted == name;
+}
+
+template <class Change>
+ZvkError_t ListChanged(ZvkHandle_t handle, ZvkFeatureInfo_t* list, std::uint32_t length, std::uint32_t* found,
+                       std::uint32_t size, Change change)
+{
+    const ZvkError_t result = own.ZvkFeaturesList(handle, list, length, found, size);
+    if (list != nullptr && length > 1 && result == 0 && *found > 1)
+        change(list, length, found);
+    return result;
+}
+
+#define REPLACE_LIST(...)                                                                                    \
+    REPLACE(ZvkFeaturesList, [](auto handle, auto array, auto room, auto filled, auto size) {                \
+        return ListChanged(handle, array, room, filled, size, __VA_ARGS__);                                  \
+    })
+
+const FaultRow kFaults[] = {
+    {"E1",
+     [](auto&) {
+         REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto size) {
+             const ZvkError_t result = own.ZvkFeaturesList(handle, list, length, found, size);
+             if (list == nullptr && found != nullptr)
+                 ++*found;
+             return result;
+         });
+     },
+     {"E2", "E3"}},
+    {"E2",
+     [](auto&) { REPLACE_LIST([](auto*, auto length, auto* found) { *found -= *found == length ? 1 : 0; }); },
+     {}},
+    {"E3",
+     [](auto&) {
+         REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto size) {
+             const ZvkError_t result = own.ZvkFeaturesList(handle, list, length, found, size);
+             return result == ZvkErrorMoreData ? ZvkErrorSuccess : result;
+         });
+     },
+     {}},
+    {"E4",
+     [](auto&) {
+         REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto) {
+             return own.ZvkFeaturesList(handle, list, length, found, sizeof(ZvkFeatureInfo_t));
+         });
+     },
+     {}},
+    {"E5", [](auto&) { REPLACE_LIST([](auto* list, auto, auto*) { list[1].name = list[0].name; }); }, {}},
+    {"E6",
+     [](auto&) {
+         REPLACE_LIST([](auto* list, auto, auto*) {
+             if (++memory.calls == 5)
+                 std::swap(list[0], list[1]);
+         });
+     },
+     {}},
+    {"E7", [](auto&) { REPLACE_LIST([](auto* list, auto, auto*) { list[0].featureDataType = 42; }); }, {}},
+    {"E8",
+     [](auto&) {
+         REPLACE_LIST([](auto* list, auto, auto*) {
+             list[0].description = memory.text;
+             if (++memory.calls == 4)
+                 std::strcpy(memory.text, "two");
+         });
+     },
+     {}},
+    {"E9",
+     [](auto&) {
+         REPLACE(ZvkFeatureAccessQuery, [](auto handle, auto name, auto readable, auto writable) {
+             return Is(name, "Counter") ? ZvkErrorIO
+                                        : own.ZvkFeatureAccessQuery(handle, name, readable, writable);
+         });
+     },
+     {}},
+    {"E10",
+     [](auto&) {
+         REPLACE(ZvkFeatureAccessQuery, [](auto handle, auto name, auto readable, auto writable) {
+             return Is(name, "NoSuchFeature") ? ZvkErrorSuccess
+                                              : own.ZvkFeatureAccessQuery(handle, name, readable, writable);
+         });
+     },
+     {}},
+    {"E11",
+     [](auto&) {
+         REPLACE(ZvkFeatureAccessQuery, [](auto handle, auto name, auto readable, auto writable) {
+             std::string text = name == nullptr ? "" : name;
+             if (!text.empty())
+                 text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+             return own.ZvkFeatureAccessQuery(handle, text.c_str(), readable, writable);
+         });
+     },
+     {}},
+    {"E12",
+     [](auto&) {
+         REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto size) {
+             void* camera = nullptr;
+             void* stream = nullptr;
+             sdk->SimCameraHandles(0, &camera, &stream);
+             return handle == stream ? ZvkErrorNotSupported
+                                     : own.ZvkFeaturesList(handle, list, length, found, size);
+         });
+     },
+     {}},
+
+    {"F1",
+     [](auto&) {
+         REPLACE(ZvkFeatureIntRangeQuery, [](auto handle, auto name, auto minimum, auto maximum) {
+             const ZvkError_t result = own.ZvkFeatureIntRangeQuery(handle, name, minimum, maximum);
+             if (Is(name, "WidthMax"))
+                 *maximum = *minimum = 1;
+             return result;
+         });
+     },
+     {}},
+    {"F2",
+     [](auto&) {
+         REPLACE(ZvkFeatureIntRangeQuery, [](auto handle, auto name, auto minimum, auto maximum) {
+             return Is(name, "WidthMax") ? own.ZvkFeatureIntRangeQuery(handle, "Counter", maximum, minimum)
+                                         : own.ZvkFeatureIntRangeQuery(handle, name, minimum, maximum);
+         });
+     },
+     {"F1"}},
+    {"F3",
+     [](auto&) {
+         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Counter") && value == 1 ? ZvkErrorSuccess
+                                                      : own.ZvkFeatureIntSet(handle, name, value);
+         });
+     },
+     {}},
+    {"F4",
+     [](auto&) {
+         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Counter") && value == 10 ? ZvkErrorIO
+                                                       : own.ZvkFeatureIntSet(handle, name, value);
+         });
+     },
+     {}},
+    {"F5",
+     [](auto&) {
+         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Counter") && value == 5 ? ZvkErrorIO
+                                                      : own.ZvkFeatureIntSet(handle, name, value);
+         });
+     },
+     {}},
+    {"F6",
+     [](auto&) {
+         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Counter") && value < 1 ? ZvkErrorSuccess
+                                                     : own.ZvkFeatureIntSet(handle, name, value);
+         });
+     },
+     {}},
+    {"F7",
+     [](auto&) {
+         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
+             return own.ZvkFeatureIntSet(handle, name, Is(name, "Counter") && value > 10 ? 10 : value);
+         });
+     },
+     {}},
+    {"F8",
+     [](auto&) {
+         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
+             return Is(name, "WidthMax") ? ZvkErrorSuccess : own.ZvkFeatureIntSet(handle, name, value);
+         });
+     },
+     {}},
+    {"F9",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatGet, [](auto handle, auto name, auto value) {
+             if (!Is(name, "Counter"))
+                 return own.ZvkFeatureFloatGet(handle, name, value);
+             *value = 5;
+             return ZvkErrorSuccess;
+         });
+     },
+     {}},
+    {"F10",
+     [](auto&) {
+         REPLACE(ZvkFeatureIntGet, [](auto handle, auto name, auto value) {
+             return value == nullptr ? ZvkErrorSuccess : own.ZvkFeatureIntGet(handle, name, value);
+         });
+     },
+     {}},
+};
+
+} // namespace
+
+std::span<const FaultRow> FeatureFaults()
+{
+    return kFaults;
+}
+
+} // namespace maravel::test
