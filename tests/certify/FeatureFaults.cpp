@@ -2,7 +2,9 @@
 #include "Faults.h"
 
 #include <cctype>
+#include <cmath>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
 namespace maravel::test {
@@ -192,6 +194,80 @@ const FaultRow kFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeatureIntGet, [](auto handle, auto name, auto value) {
              return value == nullptr ? ZvkErrorSuccess : own.ZvkFeatureIntGet(handle, name, value);
+         });
+     },
+     {}},
+
+    {"G1",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatGet, [](auto handle, auto name, auto value) {
+             const ZvkError_t result = own.ZvkFeatureFloatGet(handle, name, value);
+             if (Is(name, "Temperature") && value != nullptr)
+                 *value = std::numeric_limits<double>::quiet_NaN();
+             return result;
+         });
+     },
+     {}},
+    {"G2",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatRangeQuery, [](auto handle, auto name, auto minimum, auto maximum) {
+             return Is(name, "Temperature") ? own.ZvkFeatureFloatRangeQuery(handle, name, maximum, minimum)
+                                            : own.ZvkFeatureFloatRangeQuery(handle, name, minimum, maximum);
+         });
+     },
+     {}},
+    {"G3",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Level") && value == 1 ? ZvkErrorSuccess
+                                                    : own.ZvkFeatureFloatSet(handle, name, value);
+         });
+     },
+     {}},
+    {"G4",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Level") && value == 10 ? ZvkErrorIO
+                                                     : own.ZvkFeatureFloatSet(handle, name, value);
+         });
+     },
+     {}},
+    {"G5",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Level") && value == 5.5 ? ZvkErrorSuccess
+                                                      : own.ZvkFeatureFloatSet(handle, name, value);
+         });
+     },
+     {}},
+    {"G6",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Level") && (value > 10 || value < 1) && std::isfinite(value)
+                        ? ZvkErrorSuccess
+                        : own.ZvkFeatureFloatSet(handle, name, value);
+         });
+     },
+     {}},
+    {"G7",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Level") && std::isnan(value) ? ZvkErrorSuccess
+                                                           : own.ZvkFeatureFloatSet(handle, name, value);
+         });
+     },
+     {}},
+    {"G8",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
+             return Is(name, "Temperature") ? ZvkErrorSuccess : own.ZvkFeatureFloatSet(handle, name, value);
+         });
+     },
+     {}},
+    {"G9",
+     [](auto&) {
+         REPLACE(ZvkFeatureFloatGet, [](auto handle, auto name, auto value) {
+             return value == nullptr ? ZvkErrorSuccess : own.ZvkFeatureFloatGet(handle, name, value);
          });
      },
      {}},

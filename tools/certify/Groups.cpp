@@ -6,8 +6,8 @@ namespace maravel::certify {
 
 std::span<const Group> Groups()
 {
-    static const Group groups[] = {kFolderGroup,  kLifeGroup,        kEnumerationGroup,
-                                   kOpeningGroup, kFeatureListGroup, kIntegersGroup};
+    static const Group groups[] = {kFolderGroup,      kLifeGroup,     kEnumerationGroup, kOpeningGroup,
+                                   kFeatureListGroup, kIntegersGroup, kFloatsGroup};
     return groups;
 }
 

@@ -11,5 +11,6 @@ extern const Group kEnumerationGroup; // C
 extern const Group kOpeningGroup;     // D
 extern const Group kFeatureListGroup; // E
 extern const Group kIntegersGroup;    // F
+extern const Group kFloatsGroup;      // G
 
 } // namespace maravel::certify
