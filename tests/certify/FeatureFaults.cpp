@@ -271,6 +271,98 @@ const FaultRow kFaults[] = {
          });
      },
      {}},
+
+    {"H1",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumGet, [](auto handle, auto name, auto value) {
+             if (!Is(name, "Lens") || value == nullptr)
+                 return own.ZvkFeatureEnumGet(handle, name, value);
+             *value = "Fisheye";
+             return ZvkErrorSuccess;
+         });
+     },
+     {"H5"}},
+    {"H2",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumRangeQuery, [](auto handle, auto name, auto entries, auto length, auto found) {
+             const ZvkError_t result = own.ZvkFeatureEnumRangeQuery(handle, name, entries, length, found);
+             return result == ZvkErrorMoreData && Is(name, "Filter") ? ZvkErrorSuccess : result;
+         });
+     },
+     {}},
+    {"H3",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumRangeQuery, [](auto handle, auto name, auto entries, auto length, auto found) {
+             const ZvkError_t result = own.ZvkFeatureEnumRangeQuery(handle, name, entries, length, found);
+             if (entries != nullptr && length > 2 && result == 0 && Is(name, "Filter"))
+                 entries[2] = "";
+             return result;
+         });
+     },
+     {"H4"}},
+    {"H4",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumIsAvailable, [](auto handle, auto name, auto entry, auto available) {
+             return Is(entry, "Green") ? ZvkErrorIO
+                                       : own.ZvkFeatureEnumIsAvailable(handle, name, entry, available);
+         });
+     },
+     {"H7"}},
+    {"H5",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumIsAvailable, [](auto handle, auto name, auto entry, auto available) {
+             const ZvkError_t result = own.ZvkFeatureEnumIsAvailable(handle, name, entry, available);
+             if (Is(entry, "Wide") && available != nullptr)
+                 *available = 0;
+             return result;
+         });
+     },
+     {}},
+    {"H6",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
+             return Is(entry, "Blue") ? ZvkErrorSuccess : own.ZvkFeatureEnumSet(handle, name, entry);
+         });
+     },
+     {}},
+    {"H7",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
+             return Is(entry, "Infrared") ? ZvkErrorSuccess : own.ZvkFeatureEnumSet(handle, name, entry);
+         });
+     },
+     {}},
+    {"H8",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
+             return Is(name, "Filter") && Is(entry, "NoSuchEntry")
+                        ? ZvkErrorSuccess
+                        : own.ZvkFeatureEnumSet(handle, name, entry);
+         });
+     },
+     {}},
+    {"H9",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumAsInt, [](auto handle, auto name, auto entry, auto number) {
+             return own.ZvkFeatureEnumAsInt(handle, name, Is(entry, "Green") ? "Red" : entry, number);
+         });
+     },
+     {}},
+    {"H10",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
+             return Is(name, "Lens") && entry != nullptr ? ZvkErrorSuccess
+                                                         : own.ZvkFeatureEnumSet(handle, name, entry);
+         });
+     },
+     {}},
+    {"H11",
+     [](auto&) {
+         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
+             return entry == nullptr ? ZvkErrorSuccess : own.ZvkFeatureEnumSet(handle, name, entry);
+         });
+     },
+     {}},
 };
 
 } // namespace

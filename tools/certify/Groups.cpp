@@ -7,7 +7,7 @@ namespace maravel::certify {
 std::span<const Group> Groups()
 {
     static const Group groups[] = {kFolderGroup,      kLifeGroup,     kEnumerationGroup, kOpeningGroup,
-                                   kFeatureListGroup, kIntegersGroup, kFloatsGroup};
+                                   kFeatureListGroup, kIntegersGroup, kFloatsGroup,      kEnumerationsGroup};
     return groups;
 }
 

@@ -5,12 +5,13 @@
 
 namespace maravel::certify {
 
-extern const Group kFolderGroup;      // A
-extern const Group kLifeGroup;        // B
-extern const Group kEnumerationGroup; // C
-extern const Group kOpeningGroup;     // D
-extern const Group kFeatureListGroup; // E
-extern const Group kIntegersGroup;    // F
-extern const Group kFloatsGroup;      // G
+extern const Group kFolderGroup;       // A
+extern const Group kLifeGroup;         // B
+extern const Group kEnumerationGroup;  // C
+extern const Group kOpeningGroup;      // D
+extern const Group kFeatureListGroup;  // E
+extern const Group kIntegersGroup;     // F
+extern const Group kFloatsGroup;       // G
+extern const Group kEnumerationsGroup; // H
 
 } // namespace maravel::certify
