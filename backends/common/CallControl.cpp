@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace maravel::backend {
@@ -32,6 +33,8 @@ bool CallControl::TakeArmedFault(std::size_t entry, ZvkError_t* code)
         else if (concerned && !fired) {
             fired = true;
             *code = fault.code;
+            if (fault.code == Crash)
+                std::abort();
             if (!fault.forever) {
                 std::move(faults_.begin() + static_cast<std::ptrdiff_t>(i) + 1,
                           faults_.begin() + static_cast<std::ptrdiff_t>(count),

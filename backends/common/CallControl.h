@@ -54,6 +54,7 @@ public:
     static constexpr std::size_t MaxEntries = 64;
     static constexpr std::size_t MaxFaults = 256;
     static constexpr std::size_t NoEntry = static_cast<std::size_t>(-1);
+    static constexpr ZvkError_t Crash = INT32_MAX; // instead of a result: the process ends
 
     // `ring` keeps the last calls; its oldest one gives way. Both arrays outlive the object.
     constexpr CallControl(const EntryDescription* entries, std::size_t entryCount, CallRecord* ring,

@@ -70,6 +70,7 @@ constexpr Form kForms[] = {
     {PlannedFault::Kind::Busy, "busy", "busy CAMERA, such as 'busy 1'"},
     {PlannedFault::Kind::Hold, "hold", "hold CAMERA COMMAND, such as 'hold 0 GVSPAdjustPacketSize'"},
     {PlannedFault::Kind::Fail, "fail", "fail ENTRY NTH CODE [always], such as 'fail ZvkFrameAnnounce 2 -14'"},
+    {PlannedFault::Kind::Crash, "crash", "crash ENTRY NTH, such as 'crash ZvkCameraOpen 1'"},
     {PlannedFault::Kind::Cameras, "cameras", "cameras N [N ...], such as 'cameras 0'"},
 };
 
@@ -97,6 +98,10 @@ bool Fill(Words& words, PlannedFault* fault)
                           ToNumber(words.Take(), &fault->code) && fault->code < 0;
         fault->always = words.TakeIf("always");
         return good;
+    }
+    if (fault->kind == Kind::Crash) {
+        fault->name = words.Take();
+        return ToNumber(words.Take(), &fault->number) && fault->number > 0;
     }
     if (fault->kind == Kind::Cameras) {
         while (!words.AtEnd()) {

@@ -5,9 +5,9 @@
 //   silent CAMERA                                            it takes commands and sends no frame
 //   busy CAMERA                                              another program has it
 //   hold CAMERA COMMAND                                      the command is never done
-//   fail ENTRY NTH CODE [always]                             the n-th call from now fails, with always every
-//   later one cameras N [N ...]                                        how many cameras each listing sees;
-//   the last one stays
+//   fail ENTRY NTH CODE [always]                             the n-th call fails; always: later ones too
+//   crash ENTRY NTH                                          the n-th call ends the program
+//   cameras N [N ...]                                        how many cameras each listing sees
 //
 // Statements are separated by semicolons or line ends. CAMERA counts from 0; TIME is a number with ms or s,
 // counted from the first start of the SDK since its library was loaded.
@@ -30,6 +30,7 @@ struct PlannedFault
         Busy,
         Hold,
         Fail,
+        Crash,
         Cameras
     };
     Kind kind = Kind::Unplug;

@@ -307,6 +307,9 @@ bool PlanFault(const PlannedFault& fault, ZvkError_t* refusal)
         }
         return EntryPointCalls().FailCall(fault.name.c_str(), nth, fault.code, fault.always);
     }
+    case PlannedFault::Kind::Crash:
+        return EntryPointCalls().FailCall(fault.name.c_str(), fault.number, backend::CallControl::Crash,
+                                          false);
     default:
         g_control.Shape(fault);
         return true;
@@ -337,7 +340,7 @@ bool PlanFaults(const std::vector<PlannedFault>& faults, ZvkError_t* refusal, st
     for (const PlannedFault& fault : faults) {
         if (PlanFault(fault, refusal))
             continue;
-        *error = fault.kind == PlannedFault::Kind::Fail &&
+        *error = !fault.name.empty() && fault.kind != PlannedFault::Kind::Hold &&
                          EntryPointCalls().IndexOf(fault.name.c_str()) == backend::CallControl::NoEntry
                      ? "ZvkC.dll has no entry point '" + fault.name + "' to fail"
                      : "there are too many faults";

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <map>
 #include <optional>
@@ -244,6 +245,27 @@ TEST(Catalogue, HasEveryCheckAndEveryCheckHasAFault)
         }
     EXPECT_EQ(checks, proved);
     EXPECT_EQ(checks, described);
+}
+
+// A check that ends its process fails, and the next one runs.
+TEST(Worker, CrashIsOneFailure)
+{
+    const Folder folder;
+    Settings settings;
+    g_copy = folder.Path() / "sdk";
+    UseCopy(settings, [](const fs::path& copy) {
+        std::ofstream(copy / "cameras.toml", std::ios::app)
+            << "\n[[fault]]\ndo = \"crash ZvkFeatureEnumAsInt 1\"\n";
+    });
+    const fs::path report = folder.Path() / "report.xml";
+    EXPECT_EQ(RunProgram((fs::path(ExecutableFolder()) / MARAVEL_CAMHOST).string(),
+                         {"certify", "--sdk", host::TextOf(settings.sdk), "--filter", "H8|H9|H10", "--junit",
+                          host::TextOf(report)}),
+              1);
+    std::ifstream file(report);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_NE(text.find("tests=\"3\" failures=\"1\""), std::string::npos) << text;
+    EXPECT_NE(text.find("the process ended during this check"), std::string::npos) << text;
 }
 
 } // namespace
