@@ -251,7 +251,7 @@ void AddCertify(CLI::App& app, Options& options)
     certify->add_option("--junit", options.junit, "Writes the results for a build server")
         ->option_text("FILE");
     certify->add_option("--html", options.html, "Writes a page for people")->option_text("FILE");
-    AddJson(certify, options);
+    certify->add_flag("--json", options.json, "For programs; docs/certify.schema.json describes it");
     certify->add_option("--worker", options.worker)->group("");
     certify->add_option("--folder", options.folder)->group("");
 }

@@ -136,6 +136,7 @@ std::string RowAsHtml(const Result& result)
 std::string ReportAsJson(const Report& report)
 {
     Json json;
+    json["schema"] = "maravel-certify-1";
     for (const auto& [name, value] : RowsOf(report.header))
         json["header"][name] = value;
     json["passed"] = report.Passed();
