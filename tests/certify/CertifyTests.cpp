@@ -5,6 +5,7 @@
 #include "certify/Runner.h"
 #include "host/Utf8Path.h"
 #include "support/TestPlatform.h"
+#include "tools/Shell.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -115,14 +116,11 @@ void BindOwn()
 #undef BIND
 }
 
+// Each one's name is new: Windows keeps a library for a while that it could not load.
 class Folder
 {
 public:
-    Folder() : path_(fs::path(testing::TempDir()) / "certify tests")
-    {
-        fs::remove_all(path_);
-        fs::create_directories(path_);
-    }
+    Folder() : path_(OwnFolder("certify")) { fs::create_directories(path_); }
     ~Folder()
     {
         std::error_code error;

@@ -12,7 +12,8 @@ namespace fs = std::filesystem;
 
 void Overwrite(const fs::path& target, const fs::path& source)
 {
-    fs::copy_file(source, target, fs::copy_options::overwrite_existing);
+    fs::remove(target); // MinGW's copy_file cannot overwrite
+    fs::copy_file(source, target);
 }
 
 // Of the list's call: whether it fills records.

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <stdexcept>
+#include <utility>
 #include <windows.h>
 
 #include <psapi.h>
