@@ -164,7 +164,8 @@ protected:
                           .program = fs::path(ExecutableFolder()) / MARAVEL_CAMHOST,
                           .folder = folder.Path() / "own",
                           .seconds = 0.2,
-                          .startSeconds = 5};
+                          .startSeconds = 5,
+                          .loadMemory = 64u << 20}; // a sanitizer keeps much
         fs::create_directories(settings.folder);
         g_copy = folder.Path() / "copy" / "sdk";
         if (install != nullptr)

@@ -176,7 +176,7 @@ const FaultRow kFaults[] = {
      [](auto&) {
          g_hoard.clear();
          REPLACE(ZvkVersionQuery, [](auto version, auto size) {
-             g_hoard.emplace_back(512 << 10, 'x');
+             g_hoard.emplace_back(2 << 20, 'x');
              return own.ZvkVersionQuery(version, size);
          });
      },

@@ -28,8 +28,9 @@ struct Settings
     std::filesystem::path folder; // exists and is the run's own
     bool strict = false;          // exact result codes
     bool readOnly = false;
-    double seconds = 5;      // that the long streams last
-    double startSeconds = 5; // a start that takes longer is worth a warning
+    double seconds = 5;                  // that the long streams last
+    double startSeconds = 5;             // a start that takes longer is worth a warning
+    std::uint64_t loadMemory = 4u << 20; // bytes that loading the SDK 40 times may keep
 };
 
 struct Feature
