@@ -174,8 +174,8 @@ const Check kChecks[] = {
          for (const auto& [name, handle] :
               {std::pair{"stream", session.Stream()}, {"transport layer", session.TransportLayer()}})
              if (handle != nullptr)
-                 findings.About(name, [&] {
-                     for (const ZvkFeatureInfo_t& info : ListOf(session, handle))
+                 findings.About(name, [&, module = handle] {
+                     for (const ZvkFeatureInfo_t& info : ListOf(session, module))
                          CERTIFY(info.name != nullptr, "a feature has no name");
                  });
          findings.Judge("the camera has no stream and no transport layer");

@@ -28,7 +28,7 @@ double Exposure(const Session& session)
 } // namespace
 
 Frames::Frames(Session& session, std::size_t count, Requeue requeue, std::size_t size)
-    : session_(session), sdk_(session.Sdk()), camera_(session.Camera()), requeue_(requeue),
+    : sdk_(session.Sdk()), camera_(session.Camera()), requeue_(requeue),
       patience_(kPatience + milliseconds(static_cast<int>(4000 * Exposure(session))))
 {
     if (size == 0) {

@@ -74,7 +74,6 @@ public:
 private:
     void Take(ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame);
 
-    Session& session_;
     const certify::Sdk& sdk_;
     const ZvkHandle_t camera_;
     const Requeue requeue_;
