@@ -3,9 +3,11 @@
 #include "Handles.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 namespace maravel::backend {
 
@@ -35,6 +37,11 @@ bool CallControl::TakeArmedFault(std::size_t entry, ZvkError_t* code)
             *code = fault.code;
             if (fault.code == Crash)
                 std::abort();
+            if (fault.code == Hang) {
+                lock.Unlock();
+                for (;;)
+                    std::this_thread::sleep_for(std::chrono::hours(1));
+            }
             if (!fault.forever) {
                 std::move(faults_.begin() + static_cast<std::ptrdiff_t>(i) + 1,
                           faults_.begin() + static_cast<std::ptrdiff_t>(count),

@@ -54,7 +54,9 @@ public:
     static constexpr std::size_t MaxEntries = 64;
     static constexpr std::size_t MaxFaults = 256;
     static constexpr std::size_t NoEntry = static_cast<std::size_t>(-1);
-    static constexpr ZvkError_t Crash = INT32_MAX; // instead of a result: the process ends
+    // Instead of a result: the process ends, or the call does not.
+    static constexpr ZvkError_t Crash = INT32_MAX;
+    static constexpr ZvkError_t Hang = INT32_MAX - 1;
 
     // `ring` keeps the last calls; its oldest one gives way. Both arrays outlive the object.
     constexpr CallControl(const EntryDescription* entries, std::size_t entryCount, CallRecord* ring,

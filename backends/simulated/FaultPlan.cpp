@@ -71,6 +71,7 @@ constexpr Form kForms[] = {
     {PlannedFault::Kind::Hold, "hold", "hold CAMERA COMMAND, such as 'hold 0 GVSPAdjustPacketSize'"},
     {PlannedFault::Kind::Fail, "fail", "fail ENTRY NTH CODE [always], such as 'fail ZvkFrameAnnounce 2 -14'"},
     {PlannedFault::Kind::Crash, "crash", "crash ENTRY NTH, such as 'crash ZvkCameraOpen 1'"},
+    {PlannedFault::Kind::Hang, "hang", "hang ENTRY NTH, such as 'hang ZvkCameraOpen 1'"},
     {PlannedFault::Kind::Cameras, "cameras", "cameras N [N ...], such as 'cameras 0'"},
 };
 
@@ -99,7 +100,7 @@ bool Fill(Words& words, PlannedFault* fault)
         fault->always = words.TakeIf("always");
         return good;
     }
-    if (fault->kind == Kind::Crash) {
+    if (fault->kind == Kind::Crash || fault->kind == Kind::Hang) {
         fault->name = words.Take();
         return ToNumber(words.Take(), &fault->number) && fault->number > 0;
     }

@@ -7,6 +7,7 @@
 //   hold CAMERA COMMAND                                      the command is never done
 //   fail ENTRY NTH CODE [always]                             the n-th call fails; always: later ones too
 //   crash ENTRY NTH                                          the n-th call ends the program
+//   hang ENTRY NTH                                           the n-th call does not return
 //   cameras N [N ...]                                        how many cameras each listing sees
 //
 // Statements are separated by semicolons or line ends. CAMERA counts from 0; TIME is a number with ms or s,
@@ -31,6 +32,7 @@ struct PlannedFault
         Hold,
         Fail,
         Crash,
+        Hang,
         Cameras
     };
     Kind kind = Kind::Unplug;

@@ -308,7 +308,11 @@ bool PlanFault(const PlannedFault& fault, ZvkError_t* refusal)
         return EntryPointCalls().FailCall(fault.name.c_str(), nth, fault.code, fault.always);
     }
     case PlannedFault::Kind::Crash:
-        return EntryPointCalls().FailCall(fault.name.c_str(), fault.number, backend::CallControl::Crash,
+    case PlannedFault::Kind::Hang:
+        return EntryPointCalls().FailCall(fault.name.c_str(), fault.number,
+                                          fault.kind == PlannedFault::Kind::Crash
+                                              ? backend::CallControl::Crash
+                                              : backend::CallControl::Hang,
                                           false);
     default:
         g_control.Shape(fault);

@@ -3,6 +3,7 @@
 #include "Faults.h"
 #include "certify/Catalogue.h"
 #include "certify/Runner.h"
+#include "certify/Sha256.h"
 #include "host/Utf8Path.h"
 #include "support/TestPlatform.h"
 #include "tools/Shell.h"
@@ -159,11 +160,9 @@ protected:
         MakeNew();
         const Folder folder;
         Settings settings{.sdk = SdkFolder(),
-                          .adapter = {},
                           .camera = {},
                           .program = fs::path(ExecutableFolder()) / MARAVEL_CAMHOST,
                           .folder = folder.Path() / "own",
-                          .seconds = 0.2,
                           .startSeconds = 5,
                           .loadMemory = 64u << 20}; // a sanitizer keeps much
         fs::create_directories(settings.folder);
@@ -199,6 +198,32 @@ TEST_F(CertifyTest, NothingFailsWithoutAFault)
             }
     }
     certify::BeStrict(false);
+}
+
+// Also what another process changed before it crashed: that one's list of settings lies in the run's folder.
+TEST_F(CertifyTest, SettingsArePutBack)
+{
+    const Folder folder;
+    const Settings settings{.sdk = SdkFolder(), .camera = {}, .program = {}, .folder = folder.Path()};
+    for (const bool isFirst : {true, false}) {
+        MakeNew();
+        if (!isFirst) {
+            std::string changed = kCameras;
+            changed.replace(changed.find("value = \"5\""), 11, "value = \"7\"");
+            sdk->SimSetDescription(changed.c_str());
+        }
+        certify::Session session(settings);
+        session.Reach(certify::Stage::Opened);
+        EXPECT_EQ(session.Value("Counter"), "5");
+        EXPECT_EQ(session.SetValue("Filter", "Blue"), "");
+        EXPECT_TRUE(session.PutBack().empty());
+        EXPECT_EQ(session.Value("Filter"), "Red");
+        session.SetValue("Counter", "9");
+        sdk->SimFailCall("ZvkFeatureIntSet", 1, ZvkErrorIO, 1);
+        const auto left = session.PutBack();
+        ASSERT_EQ(left.size(), 1u);
+        EXPECT_EQ(left[0], "Counter = 5: ZvkErrorIO (-20)");
+    }
 }
 
 class FaultTest : public CertifyTest, public testing::WithParamInterface<FaultRow>
@@ -246,25 +271,44 @@ TEST(Catalogue, HasEveryCheckAndEveryCheckHasAFault)
     EXPECT_EQ(checks, described);
 }
 
-// A check that ends its process fails, and the next one runs.
-TEST(Worker, CrashIsOneFailure)
+// A check that ends its process or does not return fails, and the next one runs.
+TEST(Worker, CrashOrHangIsOneFailure)
+{
+    for (const auto& [fault, says] : {std::pair{"crash", "the process ended during this check"},
+                                      {"hang", "it did not return within 8 s"}}) {
+        const Folder folder;
+        Settings settings;
+        g_copy = folder.Path() / "sdk";
+        UseCopy(settings, [](const fs::path&) {});
+        std::ofstream(settings.sdk / "cameras.toml", std::ios::app)
+            << "\n[[fault]]\ndo = \"" << fault << " ZvkFeatureEnumAsInt 1\"\n";
+        const fs::path report = folder.Path() / "report.xml";
+        EXPECT_EQ(RunProgram((fs::path(ExecutableFolder()) / MARAVEL_CAMHOST).string(),
+                             {"certify", "--sdk", host::TextOf(settings.sdk), "--filter", "H8|H9|H10",
+                              "--patience", "8", "--junit", host::TextOf(report)}),
+                  1);
+        std::ifstream file(report);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        EXPECT_NE(text.find("tests=\"3\" failures=\"1\""), std::string::npos) << text;
+        EXPECT_NE(text.find(says), std::string::npos) << text;
+    }
+}
+
+// Examples of FIPS 180-2.
+TEST(Sha256, AgreesWithTheStandard)
 {
     const Folder folder;
-    Settings settings;
-    g_copy = folder.Path() / "sdk";
-    UseCopy(settings, [](const fs::path& copy) {
-        std::ofstream(copy / "cameras.toml", std::ios::app)
-            << "\n[[fault]]\ndo = \"crash ZvkFeatureEnumAsInt 1\"\n";
-    });
-    const fs::path report = folder.Path() / "report.xml";
-    EXPECT_EQ(RunProgram((fs::path(ExecutableFolder()) / MARAVEL_CAMHOST).string(),
-                         {"certify", "--sdk", host::TextOf(settings.sdk), "--filter", "H8|H9|H10", "--junit",
-                          host::TextOf(report)}),
-              1);
-    std::ifstream file(report);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    EXPECT_NE(text.find("tests=\"3\" failures=\"1\""), std::string::npos) << text;
-    EXPECT_NE(text.find("the process ended during this check"), std::string::npos) << text;
+    for (const auto& [text, sum] : {
+             std::pair{"", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
+             {"abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
+             {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq",
+              "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1"},
+         }) {
+        const fs::path file = folder.Path() / "file";
+        std::ofstream(file, std::ios::binary) << text;
+        EXPECT_EQ(certify::SumOf(file), std::string("SHA-256 ") + sum);
+    }
+    EXPECT_TRUE(certify::SumOf(folder.Path() / "none").starts_with("cannot be read: "));
 }
 
 } // namespace

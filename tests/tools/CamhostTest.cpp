@@ -533,7 +533,7 @@ TEST_F(Camhost, WordsOfFaultsOnDemandAreChecked)
 {
     const std::pair<const char*, const char*> rows[] = {
         {"jump 0",
-         "'jump' is no fault; there are unplug, incomplete, silent, busy, hold, fail, crash, cameras"},
+         "'jump' is no fault; there are unplug, incomplete, silent, busy, hold, fail, crash, hang, cameras"},
         {"busy 0; unplug", "'unplug' is no fault; write unplug CAMERA"},
         {"unplug 0 after 2", "write unplug CAMERA"},
         {"unplug 0 after 2s for 0s", "write unplug CAMERA"},

@@ -237,17 +237,20 @@ void AddCertify(CLI::App& app, Options& options)
         ->option_text("CAMERA");
     certify->add_option("--group", options.group, "Only these groups of checks, such as C or FGH")
         ->option_text("LETTERS");
-    certify->add_option("--level", options.level, "Only checks of this level: sdk, camera or adapter")
-        ->check(CLI::IsMember({"sdk", "camera", "adapter"}))
+    certify->add_option("--level", options.level, "Only checks of this level: sdk or camera")
+        ->check(CLI::IsMember({"sdk", "camera"}))
         ->option_text("LEVEL");
     certify->add_option("--filter", options.filter, "Only checks whose number and name fit this expression")
         ->option_text("REGEX");
     certify->add_flag("--list", options.list, "Lists the checks");
     certify->add_flag("--strict", options.strict, "Refusals must have exactly the documented result code");
     certify->add_flag("--read-only", options.readOnly, "For a line that must not change: writes nothing");
-    certify->add_option("--time", options.seconds, "Seconds that each of the long streams lasts")
+    certify
+        ->add_option("--patience", options.patience,
+                     "Seconds after which a check that does not return has failed")
         ->capture_default_str()
-        ->check(IsSeconds());
+        ->check(CLI::Range(1, 3600))
+        ->option_text("S");
     certify->add_option("--junit", options.junit, "Writes the results for a build server")
         ->option_text("FILE");
     certify->add_option("--html", options.html, "Writes a page for people")->option_text("FILE");

@@ -82,7 +82,7 @@ struct Options
     std::string group, filter, level; // of checks; empty: all
     bool list = false;
     bool strict = false;
-    double seconds = 5; // that long streams last
+    int patience = 60;  // seconds for a check
     std::string junit;  // file
     std::string worker; // checks to run for another process
 

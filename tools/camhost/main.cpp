@@ -197,7 +197,7 @@ int Certify(const Options& options)
                          .list = options.list,
                          .strict = options.strict,
                          .readOnly = options.readOnly,
-                         .seconds = options.seconds,
+                         .patience = options.patience,
                          .json = options.json,
                          .junit = options.junit,
                          .html = options.html,

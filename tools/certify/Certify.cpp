@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <memory>
 #include <random>
 #include <regex>
 #include <sstream>
@@ -93,13 +94,12 @@ std::vector<Chosen> Choose(const Order& order)
 Settings SettingsOf(const Order& order, const fs::path& folder)
 {
     return {.sdk = fs::absolute(order.sdk),
-            .adapter = order.adapter,
             .camera = order.channel,
             .program = order.program,
             .folder = folder,
             .strict = order.strict,
             .readOnly = order.readOnly,
-            .seconds = order.seconds};
+            .patience = order.patience};
 }
 
 std::string Now()
@@ -108,31 +108,6 @@ std::string Now()
     char text[32];
     std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", std::localtime(&now));
     return text;
-}
-
-// The identifier of the camera that is asked for, and what the header says of it.
-void DescribeCamera(const Settings& settings, Header& header)
-{
-    Session session(settings);
-    try {
-        session.Reach(Stage::Started);
-        if (session.CameraId().empty()) {
-            if (!settings.camera.empty())
-                throw Failure(camhost::ExitWrongArguments,
-                              "the SDK finds no camera '" + settings.camera + "'; 'camhost list' shows them");
-            return;
-        }
-        const ZvkCameraInfo_t info = session.Cameras().at(session.CameraIndex());
-        header.camera = session.CameraId();
-        if (info.modelName != nullptr && info.serialString != nullptr)
-            header.camera +=
-                std::string(" (") + info.modelName + ", serial number " + info.serialString + ")";
-    }
-    catch (const Skip&) {
-        // The checks tell why.
-    }
-    catch (const certify::Failed&) {
-    }
 }
 
 class Run
@@ -146,11 +121,15 @@ public:
         WriteHeader();
         Print(HeaderAsText(report_.header));
         for (const Chosen& one : chosen) {
+            if (camhost::EndRequested())
+                break;
             Print(GroupAsText(*one.group));
             std::vector<std::string> checks = one.checks;
             while (!checks.empty() && !camhost::EndRequested())
                 RunGroup(checks);
         }
+        if (unclean_)
+            PutBack();
         report_.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
         return std::move(report_);
     }
@@ -177,13 +156,50 @@ private:
         header.adapterSum = SumOf(host::PathOf(order_.adapter));
         header.mode = std::string(order_.strict ? "strict" : "") +
                       (order_.strict && order_.readOnly ? ", " : "") + (order_.readOnly ? "read-only" : "");
-        DescribeCamera(settings_, header);
+        DescribeCamera();
     }
 
     void Take(const Result& result)
     {
         Print(ResultAsText(result));
         report_.results.push_back(result);
+    }
+
+    // A process that does what `words` say (see Worker.h).
+    std::unique_ptr<ChildProcess> Start(const std::string& words) const
+    {
+        std::vector<std::string> arguments{"certify",
+                                           "--sdk",
+                                           host::TextOf(settings_.sdk),
+                                           "--folder",
+                                           host::TextOf(folder_.Path()),
+                                           "--patience",
+                                           std::to_string(order_.patience),
+                                           "--worker",
+                                           words};
+        if (!order_.channel.empty())
+            arguments.insert(arguments.end(), {"--channel", order_.channel});
+        if (order_.strict)
+            arguments.emplace_back("--strict");
+        if (order_.readOnly)
+            arguments.emplace_back("--read-only");
+        return std::make_unique<ChildProcess>(order_.program, arguments);
+    }
+
+    // No SDK is loaded in this process: it could crash it.
+    void DescribeCamera()
+    {
+        const auto child = Start(worker::kCamera);
+        for (std::string line; child->ReadLine(&line);) {
+            const worker::Message message = worker::Parse(line);
+            if (message.kind != worker::Message::Kind::Camera)
+                continue;
+            if (message.text.empty() && !order_.channel.empty())
+                throw Failure(camhost::ExitWrongArguments,
+                              "the SDK finds no camera '" + order_.channel + "'; 'camhost list' shows them");
+            report_.header.camera = message.text;
+        }
+        child->Wait();
     }
 
     // Runs the checks in one process, and takes those away that it ran. What one check keeps it from running
@@ -193,50 +209,50 @@ private:
         std::string names;
         for (const std::string& id : checks)
             names += (names.empty() ? "" : ",") + id;
-        std::vector<std::string> arguments{
-            "certify",      "--sdk",    host::TextOf(settings_.sdk),  "--adapter",
-            order_.adapter, "--folder", host::TextOf(folder_.Path()), "--worker",
-            names,          "--time",   Shown(order_.seconds)};
-        if (!order_.channel.empty())
-            arguments.insert(arguments.end(), {"--channel", order_.channel});
-        if (order_.strict)
-            arguments.emplace_back("--strict");
-        if (order_.readOnly)
-            arguments.emplace_back("--read-only");
-        ChildProcess child(order_.program, arguments);
+        const auto child = Start(names);
         std::string running;
         std::size_t done = 0;
-        for (std::string line; child.ReadLine(&line);) {
+        for (std::string line; child->ReadLine(&line);) {
             const worker::Message message = worker::Parse(line);
             if (message.kind == worker::Message::Kind::Begin)
                 running = message.result.id;
             else if (message.kind == worker::Message::Kind::Left)
-                report_.left.push_back(message.left);
+                report_.left.push_back(message.text);
             else if (message.kind == worker::Message::Kind::End) {
                 Take(message.result);
                 running.clear();
                 ++done;
             }
         }
-        const std::string end = child.Wait();
-        if (!running.empty() || (done < checks.size() && !end.empty() && done == 0)) {
+        const std::string end = child->Wait();
+        unclean_ = !end.empty();
+        if (!running.empty() || (done == 0 && !camhost::EndRequested())) {
             Take({.id = running.empty() ? checks.front() : running,
                   .outcome = Outcome::Failed,
                   .text = "the process ended during this check: " + (end.empty() ? "exit code 0" : end),
                   .seconds = 0});
             ++done;
         }
-        else if (done == checks.size() && !end.empty())
-            report_.left.push_back("the process ended after " + checks.back() + ": " + end);
-        if (done == 0)
-            throw std::runtime_error("the process that runs the checks told nothing");
         checks.erase(checks.begin(), checks.begin() + static_cast<std::ptrdiff_t>(done));
+    }
+
+    // After a process that could not do it itself.
+    void PutBack()
+    {
+        const auto child = Start(worker::kSettings);
+        for (std::string line; child->ReadLine(&line);)
+            if (const worker::Message message = worker::Parse(line);
+                message.kind == worker::Message::Kind::Left)
+                report_.left.push_back(message.text);
+        if (const std::string end = child->Wait(); !end.empty())
+            report_.left.push_back("the camera's settings: the process ended with " + end);
     }
 
     const Order& order_;
     const OwnFolder folder_;
     const Settings settings_;
     Report report_;
+    bool unclean_ = false; // the last process did not come to its end
 };
 
 int List(const std::vector<Chosen>& chosen)
@@ -272,11 +288,11 @@ int Certify(const Order& order)
         return List(chosen);
     camhost::CatchEndRequests();
     const Report report = Run(order).Perform(chosen);
+    std::fputs(order.json ? ReportAsJson(report).c_str() : ("\n" + TotalAsText(report)).c_str(), stdout);
     if (!order.junit.empty())
         Write(order.junit, ReportAsJUnit(report));
     if (!order.html.empty())
         Write(order.html, ReportAsHtml(report));
-    std::fputs(order.json ? ReportAsJson(report).c_str() : ("\n" + TotalAsText(report)).c_str(), stdout);
     if (camhost::EndRequested())
         throw Failure(camhost::ExitRefused, "it was ended before all checks had run");
     return report.Passed() ? camhost::ExitDone : camhost::ExitRefused;

@@ -15,14 +15,14 @@ struct Order
     std::string channel; // index, serial number or identifier; empty: the first camera
     std::string group;   // letters; empty: all
     std::string filter;  // regular expression on "C3 what it asks"; empty: all
-    std::string level;   // "sdk", "camera", "adapter"; empty: all
+    std::string level;   // "sdk", "camera"; empty: all
     bool list = false;   // what there is, instead of running it
     bool strict = false;
     bool readOnly = false;
-    double seconds = 5;
+    int patience = 60;       // seconds for a check
     bool json = false;       // the report on standard output, instead of lines
     std::string junit, html; // files; empty: none
-    std::string worker;      // identifiers, separated by commas: run in this process
+    std::string worker;      // what to do for another run, separated by commas: see Worker.h
     std::string folder;      // of the run that a worker belongs to
 };
 

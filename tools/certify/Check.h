@@ -24,8 +24,7 @@ enum class Stage : std::uint8_t
     Folder,  // nothing is loaded
     Loaded,  // both libraries are bound, the SDK is not started
     Started, // ZvkStartup succeeded, no camera is open
-    Opened,  // the camera is open, stopped, in free run
-    Adapter  // the adapter is loaded and handed out its channels; the SDK side is not loaded
+    Opened   // the camera is open, stopped, in free run
 };
 
 // Whether a body changes anything on the camera: those are left out of a read-only run.

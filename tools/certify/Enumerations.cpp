@@ -8,7 +8,6 @@
 namespace maravel::certify {
 namespace {
 
-constexpr const char* kNone = "the camera has no such enumeration";
 constexpr const char* kNoEntry = "NoSuchEntry";
 
 const char* Get(const Session& session, const std::string& name)
@@ -22,15 +21,6 @@ const char* Get(const Session& session, const std::string& name)
 ZvkError_t Set(const Session& session, const std::string& name, const std::string& entry)
 {
     return session.Sdk().ZvkFeatureEnumSet(session.Camera(), name.c_str(), entry.c_str());
-}
-
-template <class Body>
-void ForEach(const std::vector<std::string>& names, const Body& body)
-{
-    Findings findings;
-    for (const std::string& name : names)
-        findings.About(name, [&] { body(name); });
-    findings.Judge(kNone);
 }
 
 std::vector<std::string> Readable(const Session& session)

@@ -9,7 +9,6 @@
 namespace maravel::certify {
 namespace {
 
-constexpr const char* kNone = "the camera has no such float";
 constexpr double kTolerance = 0.02; // cameras round to ticks of a clock and steps of an amplifier
 
 struct Range
@@ -36,15 +35,6 @@ double Get(const Session& session, const std::string& name)
 ZvkError_t Set(const Session& session, const std::string& name, double value)
 {
     return session.Sdk().ZvkFeatureFloatSet(session.Camera(), name.c_str(), value);
-}
-
-template <class Body>
-void ForEach(const std::vector<std::string>& names, const Body& body)
-{
-    Findings findings;
-    for (const std::string& name : names)
-        findings.About(name, [&] { body(name); });
-    findings.Judge(kNone);
 }
 
 // The value that lies at `part` of the range is set and read back.

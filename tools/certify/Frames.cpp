@@ -54,9 +54,7 @@ Frames::Frames(Session& session, std::size_t count, Requeue requeue, std::size_t
             CERTIFY_OK(sdk_.ZvkFrameAnnounce(camera_, &record, sizeof(record)));
     }
     catch (...) {
-        sdk_.ZvkFrameRevokeAll(camera_);
-        const std::lock_guard lock(g_livingMutex);
-        g_living.erase(this);
+        GiveUp();
         throw;
     }
 }
@@ -71,12 +69,22 @@ Frames::~Frames()
         sdk_.ZvkFeatureCommandRun(camera_, "AcquisitionStop");
     if (capturing_)
         sdk_.ZvkCaptureEnd(camera_);
+    GiveUp();
+}
+
+// Memory that the SDK does not give back is its own for ever.
+void Frames::GiveUp()
+{
+    static auto* const kept = new std::deque<std::pair<std::deque<Memory>, std::deque<ZvkFrame_t>>>;
+    bool isBack = true;
     if (announced_) {
         sdk_.ZvkCaptureQueueFlush(camera_);
-        sdk_.ZvkFrameRevokeAll(camera_);
+        isBack = sdk_.ZvkFrameRevokeAll(camera_) == ZvkErrorSuccess;
     }
     const std::lock_guard lock(g_livingMutex);
     g_living.erase(this);
+    if (!isBack)
+        kept->emplace_back(std::move(buffers_), std::move(records_));
 }
 
 void Frames::Start()

@@ -72,6 +72,7 @@ public:
     static void Received(ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame);
 
 private:
+    void GiveUp();
     void Take(ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame);
 
     const certify::Sdk& sdk_;

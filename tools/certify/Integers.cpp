@@ -8,8 +8,6 @@
 namespace maravel::certify {
 namespace {
 
-constexpr const char* kNone = "the camera has no such integer";
-
 struct Range
 {
     std::int64_t minimum = 0;
@@ -34,15 +32,6 @@ std::int64_t Get(const Session& session, const std::string& name)
 ZvkError_t Set(const Session& session, const std::string& name, std::int64_t value)
 {
     return session.Sdk().ZvkFeatureIntSet(session.Camera(), name.c_str(), value);
-}
-
-template <class Body>
-void ForEach(const std::vector<std::string>& names, const Body& body)
-{
-    Findings findings;
-    for (const std::string& name : names)
-        findings.About(name, [&] { body(name); });
-    findings.Judge(kNone);
 }
 
 // The value that `choose` takes from the range is set and read back.

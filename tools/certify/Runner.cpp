@@ -1,6 +1,7 @@
 #include "Runner.h"
 
 #include "Worker.h"
+#include "camhost/System.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -110,6 +111,39 @@ private:
     std::thread thread_; // last: it uses the others
 };
 
+void TellCameraOf(Session& session)
+{
+    try {
+        session.Reach(Stage::Started);
+        std::string text = session.CameraId();
+        if (!text.empty()) {
+            const ZvkCameraInfo_t info = session.Cameras().at(session.CameraIndex());
+            if (info.modelName != nullptr && info.serialString != nullptr)
+                text += std::string(" (") + info.modelName + ", serial number " + info.serialString + ")";
+        }
+        worker::TellCamera(text);
+    }
+    catch (const Skip&) {
+        // The checks tell why.
+    }
+    catch (const Failed&) {
+    }
+}
+
+void PutBackAll(Session& session)
+{
+    try {
+        for (const std::string& left : session.PutBack())
+            worker::TellLeft(left);
+    }
+    catch (const Skip& skip) {
+        worker::TellLeft("the camera's settings: " + skip.reason);
+    }
+    catch (const Failed& failed) {
+        worker::TellLeft("the camera's settings: " + failed.text);
+    }
+}
+
 } // namespace
 
 const Check* FindCheck(const std::string& id)
@@ -142,30 +176,27 @@ Result RunCheck(Session& session, const Check& check)
     return result;
 }
 
-int RunAsWorker(const Settings& settings, const std::vector<std::string>& checks)
+int RunAsWorker(const Settings& settings, const std::vector<std::string>& words)
 {
+    camhost::CatchEndRequests(); // the settings are put back first
     BeStrict(settings.strict);
-    const std::chrono::seconds patience(60 + static_cast<int>(3 * settings.seconds));
-    Watchdog watchdog(patience);
+    Watchdog watchdog(std::chrono::seconds(settings.patience));
     Session session(settings);
-    for (const std::string& id : checks) {
+    if (words.front() == worker::kCamera) {
+        watchdog.Runs(worker::kCamera);
+        TellCameraOf(session);
+        return 0;
+    }
+    for (const std::string& id : words) {
+        const Check* check = FindCheck(id);
+        if (check == nullptr || camhost::EndRequested())
+            break;
         worker::TellBegin(id);
         watchdog.Runs(id);
-        const Check* check = FindCheck(id);
-        worker::Tell(check != nullptr
-                         ? RunCheck(session, *check)
-                         : Result{.id = id, .outcome = Outcome::Skipped, .text = "it is unknown"});
+        worker::Tell(RunCheck(session, *check));
     }
-    watchdog.Runs("the settings");
-    try {
-        for (const std::string& left : session.PutBack())
-            worker::TellLeft(left);
-    }
-    catch (const Skip&) {
-        // The camera is gone; its settings are what they are.
-    }
-    catch (const Failed&) {
-    }
+    watchdog.Runs(worker::kSettings);
+    PutBackAll(session);
     session.Leave();
     watchdog.Runs("");
     return 0;

@@ -18,6 +18,7 @@ Result RunCheck(Session& session, const Check& check);
 
 // The part of a process that runs checks for another one: it tells what it does on standard output, a line
 // each (see Worker.h), and ends itself when a check does not return.
-int RunAsWorker(const Settings& settings, const std::vector<std::string>& checks);
+// `words` are identifiers of checks, or one of the words in Worker.h.
+int RunAsWorker(const Settings& settings, const std::vector<std::string>& words);
 
 } // namespace maravel::certify

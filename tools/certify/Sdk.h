@@ -45,15 +45,6 @@ public:
     ZVK_IMAGE_TRANSFORM_ENTRY_POINTS(CERTIFY_POINTER)
 #undef CERTIFY_POINTER
 
-    const LoadedLibrary& Runtime() const
-    {
-        return runtime_;
-    }
-    const LoadedLibrary& Transform() const
-    {
-        return transform_;
-    }
-
 private:
     LoadedLibrary transform_, runtime_;
 };

@@ -28,11 +28,9 @@ void Session::Reach(Stage stage)
 {
     if (stage_ == stage)
         return;
-    if (stage_ > stage || stage == Stage::Adapter)
+    if (stage_ > stage)
         Leave();
     try {
-        if (stage == Stage::Adapter)
-            return LoadAdapter();
         if (stage_ < Stage::Loaded && stage >= Stage::Loaded)
             Load();
         if (stage_ < Stage::Started && stage >= Stage::Started)
@@ -48,8 +46,6 @@ void Session::Reach(Stage stage)
 
 void Session::Leave()
 {
-    channels_.clear();
-    adapter_.reset();
     features_.clear();
     if (camera_ != nullptr)
         sdk_->ZvkCameraClose(camera_);
@@ -119,28 +115,6 @@ void Session::Forget()
 {
     SetCamera(nullptr);
     stage_ = Stage::Loaded;
-}
-
-void Session::LoadAdapter()
-{
-    std::string reason;
-    adapter_ = host::AdapterLibrary::Load(settings_.adapter, &reason);
-    if (adapter_ == nullptr)
-        throw Skip{reason};
-    stage_ = Stage::Adapter;
-    const host::Outcome outcome = adapter_->CollectChannels(&channels_);
-    if (channels_.empty())
-        throw Skip{"the adapter has no channel" + (outcome ? "" : ": " + outcome.text)};
-    for (cameraIndex_ = 0; cameraIndex_ < channels_.size(); ++cameraIndex_)
-        if (settings_.camera.empty() || settings_.camera == channels_[cameraIndex_].SerialNumber() ||
-            settings_.camera == std::to_string(cameraIndex_))
-            return;
-    throw Skip{"the adapter has no channel '" + settings_.camera + "'"};
-}
-
-void* Session::FindInRuntime(const char* name) const
-{
-    return sdk_ == nullptr ? nullptr : sdk_->Runtime().Find(name);
 }
 
 std::vector<ZvkCameraInfo_t> Session::Cameras() const
@@ -288,23 +262,6 @@ std::string Session::SetValue(const std::string& name, const std::string& value)
     return result == 0 ? "" : NameOf(result);
 }
 
-void Session::With(const std::string& name, const std::string& value, const std::function<void()>& body) const
-{
-    const auto before = Value(name);
-    if (const std::string why = SetValue(name, value); !why.empty())
-        throw Failed{name + " cannot be set to " + value + ": " + why};
-    try {
-        body();
-    }
-    catch (...) {
-        if (before)
-            SetValue(name, *before);
-        throw;
-    }
-    if (before)
-        SetValue(name, *before);
-}
-
 // The file holds NAME=VALUE lines, so that the settings outlive a crash of this process.
 void Session::RememberSettings()
 {
@@ -318,19 +275,19 @@ void Session::RememberSettings()
         PutBack();
         return;
     }
-    std::ofstream file(path);
     for (const Feature& feature : features_)
         if (feature.readable && feature.writable)
             if (const auto value = Value(feature.name);
-                value && value->find_first_of("\r\n") == std::string::npos) {
+                value && value->find_first_of("\r\n") == std::string::npos)
                 before_.emplace_back(feature.name, *value);
-                file << feature.name << '=' << *value << '\n';
-            }
+    std::ofstream file(path); // only now: half of the settings must not pass for all
+    for (const auto& [name, value] : before_)
+        file << name << '=' << value << '\n';
 }
 
 std::vector<std::string> Session::PutBack()
 {
-    if (before_.empty())
+    if (before_.empty() && !std::filesystem::exists(settings_.folder / kSettingsFile))
         return {};
     if (stage_ != Stage::Opened)
         Reach(Stage::Opened);

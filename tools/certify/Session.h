@@ -4,11 +4,8 @@
 
 #include "Check.h"
 #include "Sdk.h"
-#include "host/AdapterLibrary.h"
 
 #include <filesystem>
-#include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,14 +18,13 @@ namespace maravel::certify {
 struct Settings
 {
     std::filesystem::path sdk; // the SDK folder
-    std::string adapter;       // the adapter's file, UTF-8
     std::string camera;        // identifier, serial number or index; empty: the first one
     std::filesystem::path
         program;                  // this program, for checks that need a second one; empty: those are skipped
     std::filesystem::path folder; // exists and is the run's own
     bool strict = false;          // exact result codes
     bool readOnly = false;
-    double seconds = 5;                  // that the long streams last
+    int patience = 60;                   // seconds after which a check that does not return has failed
     double startSeconds = 5;             // a start that takes longer is worth a warning
     std::uint64_t loadMemory = 4u << 20; // bytes that loading the SDK 40 times may keep
 };
@@ -56,18 +52,12 @@ public:
     void Reach(Stage stage);
     // Stops, closes and unloads everything.
     void Leave();
-    // Writes back what the camera was set to before the first check. Returns what could not be put back, a
-    // line each. Needs no stage.
+    // Writes back what the camera was set to before the first check of the run, in whatever process that was.
+    // Returns what could not be put back, a line each. Needs no stage; throws as Reach does.
     std::vector<std::string> PutBack();
 
-    // From Stage::Loaded on (not at Stage::Adapter).
+    // From Stage::Loaded on.
     const certify::Sdk& Sdk() const { return *sdk_; }
-    // A control function of the simulated SDK; null where the SDK is another one.
-    template <class Function>
-    Function* Control(const char* name) const
-    {
-        return reinterpret_cast<Function*>(FindInRuntime(name));
-    }
 
     // From Stage::Started on.
     std::vector<ZvkCameraInfo_t> Cameras() const;
@@ -92,13 +82,6 @@ public:
     // Empty after success, else why not.
     std::string SetValue(const std::string& name, const std::string& value) const;
     std::optional<std::int64_t> Integer(const std::string& name) const;
-    // Writes a value, runs the body and writes the old value back, however the body ends.
-    void With(const std::string& name, const std::string& value, const std::function<void()>& body) const;
-
-    // At Stage::Adapter.
-    const host::AdapterLibrary& Adapter() const { return *adapter_; }
-    const host::Channel& Channel() const { return channels_.at(cameraIndex_); }
-    const std::vector<host::Channel>& Channels() const { return channels_; }
 
     // The outcome is a warning unless the body fails.
     void Warn(const std::string& text) { warnings_.push_back(text); }
@@ -111,8 +94,6 @@ private:
     void Load();
     void Start();
     void Open();
-    void LoadAdapter();
-    void* FindInRuntime(const char* name) const;
     void ReadFeatures();
     void RememberSettings();
 
@@ -125,8 +106,6 @@ private:
     ZvkHandle_t stream_ = nullptr;
     ZvkHandle_t transportLayer_ = nullptr;
     std::vector<Feature> features_;
-    std::unique_ptr<host::AdapterLibrary> adapter_;
-    std::vector<host::Channel> channels_;
     std::vector<std::pair<std::string, std::string>> before_; // name and value, in the camera's order
     std::vector<std::string> warnings_, told_;
 };

@@ -26,6 +26,16 @@ inline std::vector<std::string> ReadOnlyOf(const Session& session, std::uint32_t
     return names;
 }
 
+// Asks the same of each feature, by its name.
+template <class Body>
+void ForEach(const std::vector<std::string>& names, const Body& body)
+{
+    Findings findings;
+    for (const std::string& name : names)
+        findings.About(name, [&] { body(name); });
+    findings.Judge("the camera has no such feature");
+}
+
 // Puts a feature's value back at its end.
 class Kept
 {

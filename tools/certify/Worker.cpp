@@ -37,6 +37,11 @@ void TellLeft(const std::string& setting)
     Print({{"left", setting}});
 }
 
+void TellCamera(const std::string& camera)
+{
+    Print({{"camera", camera}});
+}
+
 Message Parse(const std::string& line)
 {
     Message message;
@@ -53,7 +58,11 @@ Message Parse(const std::string& line)
     }
     else if (json.contains("left")) {
         message.kind = Message::Kind::Left;
-        message.left = json.at("left").get<std::string>();
+        message.text = json.at("left").get<std::string>();
+    }
+    else if (json.contains("camera")) {
+        message.kind = Message::Kind::Camera;
+        message.text = json.at("camera").get<std::string>();
     }
     else if (json.contains("end")) {
         message.kind = Message::Kind::End;

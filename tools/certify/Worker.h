@@ -11,10 +11,16 @@ namespace maravel::certify::worker {
 inline constexpr const char* kMark = "camhost-certify ";
 inline constexpr int kHung = 97; // exit code: a check did not return
 
+// What a process is asked to do instead of checks.
+inline constexpr const char* kCamera = "camera";     // to say which camera it is
+inline constexpr const char* kSettings = "settings"; // only to put the settings back
+
 void TellBegin(const std::string& id);
 void Tell(const Result& result);
 // A setting that could not be put back.
 void TellLeft(const std::string& setting);
+// The camera that is asked; empty: there is none.
+void TellCamera(const std::string& camera);
 
 struct Message
 {
@@ -23,11 +29,12 @@ struct Message
         None, // not ours
         Begin,
         End,
-        Left
+        Left,
+        Camera
     };
     Kind kind = Kind::None;
     Result result;    // Begin: the identifier alone
-    std::string left; // Left
+    std::string text; // Left, Camera
 };
 Message Parse(const std::string& line);
 
