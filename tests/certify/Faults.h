@@ -12,6 +12,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -53,6 +54,11 @@ struct Memory
 inline Memory memory;
 
 SimStateInfo State();
+
+inline bool Is(const char* name, std::string_view wanted)
+{
+    return name != nullptr && wanted == name;
+}
 
 // A folder like the SDK's, gone at the end of the check, in which `change` has done something to bin/.
 void UseCopy(certify::Settings& settings, void (*change)(const std::filesystem::path& folder));

@@ -5,15 +5,9 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <string_view>
 
 namespace maravel::test {
 namespace {
-
-bool Is(const char* name, std::string_view wanted)
-{
-    return name != nullptr && wanted == name;
-}
 
 template <class Change>
 ZvkError_t ListChanged(ZvkHandle_t handle, ZvkFeatureInfo_t* list, std::uint32_t length, std::uint32_t* found,
