@@ -95,7 +95,7 @@ fs::path SdkFolder()
 std::vector<FaultRow> AllFaults()
 {
     std::vector<FaultRow> rows;
-    for (const auto faults : {SdkFaults(), FeatureFaults()})
+    for (const auto faults : {SdkFaults(), FeatureFaults(), StreamFaults()})
         rows.insert(rows.end(), faults.begin(), faults.end());
     return rows;
 }

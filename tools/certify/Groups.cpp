@@ -6,8 +6,9 @@ namespace maravel::certify {
 
 std::span<const Group> Groups()
 {
-    static const Group groups[] = {kFolderGroup,      kLifeGroup,     kEnumerationGroup, kOpeningGroup,
-                                   kFeatureListGroup, kIntegersGroup, kFloatsGroup,      kEnumerationsGroup};
+    static const Group groups[] = {kFolderGroup,  kLifeGroup,         kEnumerationGroup,
+                                   kOpeningGroup, kFeatureListGroup,  kIntegersGroup,
+                                   kFloatsGroup,  kEnumerationsGroup, kBufferGroup};
     return groups;
 }
 

@@ -13,5 +13,6 @@ extern const Group kFeatureListGroup;  // E
 extern const Group kIntegersGroup;     // F
 extern const Group kFloatsGroup;       // G
 extern const Group kEnumerationsGroup; // H
+extern const Group kBufferGroup;       // L
 
 } // namespace maravel::certify
