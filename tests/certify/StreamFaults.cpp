@@ -1,5 +1,9 @@
-// Faults of buffers.
+// Faults of buffers and of streams.
 #include "Faults.h"
+#include "certify/Frames.h"
+
+#include <string_view>
+#include <utility>
 
 namespace maravel::test {
 namespace {
@@ -15,6 +19,32 @@ namespace {
         const ZvkError_t result = own.ZvkCaptureFrameQueue(handle, frame, callback);                         \
         return result == (wrong) ? ZvkErrorSuccess : result;                                                 \
     })
+
+// Each arrival, before the check sees it: the body changes camera, stream or frame, or returns.
+#define REPLACE_ARRIVAL(...)                                                                                 \
+    REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto queued, auto) {                                       \
+        return own.ZvkCaptureFrameQueue(handle, queued,                                                      \
+                                        [](ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame) {      \
+                                            __VA_ARGS__                                                      \
+                                            certify::Frames::Received(camera, stream, frame);                \
+                                        });                                                                  \
+    })
+
+bool Is(const char* name, std::string_view wanted)
+{
+    return name != nullptr && wanted == name;
+}
+
+// Of a record of a check's frames.
+std::size_t IndexOf(const ZvkFrame_t& frame)
+{
+    return reinterpret_cast<std::size_t>(frame.context[1]);
+}
+
+thread_local bool t_inCallback = false;
+std::atomic<int> g_queued; // and not yet back
+std::atomic<bool> g_arrived;
+std::thread::id g_starter; // that runs the check
 
 const FaultRow kFaults[] = {
     {"L1",
@@ -90,6 +120,107 @@ const FaultRow kFaults[] = {
          REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto frame, auto callback) {
              static_cast<std::uint8_t*>(frame->buffer)[frame->bufferSize] = 0;
              return own.ZvkCaptureFrameQueue(handle, frame, callback);
+         });
+     },
+     {}},
+
+    {"M1",
+     [](auto&) {
+         REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto frame, auto callback) {
+             return IndexOf(*frame) == 60 ? ZvkErrorSuccess
+                                          : own.ZvkCaptureFrameQueue(handle, frame, callback);
+         });
+     },
+     {}},
+    {"M2", [](auto&) { REPLACE_ARRIVAL(frame->frameId = 7;); }, {}},
+    {"M3", [](auto&) { REPLACE_ARRIVAL(frame->timestamp = 7;); }, {}},
+    {"M4", [](auto&) { REPLACE_ARRIVAL(frame->receiveStatus = -1;); }, {}},
+    {"M5", [](auto&) { REPLACE_ARRIVAL(++frame->height;); }, {}},
+    {"M6", [](auto&) { REPLACE_ARRIVAL(stream = camera;); }, {}},
+    {"M7", [](auto&) { REPLACE_ARRIVAL(frame->context[3] = nullptr;); }, {}},
+    {"M8",
+     [](auto&) {
+         REPLACE_ARRIVAL(if (IndexOf(*frame) == 3) certify::Frames::Received(camera, stream, frame););
+     },
+     {"M1", "M2", "M3", "M9"}},
+    {"M9",
+     [](auto&) {
+         REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto frame, auto callback) {
+             if (IndexOf(*frame) == 3 && memory.handle == nullptr && memory.calls == 0) {
+                 memory.handle = const_cast<ZvkFrame_t*>(frame);
+                 return ZvkErrorSuccess;
+             }
+             ++memory.calls;
+             const ZvkError_t result = own.ZvkCaptureFrameQueue(handle, frame, callback);
+             if (memory.handle != nullptr)
+                 own.ZvkCaptureFrameQueue(
+                     handle, static_cast<ZvkFrame_t*>(std::exchange(memory.handle, nullptr)), callback);
+             return result;
+         });
+     },
+     {}},
+    {"M10",
+     [](auto&) {
+         REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto queued, auto) {
+             if (t_inCallback)
+                 return ZvkErrorInvalidCall;
+             return own.ZvkCaptureFrameQueue(handle, queued,
+                                             [](ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame) {
+                                                 t_inCallback = true;
+                                                 certify::Frames::Received(camera, stream, frame);
+                                                 t_inCallback = false;
+                                             });
+         });
+     },
+     {}},
+    {"M11",
+     [](auto&) {
+         REPLACE(ZvkCaptureStart, [](auto handle) {
+             return ++memory.calls > 15 ? ZvkErrorResources : own.ZvkCaptureStart(handle);
+         });
+     },
+     {}},
+    {"M12",
+     [](auto&) {
+         g_arrived = false;
+         REPLACE_ARRIVAL(g_arrived = true;);
+         REPLACE(ZvkFeatureCommandRun, [](auto handle, auto name) {
+             if (Is(name, "AcquisitionStart"))
+                 g_arrived = false;
+             return Is(name, "AcquisitionStop") && !g_arrived ? ZvkErrorIO
+                                                              : own.ZvkFeatureCommandRun(handle, name);
+         });
+     },
+     {}},
+    {"M13",
+     [](auto&) {
+         g_queued = 0;
+         REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto queued, auto) {
+             ++g_queued;
+             return own.ZvkCaptureFrameQueue(handle, queued,
+                                             [](ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame) {
+                                                 --g_queued;
+                                                 certify::Frames::Received(camera, stream, frame);
+                                             });
+         });
+         REPLACE(ZvkCaptureQueueFlush, [](auto handle) {
+             const ZvkError_t result = own.ZvkCaptureQueueFlush(handle);
+             return g_queued.exchange(0) > 4 ? ZvkErrorIO : result;
+         });
+     },
+     {}},
+    {"M14",
+     [](auto&) {
+         g_starter = std::this_thread::get_id();
+         REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto frame, auto callback) {
+             if (std::this_thread::get_id() != g_starter)
+                 memory.handle = const_cast<ZvkFrame_t*>(frame);
+             return own.ZvkCaptureFrameQueue(handle, frame, callback);
+         });
+         REPLACE(ZvkCaptureQueueFlush, [](auto handle) {
+             if (memory.handle != nullptr)
+                 certify::Frames::Received(handle, nullptr, static_cast<ZvkFrame_t*>(memory.handle));
+             return own.ZvkCaptureQueueFlush(handle);
          });
      },
      {}},

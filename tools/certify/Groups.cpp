@@ -6,9 +6,9 @@ namespace maravel::certify {
 
 std::span<const Group> Groups()
 {
-    static const Group groups[] = {kFolderGroup,  kLifeGroup,         kEnumerationGroup,
-                                   kOpeningGroup, kFeatureListGroup,  kIntegersGroup,
-                                   kFloatsGroup,  kEnumerationsGroup, kBufferGroup};
+    static const Group groups[] = {kFolderGroup,      kLifeGroup,     kEnumerationGroup, kOpeningGroup,
+                                   kFeatureListGroup, kIntegersGroup, kFloatsGroup,      kEnumerationsGroup,
+                                   kBufferGroup,      kStreamGroup};
     return groups;
 }
 

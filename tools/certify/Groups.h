@@ -14,5 +14,6 @@ extern const Group kIntegersGroup;     // F
 extern const Group kFloatsGroup;       // G
 extern const Group kEnumerationsGroup; // H
 extern const Group kBufferGroup;       // L
+extern const Group kStreamGroup;       // M
 
 } // namespace maravel::certify
