@@ -37,8 +37,8 @@ transport_vendor = "Halvane Imaging"
 width = 64
 height = 48
 pixel_formats = ["Mono8", "Mono12"]
-frame_rate = 200.0
-exposure_us = 500.0
+frame_rate = 1000.0
+exposure_us = 200.0
 [[camera.feature]]
 name = "Counter"
 type = "int"
@@ -81,8 +81,8 @@ transport_vendor = "Halvane Imaging"
 width = 64
 height = 48
 pixel_formats = ["Mono8"]
-frame_rate = 200.0
-exposure_us = 500.0
+frame_rate = 1000.0
+exposure_us = 200.0
 )";
 
 std::optional<fs::path> g_copy; // that UseCopy made

@@ -2,11 +2,12 @@
 #include "Faults.h"
 #include "certify/Frames.h"
 
-#include <string_view>
 #include <utility>
 
 namespace maravel::test {
 namespace {
+
+using namespace std::chrono_literals;
 
 // What the announcement gives, changed.
 #define REPLACE_ANNOUNCE(...)                                                                                \
@@ -30,11 +31,6 @@ namespace {
                                         });                                                                  \
     })
 
-bool Is(const char* name, std::string_view wanted)
-{
-    return name != nullptr && wanted == name;
-}
-
 // Of a record of a check's frames.
 std::size_t IndexOf(const ZvkFrame_t& frame)
 {
@@ -43,7 +39,7 @@ std::size_t IndexOf(const ZvkFrame_t& frame)
 
 thread_local bool t_inCallback = false;
 std::atomic<int> g_queued; // and not yet back
-std::atomic<bool> g_arrived;
+std::atomic<bool> g_arrived, g_stopped;
 std::thread::id g_starter; // that runs the check
 
 const FaultRow kFaults[] = {
@@ -100,8 +96,10 @@ const FaultRow kFaults[] = {
              memory.flag = true;
              return own.ZvkCaptureStart(handle);
          });
-         REPLACE(ZvkFrameRevokeAll,
-                 [](auto handle) { return memory.flag ? own.ZvkFrameRevokeAll(handle) : ZvkErrorSuccess; });
+         REPLACE(ZvkFrameRevokeAll, [](auto handle) {
+             const ZvkError_t result = own.ZvkFrameRevokeAll(handle);
+             return memory.flag ? result : ZvkErrorInvalidCall;
+         });
      },
      {}},
     {"L12", [](auto&) { REPLACE(ZvkCaptureQueueFlush, [](auto) { return ZvkErrorSuccess; }); }, {"L14"}},
@@ -195,13 +193,21 @@ const FaultRow kFaults[] = {
     {"M13",
      [](auto&) {
          g_queued = 0;
+         g_stopped = false;
          REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto queued, auto) {
              ++g_queued;
              return own.ZvkCaptureFrameQueue(handle, queued,
                                              [](ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame) {
-                                                 --g_queued;
+                                                 // The others stay queued until the stop comes.
+                                                 const bool waits = --g_queued > 30 && IndexOf(*frame) == 1;
                                                  certify::Frames::Received(camera, stream, frame);
+                                                 for (int i = 0; waits && i < 200 && !g_stopped; ++i)
+                                                     std::this_thread::sleep_for(1ms);
                                              });
+         });
+         REPLACE(ZvkFeatureCommandRun, [](auto handle, auto name) {
+             g_stopped = Is(name, "AcquisitionStop");
+             return own.ZvkFeatureCommandRun(handle, name);
          });
          REPLACE(ZvkCaptureQueueFlush, [](auto handle) {
              const ZvkError_t result = own.ZvkCaptureQueueFlush(handle);

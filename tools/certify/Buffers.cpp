@@ -105,7 +105,6 @@ const Check kChecks[] = {
          // The adapter announces 16 at most; more than 64 shows nothing more.
          const std::size_t count = std::clamp<std::size_t>(kMostBytes / PayloadOf(session), 4, 64);
          const Frames frames(session, count);
-         CERTIFY_OK(session.Sdk().ZvkFrameRevokeAll(session.Camera()));
          session.Tell(std::to_string(count) + " frames announced");
      }},
     {"L8", Stage::Opened, Effect::Writes,
