@@ -42,7 +42,11 @@ void Library::Note(const Identity& seen)
 void Library::LookRound()
 {
     Lock discovery(discovery_);
+    // A look waits a second for answers; what was seen within the last one is as fresh.
+    if (lookedRound && std::chrono::steady_clock::now() - lastLook_ < std::chrono::seconds(1))
+        return;
     arv_update_device_list();
+    lastLook_ = std::chrono::steady_clock::now();
     std::vector<Identity> seen;
     for (unsigned i = 0; i < arv_get_n_devices(); ++i)
         seen.push_back({texts_.Keep(arv_get_device_id(i)), texts_.Keep(arv_get_device_address(i)),

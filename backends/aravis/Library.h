@@ -6,6 +6,7 @@
 #include "backends/common/Handles.h"
 #include "backends/common/Lock.h"
 
+#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -15,8 +16,9 @@ namespace maravel::aravis {
 class Library
 {
 public:
-    // Any thread, without the lock: it takes a second. Cameras are remembered until ZvkShutdown, because
-    // their texts and handles are, and so that one that comes back is the same.
+    // Any thread, without the lock: it takes a second, unless the last look ended within one. Cameras are
+    // remembered until ZvkShutdown, because their texts and handles are, and so that one that comes back is
+    // the same.
     void LookRound();
 
     // Closes what is open. Nobody uses the library any more.
@@ -34,7 +36,8 @@ private:
     void Note(const Identity& seen);
 
     TextStore texts_;
-    backend::Mutex discovery_; // before the library's lock
+    backend::Mutex discovery_;                       // before the library's lock
+    std::chrono::steady_clock::time_point lastLook_; // guarded by discovery_
 };
 
 // The library's lock. Nothing that waits for a camera is called under it.

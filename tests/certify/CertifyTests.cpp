@@ -95,7 +95,7 @@ fs::path SdkFolder()
 std::vector<FaultRow> AllFaults()
 {
     std::vector<FaultRow> rows;
-    for (const auto faults : {SdkFaults(), FeatureFaults(), StreamFaults()})
+    for (const auto faults : {SdkFaults(), FeatureFaults(), StreamFaults(), AdapterFaults()})
         rows.insert(rows.end(), faults.begin(), faults.end());
     return rows;
 }
@@ -159,7 +159,9 @@ protected:
     {
         MakeNew();
         const Folder folder;
+        const PrivateMachine machine; // whose log the adapter writes
         Settings settings{.sdk = SdkFolder(),
+                          .adapter = host::TextOf(fs::path(ExecutableFolder()) / MARAVEL_ADAPTER_FILE),
                           .camera = {},
                           .program = fs::path(ExecutableFolder()) / MARAVEL_CAMHOST,
                           .folder = folder.Path() / "own",
@@ -204,7 +206,8 @@ TEST_F(CertifyTest, NothingFailsWithoutAFault)
 TEST_F(CertifyTest, SettingsArePutBack)
 {
     const Folder folder;
-    const Settings settings{.sdk = SdkFolder(), .camera = {}, .program = {}, .folder = folder.Path()};
+    const Settings settings{
+        .sdk = SdkFolder(), .adapter = {}, .camera = {}, .program = {}, .folder = folder.Path()};
     for (const bool isFirst : {true, false}) {
         MakeNew();
         if (!isFirst) {

@@ -237,8 +237,8 @@ void AddCertify(CLI::App& app, Options& options)
         ->option_text("CAMERA");
     certify->add_option("--group", options.group, "Only these groups of checks, such as C or FGH")
         ->option_text("LETTERS");
-    certify->add_option("--level", options.level, "Only checks of this level: sdk or camera")
-        ->check(CLI::IsMember({"sdk", "camera"}))
+    certify->add_option("--level", options.level, "Only checks of this level: sdk, camera or adapter")
+        ->check(CLI::IsMember({"sdk", "camera", "adapter"}))
         ->option_text("LEVEL");
     certify->add_option("--filter", options.filter, "Only checks whose number and name fit this expression")
         ->option_text("REGEX");

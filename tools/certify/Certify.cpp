@@ -94,6 +94,7 @@ std::vector<Chosen> Choose(const Order& order)
 Settings SettingsOf(const Order& order, const fs::path& folder)
 {
     return {.sdk = fs::absolute(order.sdk),
+            .adapter = order.adapter,
             .camera = order.channel,
             .program = order.program,
             .folder = folder,
@@ -171,6 +172,8 @@ private:
         std::vector<std::string> arguments{"certify",
                                            "--sdk",
                                            host::TextOf(settings_.sdk),
+                                           "--adapter",
+                                           order_.adapter,
                                            "--folder",
                                            host::TextOf(folder_.Path()),
                                            "--patience",

@@ -15,7 +15,7 @@ struct Order
     std::string channel; // index, serial number or identifier; empty: the first camera
     std::string group;   // letters; empty: all
     std::string filter;  // regular expression on "C3 what it asks"; empty: all
-    std::string level;   // "sdk", "camera"; empty: all
+    std::string level;   // "sdk", "camera", "adapter"; empty: all
     bool list = false;   // what there is, instead of running it
     bool strict = false;
     bool readOnly = false;

@@ -24,7 +24,8 @@ enum class Stage : std::uint8_t
     Folder,  // nothing is loaded
     Loaded,  // both libraries are bound, the SDK is not started
     Started, // ZvkStartup succeeded, no camera is open
-    Opened   // the camera is open, stopped, in free run
+    Opened,  // the camera is open, stopped, in free run
+    Adapter  // the adapter is loaded and has handed out all channels; the SDK is its own
 };
 
 // Whether a body changes anything on the camera: those are left out of a read-only run.

@@ -117,7 +117,7 @@ const Check kChecks[] = {
          CountOf(session.Sdk());
          const auto cameras = session.Cameras();
          const auto before = TextsOf(cameras);
-         for (int i = 0; i < 10; ++i)
+         for (int i = 0; i < 3; ++i)
              session.Cameras();
          ZvkHandle_t camera = nullptr;
          CERTIFY_OK(session.Sdk().ZvkCameraOpen(cameras[0].cameraIdString, ZvkAccessModeFull, &camera));

@@ -6,9 +6,11 @@ namespace maravel::certify {
 
 std::span<const Group> Groups()
 {
-    static const Group groups[] = {kFolderGroup,      kLifeGroup,     kEnumerationGroup, kOpeningGroup,
-                                   kFeatureListGroup, kIntegersGroup, kFloatsGroup,      kEnumerationsGroup,
-                                   kBufferGroup,      kStreamGroup};
+    static const Group groups[] = {
+        kFolderGroup,   kLifeGroup,     kEnumerationGroup,  kOpeningGroup, kFeatureListGroup,
+        kIntegersGroup, kFloatsGroup,   kEnumerationsGroup, kBufferGroup,  kStreamGroup,
+        kAdapterGroup,  kDeliveryGroup, kRobustnessGroup,
+    };
     return groups;
 }
 

@@ -15,5 +15,8 @@ extern const Group kFloatsGroup;       // G
 extern const Group kEnumerationsGroup; // H
 extern const Group kBufferGroup;       // L
 extern const Group kStreamGroup;       // M
+extern const Group kAdapterGroup;      // P
+extern const Group kDeliveryGroup;     // Q
+extern const Group kRobustnessGroup;   // R
 
 } // namespace maravel::certify

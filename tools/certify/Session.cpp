@@ -1,5 +1,6 @@
 #include "Session.h"
 
+#include "camhost/System.h"
 #include "host/Utf8Path.h"
 
 #include <algorithm>
@@ -12,6 +13,10 @@ namespace {
 
 // What is written to a camera and not read back: settings that other settings follow.
 constexpr int kRoundsOfPuttingBack = 3;
+
+// What an opened camera is set to.
+constexpr std::pair<const char*, const char*> kFreeRun[] = {{"TriggerMode", "Off"},
+                                                            {"AcquisitionMode", "Continuous"}};
 
 constexpr const char* kSettingsFile = "settings-before";
 
@@ -31,6 +36,8 @@ void Session::Reach(Stage stage)
     if (stage_ > stage)
         Leave();
     try {
+        if (stage == Stage::Adapter)
+            return LoadAdapter();
         if (stage_ < Stage::Loaded && stage >= Stage::Loaded)
             Load();
         if (stage_ < Stage::Started && stage >= Stage::Started)
@@ -46,6 +53,8 @@ void Session::Reach(Stage stage)
 
 void Session::Leave()
 {
+    channels_.clear();
+    adapter_.reset();
     features_.clear();
     if (camera_ != nullptr)
         sdk_->ZvkCameraClose(camera_);
@@ -93,7 +102,7 @@ void Session::Open()
     SetCamera(camera);
     RememberSettings();
     if (!settings_.readOnly)
-        for (const auto& [name, value] : {std::pair{"TriggerMode", "Off"}, {"AcquisitionMode", "Continuous"}})
+        for (const auto& [name, value] : kFreeRun)
             SetValue(name, value);
 }
 
@@ -115,6 +124,65 @@ void Session::Forget()
 {
     SetCamera(nullptr);
     stage_ = Stage::Loaded;
+}
+
+void Session::LoadAdapter()
+{
+    if (!seen_) {
+        Reach(Stage::Opened); // which remembers the settings too
+        ReadView();
+    }
+    Leave();
+    camhost::SetVariable("ZORVIK_HOME", host::TextOf(settings_.sdk));
+    std::string reason;
+    adapter_ = host::AdapterLibrary::Load(settings_.adapter, &reason);
+    if (adapter_ == nullptr)
+        throw Failed{reason};
+    stage_ = Stage::Adapter;
+    for (;;) {
+        VideoChannelDescriptor descriptor{};
+        descriptor.structSize = sizeof(descriptor);
+        const host::Outcome outcome = HandOut(channels_.size(), &descriptor);
+        if (!outcome && !outcome.text.empty())
+            throw Failed{"the adapter does not start: " + outcome.text};
+        if (!outcome)
+            break;
+        channels_.emplace_back(descriptor);
+        if (channels_.size() == cameraIndex_ + 1 && descriptor.openResult != 0)
+            throw Failed{"the adapter cannot open the camera: " + outcome.text};
+    }
+    if (channels_.size() <= cameraIndex_)
+        throw Failed{"the adapter has " + std::to_string(channels_.size()) +
+                     " channels, the camera is number " + std::to_string(cameraIndex_ + 1)};
+}
+
+void Session::ReadView()
+{
+    SdkView view;
+    for (const ZvkCameraInfo_t& info : Cameras())
+        view.serials.emplace_back(info.serialString == nullptr ? "" : info.serialString);
+    const char* model = Cameras().at(cameraIndex_).modelName;
+    view.model = model == nullptr ? "" : model;
+    view.features = features_;
+    for (const Feature& feature : features_) {
+        if (!feature.readable)
+            continue;
+        if (const auto value = Value(feature.name))
+            view.values.emplace(feature.name, *value);
+        if (feature.type == ZvkFeatureDataEnum)
+            view.entries.emplace(feature.name, EntriesOf(feature.name));
+    }
+    for (const auto& [name, value] : kFreeRun)
+        view.values.erase(name);
+    seen_ = std::move(view);
+}
+
+host::Outcome Session::HandOut(std::size_t index, VideoChannelDescriptor* descriptor) const
+{
+    const host::Outcome outcome = adapter_->GetVideoChannel(static_cast<std::int32_t>(index), descriptor);
+    if (outcome && settings_.alter != nullptr)
+        settings_.alter(*descriptor);
+    return outcome;
 }
 
 std::vector<ZvkCameraInfo_t> Session::Cameras() const

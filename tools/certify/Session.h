@@ -4,8 +4,10 @@
 
 #include "Check.h"
 #include "Sdk.h"
+#include "host/AdapterLibrary.h"
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,6 +20,7 @@ namespace maravel::certify {
 struct Settings
 {
     std::filesystem::path sdk; // the SDK folder
+    std::string adapter;       // the adapter's file, UTF-8
     std::string camera;        // identifier, serial number or index; empty: the first one
     std::filesystem::path
         program;                  // this program, for checks that need a second one; empty: those are skipped
@@ -27,6 +30,8 @@ struct Settings
     int patience = 60;                   // seconds after which a check that does not return has failed
     double startSeconds = 5;             // a start that takes longer is worth a warning
     std::uint64_t loadMemory = 4u << 20; // bytes that loading the SDK 40 times may keep
+    // Makes the adapter a wrong one: called with each descriptor that it fills. Null outside of tests.
+    void (*alter)(VideoChannelDescriptor& descriptor) = nullptr;
 };
 
 struct Feature
@@ -35,6 +40,16 @@ struct Feature
     std::uint32_t type = 0; // ZvkFeatureData...
     bool readable = false;
     bool writable = false;
+};
+
+// What the SDK says by itself, to be compared with what it says through the adapter.
+struct SdkView
+{
+    std::vector<std::string> serials; // of all cameras
+    std::string model;
+    std::vector<Feature> features;
+    std::map<std::string, std::string> values;               // as Session::Value, but those that opening sets
+    std::map<std::string, std::vector<std::string>> entries; // the available ones
 };
 
 class Session
@@ -56,10 +71,10 @@ public:
     // Returns what could not be put back, a line each. Needs no stage; throws as Reach does.
     std::vector<std::string> PutBack();
 
-    // From Stage::Loaded on.
+    // From Stage::Loaded to Stage::Opened.
     const certify::Sdk& Sdk() const { return *sdk_; }
 
-    // From Stage::Started on.
+    // At Stage::Started and Stage::Opened.
     std::vector<ZvkCameraInfo_t> Cameras() const;
     std::size_t CameraIndex() const { return cameraIndex_; } // in Cameras()
     const std::string& CameraId() const { return cameraId_; }
@@ -83,6 +98,13 @@ public:
     std::string SetValue(const std::string& name, const std::string& value) const;
     std::optional<std::int64_t> Integer(const std::string& name) const;
 
+    // At Stage::Adapter.
+    const SdkView& Seen() const { return *seen_; }
+    const std::vector<host::Channel>& Channels() const { return channels_; }
+    const host::Channel& Channel() const { return channels_.at(cameraIndex_); } // of the camera
+    // GetVideoChannel. Index 0 starts the adapter anew; the channels that are there stay usable.
+    host::Outcome HandOut(std::size_t index, VideoChannelDescriptor* descriptor) const;
+
     // The outcome is a warning unless the body fails.
     void Warn(const std::string& text) { warnings_.push_back(text); }
     // Something measured that the report shows.
@@ -94,6 +116,8 @@ private:
     void Load();
     void Start();
     void Open();
+    void LoadAdapter();
+    void ReadView();
     void ReadFeatures();
     void RememberSettings();
 
@@ -106,6 +130,9 @@ private:
     ZvkHandle_t stream_ = nullptr;
     ZvkHandle_t transportLayer_ = nullptr;
     std::vector<Feature> features_;
+    std::optional<SdkView> seen_;
+    std::unique_ptr<host::AdapterLibrary> adapter_;
+    std::vector<host::Channel> channels_;
     std::vector<std::pair<std::string, std::string>> before_; // name and value, in the camera's order
     std::vector<std::string> warnings_, told_;
 };
