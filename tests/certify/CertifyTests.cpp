@@ -70,6 +70,10 @@ type = "enum"
 value = "Wide"
 entries = ["Wide", "Long"]
 writable = false
+[[camera.feature]]
+name = "Note"
+type = "string"
+value = "nothing"
 
 [[camera]]
 id = "FAST-2"
@@ -95,7 +99,7 @@ fs::path SdkFolder()
 std::vector<FaultRow> AllFaults()
 {
     std::vector<FaultRow> rows;
-    for (const auto faults : {SdkFaults(), FeatureFaults(), StreamFaults(), AdapterFaults()})
+    for (const auto faults : {SdkFaults(), FeatureFaults(), StreamFaults(), AdapterFaults(), CameraFaults()})
         rows.insert(rows.end(), faults.begin(), faults.end());
     return rows;
 }

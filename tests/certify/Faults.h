@@ -65,8 +65,9 @@ void UseCopy(certify::Settings& settings, void (*change)(const std::filesystem::
 
 std::span<const FaultRow> SdkFaults();     // A to D
 std::span<const FaultRow> FeatureFaults(); // E to H
-std::span<const FaultRow> AdapterFaults(); // P to R
+std::span<const FaultRow> CameraFaults();  // I to K
 std::span<const FaultRow> StreamFaults();  // L and M
+std::span<const FaultRow> AdapterFaults(); // P to R
 
 // Calls of the entry point go to a lambda that captures nothing.
 #define REPLACE(entry, ...)                                                                                  \

@@ -7,9 +7,10 @@ namespace maravel::certify {
 std::span<const Group> Groups()
 {
     static const Group groups[] = {
-        kFolderGroup,   kLifeGroup,     kEnumerationGroup,  kOpeningGroup, kFeatureListGroup,
-        kIntegersGroup, kFloatsGroup,   kEnumerationsGroup, kBufferGroup,  kStreamGroup,
-        kAdapterGroup,  kDeliveryGroup, kRobustnessGroup,
+        kFolderGroup,      kLifeGroup,     kEnumerationGroup, kOpeningGroup,
+        kFeatureListGroup, kIntegersGroup, kFloatsGroup,      kEnumerationsGroup,
+        kTextsGroup,       kStandardGroup, kRegionGroup,      kBufferGroup,
+        kStreamGroup,      kAdapterGroup,  kDeliveryGroup,    kRobustnessGroup,
     };
     return groups;
 }

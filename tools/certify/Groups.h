@@ -13,6 +13,9 @@ extern const Group kFeatureListGroup;  // E
 extern const Group kIntegersGroup;     // F
 extern const Group kFloatsGroup;       // G
 extern const Group kEnumerationsGroup; // H
+extern const Group kTextsGroup;        // I
+extern const Group kStandardGroup;     // J
+extern const Group kRegionGroup;       // K
 extern const Group kBufferGroup;       // L
 extern const Group kStreamGroup;       // M
 extern const Group kAdapterGroup;      // P

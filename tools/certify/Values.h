@@ -12,7 +12,7 @@ inline std::vector<std::string> SettableOf(const Session& session, std::uint32_t
     std::vector<std::string> names = session.FeaturesOf(type, "rw");
     std::erase_if(names, [](const std::string& name) {
         return name.starts_with("Gev") || name.starts_with("UserSetDefault") ||
-               name.starts_with("DeviceLink");
+               name.starts_with("DeviceLink") || name == "DeviceUserID";
     });
     return names;
 }
