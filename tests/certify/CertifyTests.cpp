@@ -99,7 +99,8 @@ fs::path SdkFolder()
 std::vector<FaultRow> AllFaults()
 {
     std::vector<FaultRow> rows;
-    for (const auto faults : {SdkFaults(), FeatureFaults(), StreamFaults(), AdapterFaults(), CameraFaults()})
+    for (const auto faults : {SdkFaults(), FeatureFaults(), CameraFaults(), StreamFaults(), TriggerFaults(),
+                              TransformFaults(), AdapterFaults()})
         rows.insert(rows.end(), faults.begin(), faults.end());
     return rows;
 }

@@ -63,11 +63,13 @@ inline bool Is(const char* name, std::string_view wanted)
 // A folder like the SDK's, gone at the end of the check, in which `change` has done something to bin/.
 void UseCopy(certify::Settings& settings, void (*change)(const std::filesystem::path& folder));
 
-std::span<const FaultRow> SdkFaults();     // A to D
-std::span<const FaultRow> FeatureFaults(); // E to H
-std::span<const FaultRow> CameraFaults();  // I to K
-std::span<const FaultRow> StreamFaults();  // L and M
-std::span<const FaultRow> AdapterFaults(); // P to R
+std::span<const FaultRow> SdkFaults();       // A to D
+std::span<const FaultRow> FeatureFaults();   // E to H
+std::span<const FaultRow> CameraFaults();    // I to K
+std::span<const FaultRow> StreamFaults();    // L and M
+std::span<const FaultRow> TriggerFaults();   // N
+std::span<const FaultRow> TransformFaults(); // O
+std::span<const FaultRow> AdapterFaults();   // P to R
 
 // Calls of the entry point go to a lambda that captures nothing.
 #define REPLACE(entry, ...)                                                                                  \

@@ -7,10 +7,10 @@ namespace maravel::certify {
 std::span<const Group> Groups()
 {
     static const Group groups[] = {
-        kFolderGroup,      kLifeGroup,     kEnumerationGroup, kOpeningGroup,
-        kFeatureListGroup, kIntegersGroup, kFloatsGroup,      kEnumerationsGroup,
-        kTextsGroup,       kStandardGroup, kRegionGroup,      kBufferGroup,
-        kStreamGroup,      kAdapterGroup,  kDeliveryGroup,    kRobustnessGroup,
+        kFolderGroup,   kLifeGroup,     kEnumerationGroup,  kOpeningGroup,  kFeatureListGroup,
+        kIntegersGroup, kFloatsGroup,   kEnumerationsGroup, kTextsGroup,    kStandardGroup,
+        kRegionGroup,   kBufferGroup,   kStreamGroup,       kTriggersGroup, kTransformGroup,
+        kAdapterGroup,  kDeliveryGroup, kRobustnessGroup,
     };
     return groups;
 }

@@ -18,6 +18,8 @@ extern const Group kStandardGroup;     // J
 extern const Group kRegionGroup;       // K
 extern const Group kBufferGroup;       // L
 extern const Group kStreamGroup;       // M
+extern const Group kTriggersGroup;     // N
+extern const Group kTransformGroup;    // O
 extern const Group kAdapterGroup;      // P
 extern const Group kDeliveryGroup;     // Q
 extern const Group kRobustnessGroup;   // R
