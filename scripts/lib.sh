@@ -41,7 +41,7 @@ need() {
 need_build_tools() {
     need cmake:cmake ninja:ninja-build g++:g++ git:git ccache:ccache \
         /usr/src/googletest/CMakeLists.txt:googletest \
-        /usr/share/i18n/locales/de_DE:locales \
+        xmllint:libxml2-utils /usr/share/i18n/locales/de_DE:locales \
         /usr/include/toml++/toml.h:libtomlplusplus-dev \
         /usr/include/CLI/CLI.hpp:libcli11-dev \
         /usr/include/stb/stb_image.h:libstb-dev \

@@ -238,7 +238,7 @@ const FaultRow kFaults[] = {
 
     {"R1",
      [](auto& settings) { ALTER_CALLBACK(ReleaseVideoChannel, [](auto, auto) { return MARAVEL_SUCCESS; }); },
-     {}},
+     {"R3"}},
     {"R2",
      [](auto& settings) {
          ALTER(

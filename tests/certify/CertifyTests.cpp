@@ -171,7 +171,8 @@ protected:
                           .program = fs::path(ExecutableFolder()) / MARAVEL_CAMHOST,
                           .folder = folder.Path() / "own",
                           .startSeconds = 5,
-                          .loadMemory = 64u << 20}; // a sanitizer keeps much
+                          .loadMemory = 64u << 20, // a sanitizer keeps much
+                          .framePatience = std::chrono::milliseconds(1000)};
         fs::create_directories(settings.folder);
         g_copy = folder.Path() / "copy" / "sdk";
         if (install != nullptr)

@@ -242,6 +242,10 @@ void AddCertify(CLI::App& app, Options& options)
         ->option_text("LEVEL");
     certify->add_option("--filter", options.filter, "Only checks whose number and name fit this expression")
         ->option_text("REGEX");
+    certify
+        ->add_option("--known", options.known,
+                     "Checks that fail for a known reason, such as K8,Q3: a warning")
+        ->option_text("CHECKS");
     certify->add_flag("--list", options.list, "Lists the checks");
     certify->add_flag("--strict", options.strict, "Refusals must have exactly the documented result code");
     certify->add_flag("--read-only", options.readOnly, "For a line that must not change: writes nothing");

@@ -79,7 +79,7 @@ struct Options
     bool readOnly = false;
     bool noBrowser = false;
 
-    std::string group, filter, level; // of checks; empty: all
+    std::string group, filter, level, known; // of checks; empty: all, known: none
     bool list = false;
     bool strict = false;
     int patience = 60;  // seconds for a check

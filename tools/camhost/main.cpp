@@ -193,6 +193,7 @@ int Certify(const Options& options)
                          .channel = options.channel,
                          .group = options.group,
                          .filter = options.filter,
+                         .known = options.known,
                          .level = options.level,
                          .list = options.list,
                          .strict = options.strict,

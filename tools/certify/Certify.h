@@ -15,6 +15,7 @@ struct Order
     std::string channel; // index, serial number or identifier; empty: the first camera
     std::string group;   // letters; empty: all
     std::string filter;  // regular expression on "C3 what it asks"; empty: all
+    std::string known;   // checks that may fail, separated by commas
     std::string level;   // "sdk", "camera", "adapter"; empty: all
     bool list = false;   // what there is, instead of running it
     bool strict = false;

@@ -12,12 +12,6 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kQuiet{100}; // in which nothing may come
 
-// Of the session's camera, in free run.
-Acquisition Acquire(const Session& session)
-{
-    return Acquisition(session.Channel(), FreeRun(session.Channel()));
-}
-
 CommonParams Triggered(const Session& session, bool continuous, bool hardware)
 {
     CommonParams params = FreeRun(session.Channel());
@@ -55,7 +49,7 @@ private:
 const Check kChecks[] = {
     {"Q1", Stage::Adapter, Effect::Writes,
      [](Session& session) {
-         Acquisition acquisition = Acquire(session);
+         Acquisition acquisition(session);
          for (int i = 0; i < 5; ++i) {
              const ImageAttributes image = acquisition.Next().attributes;
              CERTIFY_EQUAL(std::to_string(image.width), Read(session.Channel(), "Width"));
@@ -72,7 +66,7 @@ const Check kChecks[] = {
          std::int32_t type = 0;
          if (!session.Channel().GetFeatureType("TriggerSoftware", &type))
              throw NotSupported{"the camera has no software trigger"};
-         Acquisition acquisition(session.Channel(), Triggered(session, false, false));
+         Acquisition acquisition(session, Triggered(session, false, false));
          for (int i = 0; i < 3; ++i) {
              if (i > 0) {
                  const host::Outcome next = session.Channel().StartAcquisition();
@@ -89,7 +83,7 @@ const Check kChecks[] = {
          if (!session.Channel().GetFeatureType("TriggerMode", &type))
              throw NotSupported{"the camera has no trigger"};
          for (const bool continuous : {true, false}) {
-             Acquisition acquisition(session.Channel(), Triggered(session, continuous, true));
+             Acquisition acquisition(session, Triggered(session, continuous, true));
              CERTIFY(!acquisition.Comes(kQuiet), "an image comes without a trigger");
              acquisition.Stop();
          }
@@ -102,7 +96,7 @@ const Check kChecks[] = {
              throw NotSupported{"the camera does not tell its largest width and height"};
          CommonParams params = FreeRun(session.Channel());
          params.roiwidth = params.roiheight = 1 << 30;
-         Acquisition acquisition(session.Channel(), params);
+         Acquisition acquisition(session, params);
          const ImageAttributes image = acquisition.Next().attributes;
          CERTIFY_EQUAL(std::to_string(image.width), Read(session.Channel(), "WidthMax"));
          CERTIFY_EQUAL(std::to_string(image.height), Read(session.Channel(), "HeightMax"));
@@ -116,7 +110,7 @@ const Check kChecks[] = {
              findings.About(format, [&] {
                  const host::Outcome outcome = session.Channel().WriteValue("PixelFormat", format);
                  CERTIFY(outcome.ok, "it cannot be set: " << outcome.text);
-                 const Image image = Acquire(session).Next();
+                 const Image image = Acquisition(session).Next();
                  CERTIFY(
                      image.bytes.size() < 64 ||
                          std::ranges::any_of(image.bytes, [](auto byte) { return byte != Memory::kFill; }),
@@ -126,7 +120,7 @@ const Check kChecks[] = {
      }},
     {"Q6", Stage::Adapter, Effect::Writes,
      [](Session& session) {
-         Acquisition acquisition = Acquire(session);
+         Acquisition acquisition(session);
          std::uint64_t last = acquisition.Next().attributes.timestamp;
          acquisition.Comes(acquisition.Patience());
          std::this_thread::sleep_for(kQuiet); // so that some wait
@@ -140,14 +134,14 @@ const Check kChecks[] = {
      [](Session& session) {
          Read(session.Channel(), "Width"); // opens
          ExpectPending(session.Channel());
-         Acquisition acquisition = Acquire(session);
+         Acquisition acquisition(session);
          CERTIFY(acquisition.Comes(acquisition.Patience()), "no image comes");
          acquisition.Stop();
          ExpectPending(session.Channel()); // what waited is forgotten
      }},
     {"Q8", Stage::Adapter, Effect::Writes,
      [](Session& session) {
-         Acquisition acquisition = Acquire(session);
+         Acquisition acquisition(session);
          CERTIFY(acquisition.Comes(acquisition.Patience()), "no image comes");
          ImageAttributes first{};
          std::uint32_t status = 0;
@@ -157,14 +151,14 @@ const Check kChecks[] = {
     {"Q9", Stage::Adapter, Effect::Writes,
      [](Session& session) {
          for (int i = 0; i < 20; ++i) {
-             Acquisition acquisition = Acquire(session);
+             Acquisition acquisition(session);
              acquisition.Next();
              acquisition.Stop();
          }
      }},
     {"Q10", Stage::Adapter, Effect::Writes,
      [](Session& session) {
-         Acquisition first = Acquire(session);
+         Acquisition first(session);
          first.Next();
          // Every other channel is handed out anew while this one streams.
          for (std::size_t i = 1; i < session.Channels().size(); ++i) {
@@ -179,7 +173,7 @@ const Check kChecks[] = {
          VideoChannelDescriptor descriptor{};
          descriptor.structSize = sizeof(descriptor);
          session.HandOut(session.CameraIndex(), &descriptor);
-         Acquire(session).Next();
+         Acquisition(session).Next();
      }},
 };
 

@@ -7,9 +7,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kPatience{3000};
-constexpr double kLongestExposure = 60; // seconds; of a camera that is set to more, less is awaited
-
 // Frames objects that records may still name.
 std::mutex g_livingMutex;
 std::set<const Frames*> g_living;
@@ -20,7 +17,7 @@ double Exposure(const Session& session)
     for (const char* name : {"ExposureTime", "ExposureTimeAbs"}) {
         double microseconds = 0;
         if (session.Sdk().ZvkFeatureFloatGet(session.Camera(), name, &microseconds) == 0)
-            return std::min(microseconds / 1e6, kLongestExposure);
+            return microseconds / 1e6;
     }
     return 0;
 }
@@ -29,7 +26,7 @@ double Exposure(const Session& session)
 
 Frames::Frames(Session& session, std::size_t count, Requeue requeue, std::size_t size)
     : sdk_(session.Sdk()), camera_(session.Camera()), requeue_(requeue),
-      patience_(kPatience + milliseconds(static_cast<int>(4000 * Exposure(session))))
+      patience_(session.FramePatience(Exposure(session)))
 {
     if (size == 0) {
         std::uint32_t payload = 0;

@@ -10,9 +10,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr milliseconds kPatience{3000};
-constexpr double kLongestExposure = 60; // seconds; of a camera that is set to more, less is awaited
-
 // What GetImage writes. Monochrome images come as the camera sent them, with whatever follows the pixels.
 std::size_t BytesOf(const ImageAttributes& image, std::size_t payload)
 {
@@ -54,14 +51,17 @@ std::string Read(const host::Channel& channel, const std::string& name)
     return value;
 }
 
-Acquisition::Acquisition(const host::Channel& channel, const CommonParams& params) : channel_(channel)
+Acquisition::Acquisition(const Session& session) : Acquisition(session, FreeRun(session.Channel())) {}
+
+Acquisition::Acquisition(const Session& session, const CommonParams& params)
+    : session_(session), channel_(session.Channel())
 {
-    const host::Outcome setup = channel.SetupCommonParams(params);
+    const host::Outcome setup = channel_.SetupCommonParams(params);
     CERTIFY(setup.ok, "the set-up is refused: " << setup.text);
     std::string payload;
-    if (channel.ReadValue("PayloadSize", &payload))
+    if (channel_.ReadValue("PayloadSize", &payload))
         payload_ = std::strtoull(payload.c_str(), nullptr, 10);
-    const host::Outcome start = channel.StartAcquisition();
+    const host::Outcome start = channel_.StartAcquisition();
     CERTIFY(start.ok, "the start is refused: " << start.text);
     running_ = true;
 }
@@ -74,8 +74,7 @@ Acquisition::~Acquisition()
 
 milliseconds Acquisition::Patience() const
 {
-    const double exposure = std::clamp(channel_.Descriptor().exposureTime, 0.0, kLongestExposure);
-    return kPatience + milliseconds(static_cast<int>(4000 * exposure));
+    return session_.FramePatience(channel_.Descriptor().exposureTime);
 }
 
 bool Acquisition::Comes(milliseconds time) const

@@ -18,11 +18,12 @@ struct Image
 // Size and exposure time that the channel was handed out with, in free run.
 CommonParams FreeRun(const host::Channel& channel);
 
-// SetupCommonParams and StartAcquisition, checked; the end of the object stops.
+// SetupCommonParams and StartAcquisition of the session's channel, checked; the end of the object stops.
 class Acquisition
 {
 public:
-    Acquisition(const host::Channel& channel, const CommonParams& params);
+    explicit Acquisition(const Session& session); // in free run
+    Acquisition(const Session& session, const CommonParams& params);
     ~Acquisition();
     Acquisition(const Acquisition&) = delete;
     Acquisition& operator=(const Acquisition&) = delete;
@@ -39,6 +40,7 @@ public:
     void Abandon() { running_ = false; }
 
 private:
+    const Session& session_;
     const host::Channel& channel_;
     std::size_t payload_ = 0;
     bool running_ = false;

@@ -12,7 +12,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kRestarts = 5;
+constexpr int kRestarts = 3;
 
 void Restart(const Sdk& sdk)
 {

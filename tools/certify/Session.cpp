@@ -51,6 +51,13 @@ void Session::Reach(Stage stage)
     }
 }
 
+std::chrono::milliseconds Session::FramePatience(double exposure) const
+{
+    constexpr double kLongest = 60; // of a camera that is set to more, less is awaited
+    const double seconds = 4 * std::clamp(exposure, 0.0, kLongest);
+    return settings_.framePatience + std::chrono::milliseconds(static_cast<int>(1000 * seconds));
+}
+
 void Session::Leave()
 {
     channels_.clear();

@@ -6,6 +6,7 @@
 #include "Sdk.h"
 #include "host/AdapterLibrary.h"
 
+#include <chrono>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -30,6 +31,7 @@ struct Settings
     int patience = 60;                   // seconds after which a check that does not return has failed
     double startSeconds = 5;             // a start that takes longer is worth a warning
     std::uint64_t loadMemory = 4u << 20; // bytes that loading the SDK 40 times may keep
+    std::chrono::milliseconds framePatience{3000}; // the longest time between two frames, beside the exposure
     // Makes the adapter a wrong one: called with each descriptor that it fills. Null outside of tests.
     void (*alter)(VideoChannelDescriptor& descriptor) = nullptr;
 };
@@ -61,6 +63,8 @@ public:
     Session& operator=(const Session&) = delete;
 
     const Settings& Asked() const { return settings_; }
+    // The longest time between two frames that is still no fault, at an exposure time in seconds.
+    std::chrono::milliseconds FramePatience(double exposure) const;
 
     // Brings the session to the stage, from wherever it stands. Throws Skip when the stage cannot be reached;
     // that it cannot is the failure of a check of its own.

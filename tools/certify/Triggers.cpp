@@ -18,9 +18,9 @@ ZvkError_t Fire(const Session& session)
 }
 
 // For which no image comes when none is to come: several times an image's time.
-milliseconds Quiet(const Frames& frames)
+milliseconds Quiet(const Session& session, const Frames& frames)
 {
-    return frames.Patience() - milliseconds(2800);
+    return frames.Patience() - session.Asked().framePatience + milliseconds(200);
 }
 
 double Milliseconds(Clock::duration time)
@@ -36,7 +36,7 @@ void ExpectOneForOne(Session& session)
     frames.Start();
     CERTIFY_OK(Fire(session)); // at once, as the adapter does
     CERTIFY(frames.WaitFor(1), "no image came");
-    CERTIFY_EQUAL(frames.ArrivalsAfter(Quiet(frames)), 1u);
+    CERTIFY_EQUAL(frames.ArrivalsAfter(Quiet(session, frames)), 1u);
     frames.Stop();
 }
 
@@ -66,7 +66,7 @@ std::size_t WithoutPulse(Session& session, const Triggers& triggers, const Way& 
     triggers.Use(way);
     Frames frames(session, 3);
     frames.Start();
-    const std::size_t count = frames.ArrivalsAfter(Quiet(frames));
+    const std::size_t count = frames.ArrivalsAfter(Quiet(session, frames));
     frames.Stop();
     return count;
 }
@@ -111,8 +111,8 @@ void ExpectChangeRefusedOrHonoured(Session& session)
         CERTIFY(frames.WaitFor(frames.Count() + 2), "no image came after a change that was refused");
     }
     else {
-        const std::size_t count = frames.ArrivalsAfter(Quiet(frames));
-        if (frames.ArrivalsAfter(Quiet(frames)) != count)
+        const std::size_t count = frames.ArrivalsAfter(Quiet(session, frames));
+        if (frames.ArrivalsAfter(Quiet(session, frames)) != count)
             session.Warn("TriggerMode can be set to On while images come, and they go on coming");
     }
     frames.Stop();
