@@ -294,7 +294,7 @@ const FaultRow kFaults[] = {
      [](auto& settings) {
          g_kept.clear();
          ALTER_CALLBACK(GetImage, [](auto text, auto index, auto destination, auto status) {
-             g_kept.emplace_back(1U << 20, 'x');
+             g_kept.emplace_back(3U << 19, 'x');
              return theirs.GetImage(text, index, destination, status);
          });
      },
