@@ -123,29 +123,55 @@ struct ZvkTransformInfo; // parameters of a transform; the adapter passes none
 
 } // extern "C"
 
-// Results that are more than a text to somebody; the full list of names is in ResultNames.
-inline constexpr ZvkError_t ZvkErrorSuccess = 0;
-inline constexpr ZvkError_t ZvkErrorInternalFault = -1;
-inline constexpr ZvkError_t ZvkErrorApiNotStarted = -2;
-inline constexpr ZvkError_t ZvkErrorNotFound = -3;
-inline constexpr ZvkError_t ZvkErrorBadHandle = -4;
-inline constexpr ZvkError_t ZvkErrorDeviceNotOpen = -5;
-inline constexpr ZvkError_t ZvkErrorInvalidAccess = -6;
-inline constexpr ZvkError_t ZvkErrorBadParameter = -7;
-inline constexpr ZvkError_t ZvkErrorStructSize = -8;
-inline constexpr ZvkError_t ZvkErrorMoreData = -9;
-inline constexpr ZvkError_t ZvkErrorWrongType = -10;
-inline constexpr ZvkError_t ZvkErrorInvalidValue = -11;
-inline constexpr ZvkError_t ZvkErrorTimeout = -12;
-inline constexpr ZvkError_t ZvkErrorResources = -14;
-inline constexpr ZvkError_t ZvkErrorInvalidCall = -15;
-inline constexpr ZvkError_t ZvkErrorNotSupported = -18;
-inline constexpr ZvkError_t ZvkErrorIncomplete = -19;
-inline constexpr ZvkError_t ZvkErrorIO = -20;
-inline constexpr ZvkError_t ZvkErrorBusy = -24;
-inline constexpr ZvkError_t ZvkErrorInUse = -27;
-inline constexpr ZvkError_t ZvkErrorNotAvailable = -30;
-inline constexpr ZvkError_t ZvkErrorAlready = -33;
+// The SDK's results, one for every code, written once: ENTRY(name, code), descending from success.
+// clang-format off
+#define ZVK_RESULTS(ENTRY) \
+    ENTRY(ZvkErrorSuccess, 0) \
+    ENTRY(ZvkErrorInternalFault, -1) \
+    ENTRY(ZvkErrorApiNotStarted, -2) \
+    ENTRY(ZvkErrorNotFound, -3) \
+    ENTRY(ZvkErrorBadHandle, -4) \
+    ENTRY(ZvkErrorDeviceNotOpen, -5) \
+    ENTRY(ZvkErrorInvalidAccess, -6) \
+    ENTRY(ZvkErrorBadParameter, -7) \
+    ENTRY(ZvkErrorStructSize, -8) \
+    ENTRY(ZvkErrorMoreData, -9) \
+    ENTRY(ZvkErrorWrongType, -10) \
+    ENTRY(ZvkErrorInvalidValue, -11) \
+    ENTRY(ZvkErrorTimeout, -12) \
+    ENTRY(ZvkErrorOther, -13) \
+    ENTRY(ZvkErrorResources, -14) \
+    ENTRY(ZvkErrorInvalidCall, -15) \
+    ENTRY(ZvkErrorNoTL, -16) \
+    ENTRY(ZvkErrorNotImplemented, -17) \
+    ENTRY(ZvkErrorNotSupported, -18) \
+    ENTRY(ZvkErrorIncomplete, -19) \
+    ENTRY(ZvkErrorIO, -20) \
+    ENTRY(ZvkErrorValidValueSetNotPresent, -21) \
+    ENTRY(ZvkErrorGenTLUnspecified, -22) \
+    ENTRY(ZvkErrorUnspecified, -23) \
+    ENTRY(ZvkErrorBusy, -24) \
+    ENTRY(ZvkErrorNoData, -25) \
+    ENTRY(ZvkErrorParsingChunkData, -26) \
+    ENTRY(ZvkErrorInUse, -27) \
+    ENTRY(ZvkErrorUnknown, -28) \
+    ENTRY(ZvkErrorXml, -29) \
+    ENTRY(ZvkErrorNotAvailable, -30) \
+    ENTRY(ZvkErrorNotInitialized, -31) \
+    ENTRY(ZvkErrorInvalidAddress, -32) \
+    ENTRY(ZvkErrorAlready, -33) \
+    ENTRY(ZvkErrorNoChunkData, -34) \
+    ENTRY(ZvkErrorUserCallbackException, -35) \
+    ENTRY(ZvkErrorFeaturesUnavailable, -36) \
+    ENTRY(ZvkErrorTLNotFound, -37) \
+    ENTRY(ZvkErrorAmbiguous, -38) \
+    ENTRY(ZvkErrorRetriesExceeded, -39) \
+    ENTRY(ZvkErrorInsufficientBufferCount, -40)
+// clang-format on
+
+#define ZVK_CONSTANT(name, code) inline constexpr ZvkError_t name = code;
+ZVK_RESULTS(ZVK_CONSTANT)
+#undef ZVK_CONSTANT
 
 // Access mode of ZvkCameraOpen: full control of the camera.
 inline constexpr std::uint32_t ZvkAccessModeFull = 1;
