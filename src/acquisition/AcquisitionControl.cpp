@@ -17,11 +17,9 @@ constexpr const char* kStop = "StopAcquisition";
 // Whether a step of a start succeeded; reports it to the host when not.
 bool Succeeded(unsigned line, const ChannelCall& call, const char* step, ZvkError_t result)
 {
-    if (result != ZvkErrorSuccess) {
-        ReportError(line, call.errorText, "%s: ERROR. %s failed. ChannelID=%lld. Reason=%s (%d).", kStart,
-                    step, call.channelID, ErrorCodeName(result), result);
-    }
-    return result == ZvkErrorSuccess;
+    return result == ZvkErrorSuccess ||
+           ReportError(line, call.errorText, "%s: ERROR. %s failed. ChannelID=%lld. Reason=%s (%d).", kStart,
+                       step, call.channelID, ErrorCodeName(result), result);
 }
 
 // Whether a step succeeded that takes something back from the SDK; only the log hears of it when not. `held`
@@ -188,23 +186,21 @@ const char* WhyNothingIsCaptured(const VideoChannelData& channel)
     return channel.bCaptureRunning && channel.bFramesQueued ? nullptr : "a stop had failed half-way";
 }
 
-std::int32_t Start(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
+bool Start(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
 {
     VideoChannelData& channel = call.channel;
     const bool wasStarted = channel.bAcquisitionStarted;
     // Buffers that the SDK still knows must not be touched before they are back.
     if (!wasStarted && !TakeBackLeftovers(call)) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. Frames of an earlier start cannot be taken back. ChannelID=%lld.", kStart,
-                    call.channelID);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText,
+                           "%s: ERROR. Frames of an earlier start cannot be taken back. ChannelID=%lld.",
+                           kStart, call.channelID);
     }
     if (!AllocateVideoBuffers(call.channelID)) {
-        ReportError(__LINE__, call.errorText, "%s: ERROR. AllocVideoBuffers failed.", kStart);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText, "%s: ERROR. AllocVideoBuffers failed.", kStart);
     }
     if (!wasStarted && !SetUpCapture(call)) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     channel.bAcquisitionStarted = true;
 
@@ -218,32 +214,30 @@ std::int32_t Start(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
         succeeded = true;
     }
     if (!succeeded) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     if (const char* reason = WhyNothingIsCaptured(channel); reason != nullptr) {
         WriteLog(__LINE__,
                  "%s: WARNING. The channel captures nothing: %s. Stop it, then start it. ChannelID=%lld.\n",
                  kStart, reason, call.channelID);
     }
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 bool Stopped(unsigned line, const ChannelCall& call, const char* step, ZvkError_t result)
 {
-    if (result != ZvkErrorSuccess) {
-        ReportError(line, call.errorText, "%s: ERROR. %s failed. channelID=%lld. Reason=%s (%d).", kStop,
-                    step, call.channelID, ErrorCodeName(result), result);
-    }
-    return result == ZvkErrorSuccess;
+    return result == ZvkErrorSuccess ||
+           ReportError(line, call.errorText, "%s: ERROR. %s failed. channelID=%lld. Reason=%s (%d).", kStop,
+                       step, call.channelID, ErrorCodeName(result), result);
 }
 
-std::int32_t Stop(const ChannelCall& call)
+bool Stop(const ChannelCall& call)
 {
     VideoChannelData& channel = call.channel;
     const ZvkHandle_t camera = channel.cameraHandle;
     if (!Stopped(__LINE__, call, "AcquisitionStop command",
                  call.api.ZvkFeatureCommandRun(camera, "AcquisitionStop"))) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     {
         const MutexLock lock(g_frameMutex);
@@ -251,15 +245,15 @@ std::int32_t Stop(const ChannelCall& call)
     }
     WriteLog(__LINE__, "%s. channelID=%d Camera: 0x%08X\n", kStop, call.ChannelNumber(), HandleBits(camera));
     if (!Stopped(__LINE__, call, "ZvkCaptureEnd", call.api.ZvkCaptureEnd(camera))) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     channel.bCaptureRunning = false;
     if (!Stopped(__LINE__, call, "ZvkCaptureQueueFlush", call.api.ZvkCaptureQueueFlush(camera))) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     channel.bFramesQueued = false;
     if (!Stopped(__LINE__, call, "ZvkFrameRevokeAll", call.api.ZvkFrameRevokeAll(camera))) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     channel.bFramesAnnounced = false;
     channel.bAcquisitionStarted = false;
@@ -274,7 +268,7 @@ std::int32_t Stop(const ChannelCall& call)
     }
     WriteLog(__LINE__, "%s. channelID=%d FramesReceived=%u (Complete=%u, Incomplete=%u)\n", kStop,
              call.ChannelNumber(), complete + incomplete, complete, incomplete);
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 } // namespace

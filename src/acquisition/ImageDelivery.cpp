@@ -39,7 +39,7 @@ void FillAttributes(const ZvkFrame_t& frame, ImageAttributes& attributes)
     }
 }
 
-std::int32_t Describe(const ChannelCall& call, ImageAttributes& attributes, std::uint32_t& imageStatus)
+bool Describe(const ChannelCall& call, ImageAttributes& attributes, std::uint32_t& imageStatus)
 {
     const ZvkFrame_t* frame = nullptr;
     {
@@ -50,11 +50,11 @@ std::int32_t Describe(const ChannelCall& call, ImageAttributes& attributes, std:
     }
     if (frame == nullptr) {
         imageStatus = ImageStatusPending;
-        return MARAVEL_SUCCESS;
+        return true;
     }
     FillAttributes(*frame, attributes);
     imageStatus = ImageStatusReady;
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 // Bits of the frame's pixels. PFNC codes hold the bits of a pixel in bits 16 to 23.
@@ -160,13 +160,12 @@ void WriteImage(const ChannelCall& call, const ZvkFrame_t& frame, void* destinat
     }
 }
 
-std::int32_t Deliver(const ChannelCall& call, void* destination, std::uint32_t& imageStatus)
+bool Deliver(const ChannelCall& call, void* destination, std::uint32_t& imageStatus)
     MARAVEL_REQUIRES(g_adapterMutex)
 {
     if (destination == nullptr) {
-        ReportError(__LINE__, call.errorText, "%s: ERROR. Invalid destination pointer. channelID=%lld.",
-                    kImage, call.channelID);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText,
+                           "%s: ERROR. Invalid destination pointer. channelID=%lld.", kImage, call.channelID);
     }
     VideoChannelData& channel = call.channel;
     bool isEmpty = true;
@@ -179,12 +178,11 @@ std::int32_t Deliver(const ChannelCall& call, void* destination, std::uint32_t& 
     if (isEmpty) {
         WriteLog(__LINE__, "%s: ERRIR, FIFO empty, pending.", kImage);
         imageStatus = ImageStatusPending;
-        return MARAVEL_SUCCESS;
+        return true;
     }
     if (frame == nullptr) {
-        ReportError(__LINE__, call.errorText, "%s: ERROR while accessing FIFO. channelID=%lld.", kImage,
-                    call.channelID);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText, "%s: ERROR while accessing FIFO. channelID=%lld.",
+                           kImage, call.channelID);
     }
     WriteImage(call, *frame, destination);
     {
@@ -200,7 +198,7 @@ std::int32_t Deliver(const ChannelCall& call, void* destination, std::uint32_t& 
                         call.channelID, ErrorCodeName(result), result);
         WriteLog(__LINE__, "%s, (%d)\n", call.errorText, result);
     }
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 } // namespace

@@ -130,16 +130,14 @@ bool ReadFeatureList(const Opening& opening)
     ZvkError_t result =
         opening.api.ZvkFeaturesList(channel.cameraHandle, nullptr, 0, &count, sizeof(ZvkFeatureInfo_t));
     if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, opening.errorText,
-                    "%s: ERROR. ZvkFeaturesList failed. ChannelID=%d. Reason=%s (%d)", kName,
-                    opening.channelIndex, ErrorCodeName(result), result);
-        return false;
+        return ReportError(__LINE__, opening.errorText,
+                           "%s: ERROR. ZvkFeaturesList failed. ChannelID=%d. Reason=%s (%d)", kName,
+                           opening.channelIndex, ErrorCodeName(result), result);
     }
     if (count > kMaxFeatures) {
-        ReportError(__LINE__, opening.errorText,
-                    "%s: ERROR. The SDK lists %u features, more than %u. ChannelID=%d.", kName, count,
-                    kMaxFeatures, opening.channelIndex);
-        return false;
+        return ReportError(__LINE__, opening.errorText,
+                           "%s: ERROR. The SDK lists %u features, more than %u. ChannelID=%d.", kName, count,
+                           kMaxFeatures, opening.channelIndex);
     }
     channel.featureNames.Clear();
     channel.featureCount = 0;
@@ -263,8 +261,7 @@ bool InitializeVideoChannel(char* errorText, VideoChannelDescriptor& descriptor,
 {
     WriteLog(__LINE__, "%s: devnum=%d\n", kName, channelIndex);
     if (g_apiAccess == nullptr || g_adapterData == nullptr) {
-        ReportError(__LINE__, errorText, "%s: ERROR. INVALID class pointer.", kName);
-        return false;
+        return ReportError(__LINE__, errorText, "%s: ERROR. INVALID class pointer.", kName);
     }
     const auto index = static_cast<std::size_t>(channelIndex);
     Opening opening{errorText,

@@ -75,7 +75,7 @@ bool IsAnyCameraOpen(const CAdapterData& data)
     return false;
 }
 
-std::int32_t Release(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
+bool Release(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
 {
     if (call.channel.cameraHandle != nullptr) {
         EndChannel({call.operation, true, Patience::Endless}, call.api, call.data,
@@ -84,7 +84,7 @@ std::int32_t Release(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
     if (!IsAnyCameraOpen(call.data)) {
         ShutdownAdapter(Patience::Endless);
     }
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 } // namespace

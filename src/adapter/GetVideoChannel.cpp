@@ -9,30 +9,27 @@ namespace {
 
 constexpr const char* kName = "GetVideoChannel";
 
-std::int32_t HandOut(char* errorText, std::int32_t channelIndex, VideoChannelDescriptor& descriptor)
+bool HandOut(char* errorText, std::int32_t channelIndex, VideoChannelDescriptor& descriptor)
     MARAVEL_REQUIRES(g_adapterMutex)
 {
     if (g_apiAccess == nullptr) {
-        ReportError(__LINE__, errorText, "%s: ERROR while loading '%s'.", kName, "ZvkC.dll");
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, errorText, "%s: ERROR while loading '%s'.", kName, "ZvkC.dll");
     }
     if (g_imageTransformAccess == nullptr) {
-        ReportError(__LINE__, errorText, "%s: ERROR while loading ImageTransformLibrary.", kName);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, errorText, "%s: ERROR while loading ImageTransformLibrary.", kName);
     }
     if (g_adapterData == nullptr) {
-        ReportError(__LINE__, errorText, "%s: ERROR. Invalid AdapterData pointer.", kName);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, errorText, "%s: ERROR. Invalid AdapterData pointer.", kName);
     }
     if (FindChannel(channelIndex) == nullptr) {
         WriteLog(__LINE__, "%s: No further video channels found!\n", kName);
-        return MARAVEL_FAILURE;
+        return false;
     }
     WriteLog(__LINE__, "%s: Accessing channelID %d...\n", kName, channelIndex);
     if (InitializeVideoChannel(errorText, descriptor, channelIndex)) {
         WriteLog(__LINE__, "%s: Video channelID %d found and initialized!\n", kName, channelIndex);
         descriptor.openResult = 0;
-        return MARAVEL_SUCCESS;
+        return true;
     }
     // Once more: it may also have been open before, and its stream goes with it.
     const auto index = static_cast<std::uint32_t>(channelIndex);
@@ -41,7 +38,7 @@ std::int32_t HandOut(char* errorText, std::int32_t channelIndex, VideoChannelDes
     ReportError(__LINE__, errorText, "%s: Unable to open cameraID %d (%s [%s]).", kName, channelIndex,
                 TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
     descriptor.openResult = 1;
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 } // namespace
@@ -60,7 +57,7 @@ GetVideoChannel(char* errorText, std::int32_t channelIndex, VideoChannelDescript
         if (channelIndex == 0) {
             StartAdapter();
         }
-        return HandOut(errorText, channelIndex, *descriptor);
+        return HandOut(errorText, channelIndex, *descriptor) ? MARAVEL_SUCCESS : MARAVEL_FAILURE;
     });
 }
 

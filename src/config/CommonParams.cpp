@@ -187,11 +187,11 @@ void SetRegion(const ChannelCall& call, const CommonParams& params, ZvkError_t& 
     }
 }
 
-std::int32_t SetUp(const ChannelCall& call, const CommonParams& params)
+bool SetUp(const ChannelCall& call, const CommonParams& params)
 {
     switch (OpenCameraIfClosed(call)) {
     case CameraOpening::Failed:
-        return MARAVEL_FAILURE;
+        return false;
     case CameraOpening::Opened:
         GigEAdjustPacketSize(call.api, call.channel.cameraHandle);
         break;
@@ -206,7 +206,7 @@ std::int32_t SetUp(const ChannelCall& call, const CommonParams& params)
     RecordTriggerMode(call.channel, params);
     SetTriggers(call, params);
     SetRegion(call, params, hardError);
-    return hardError == ZvkErrorSuccess ? MARAVEL_SUCCESS : MARAVEL_FAILURE;
+    return hardError == ZvkErrorSuccess;
 }
 
 } // namespace

@@ -14,10 +14,9 @@ bool SetEntry(unsigned line, const ChannelCall& call, const char* setter, const 
 {
     const ZvkError_t result = call.api.ZvkFeatureEnumSet(call.channel.cameraHandle, feature, entry);
     if (result != ZvkErrorSuccess) {
-        ReportError(line, call.errorText,
-                    "%s: ERROR. ZvkFeatureEnumSet %s failed. ChannelID=%lld. Reason=%s (%d)", setter, feature,
-                    call.channelID, ErrorCodeName(result), result);
-        return false;
+        return ReportError(line, call.errorText,
+                           "%s: ERROR. ZvkFeatureEnumSet %s failed. ChannelID=%lld. Reason=%s (%d)", setter,
+                           feature, call.channelID, ErrorCodeName(result), result);
     }
     WriteLog(line, "%s: Set to '%s'\n", setter, entry);
     return true;

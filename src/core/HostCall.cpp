@@ -7,42 +7,17 @@
 
 namespace maravel {
 
-void ReportError(unsigned line, char* errorText, const char* format, ...) noexcept
+bool ReportError(unsigned line, char* errorText, const char* format, ...) noexcept
 {
-    if (errorText == nullptr) {
-        return;
+    if (errorText != nullptr) {
+        std::va_list arguments;
+        va_start(arguments, format);
+        FormatText(errorText, ErrorTextSize, format, arguments);
+        va_end(arguments);
+        WriteLog(line, "%s\n", errorText);
     }
-    std::va_list arguments;
-    va_start(arguments, format);
-    FormatText(errorText, ErrorTextSize, format, arguments);
-    va_end(arguments);
-    WriteLog(line, "%s\n", errorText);
+    return false;
 }
-
-namespace {
-
-void ReportNoSuchChannel(const HostEntry& entry, char* errorText, std::int64_t channelID,
-                         std::uint32_t cameraCount) noexcept
-{
-    const auto id = static_cast<long long>(channelID);
-    const int count = static_cast<int>(cameraCount);
-    switch (entry.noSuchChannel) {
-    case NoSuchChannelText::Cameras:
-        return ReportError(entry.line, errorText, "%s: ERROR. Invalid channelID=%lld. Available cameras=%d",
-                           entry.operation, id, count);
-    case NoSuchChannelText::CamerasPeriod:
-        return ReportError(entry.line, errorText, "%s: ERROR. Invalid channelID=%lld. Available cameras=%d.",
-                           entry.operation, id, count);
-    case NoSuchChannelText::CapitalCameras:
-        return ReportError(entry.line, errorText, "%s: ERROR. Invalid channelID=%lld. Available Cameras=%d",
-                           entry.operation, id, count);
-    case NoSuchChannelText::CapitalCamerasPeriod:
-        return ReportError(entry.line, errorText, "%s: ERROR. Invalid channelID=%lld. Available Cameras=%d.",
-                           entry.operation, id, count);
-    }
-}
-
-} // namespace
 
 std::int32_t RunGuarded(unsigned line, const char* operation, char* errorText, std::int32_t (*body)(void*),
                         void* context) noexcept
@@ -77,7 +52,15 @@ VideoChannelData* AdmitCall(const HostEntry& entry, char* errorText, std::int64_
     }
     VideoChannelData* channel = FindChannel(channelID);
     if (channel == nullptr) {
-        ReportNoSuchChannel(entry, errorText, channelID, g_adapterData->cameraCount);
+        using enum NoSuchChannelText;
+        const NoSuchChannelText words = entry.noSuchChannel;
+        ReportError(entry.line, errorText,
+                    words == Cameras          ? "%s: ERROR. Invalid channelID=%lld. Available cameras=%d"
+                    : words == CamerasPeriod  ? "%s: ERROR. Invalid channelID=%lld. Available cameras=%d."
+                    : words == CapitalCameras ? "%s: ERROR. Invalid channelID=%lld. Available Cameras=%d"
+                                              : "%s: ERROR. Invalid channelID=%lld. Available Cameras=%d.",
+                    entry.operation, static_cast<long long>(channelID),
+                    static_cast<int>(g_adapterData->cameraCount));
         return nullptr;
     }
     if (std::find(pointers.begin(), pointers.end(), nullptr) != pointers.end()) {

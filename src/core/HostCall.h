@@ -11,8 +11,9 @@
 
 namespace maravel {
 
-// Formats a message into the host's text buffer and logs it. Without a buffer (null) it says nothing.
-void ReportError(unsigned line, char* errorText, const char* format, ...) noexcept MARAVEL_PRINTF(3, 4);
+// Formats a message into the host's text buffer and logs it. Without a buffer (null) it says nothing. Always
+// false, so that a step that fails can end with it.
+bool ReportError(unsigned line, char* errorText, const char* format, ...) noexcept MARAVEL_PRINTF(3, 4);
 
 // What a callback's body works with. That it exists means that g_adapterMutex is held, the adapter is started
 // and the channel exists.
@@ -82,21 +83,22 @@ std::int32_t GuardedCall(unsigned line, const char* operation, char* errorText, 
 }
 
 // The same for a channel callback: checks bindings, adapter data, channel and the pointers that the callback
-// needs of the host, in that order, and hands the body a ChannelCall.
+// needs of the host, in that order, and hands the body a ChannelCall. The body tells whether it succeeded.
 template <class Body>
 std::int32_t HostCall(const HostEntry& entry, char* errorText, std::int64_t channelID,
                       std::initializer_list<const void*> pointers, Body body) noexcept
 {
-    return GuardedCall(entry.line, entry.operation, errorText,
-                       [&]() MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
-                           VideoChannelData* channel = AdmitCall(entry, errorText, channelID, pointers);
-                           if (channel == nullptr) {
-                               return MARAVEL_FAILURE;
-                           }
-                           const auto index = static_cast<std::size_t>(channelID);
-                           return body(ChannelCall{entry.operation, errorText, channelID, *g_apiAccess,
-                                                   *g_adapterData, *channel, g_adapterData->cameras[index]});
-                       });
+    return GuardedCall(
+        entry.line, entry.operation, errorText, [&]() MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
+            VideoChannelData* channel = AdmitCall(entry, errorText, channelID, pointers);
+            if (channel == nullptr) {
+                return MARAVEL_FAILURE;
+            }
+            const auto index = static_cast<std::size_t>(channelID);
+            const bool succeeded = body(ChannelCall{entry.operation, errorText, channelID, *g_apiAccess,
+                                                    *g_adapterData, *channel, g_adapterData->cameras[index]});
+            return succeeded ? MARAVEL_SUCCESS : MARAVEL_FAILURE;
+        });
 }
 
 } // namespace maravel

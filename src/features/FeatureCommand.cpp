@@ -10,23 +10,21 @@ namespace {
 constexpr const char* kName = "ExecuteCommand";
 constexpr std::int64_t kLimitMilliseconds = 1000;
 
-std::int32_t Execute(const ChannelCall& call, const char* featureName)
+bool Execute(const ChannelCall& call, const char* featureName)
 {
     if (OpenCameraIfClosed(call) == CameraOpening::Failed) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     if (call.channel.FindFeature(featureName) == nullptr) {
-        ReportError(__LINE__, call.errorText, "%s: ERROR. Feature '%s' not found for channelID=%lld.", kName,
-                    featureName, call.channelID);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText, "%s: ERROR. Feature '%s' not found for channelID=%lld.",
+                           kName, featureName, call.channelID);
     }
     const ZvkHandle_t camera = call.channel.cameraHandle;
     const ZvkError_t result = call.api.ZvkFeatureCommandRun(camera, featureName);
     if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR while executing command. ChannelID=%lld. Feature='%s'. Reason=%s (%d)", kName,
-                    call.channelID, featureName, ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText,
+                           "%s: ERROR while executing command. ChannelID=%lld. Feature='%s'. Reason=%s (%d)",
+                           kName, call.channelID, featureName, ErrorCodeName(result), result);
     }
     WriteLog(__LINE__, "%s: SUCCESS. ChannelID=%d. Feature='%s' executed.\n", kName, call.ChannelNumber(),
              featureName);
@@ -34,7 +32,7 @@ std::int32_t Execute(const ChannelCall& call, const char* featureName)
         WriteLog(__LINE__, "%s: ERROR. Timeout exceeded. ChannelID=%d. Feature='%s'.\n", kName,
                  call.ChannelNumber(), featureName);
     }
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 } // namespace

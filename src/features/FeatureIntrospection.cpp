@@ -18,21 +18,20 @@ constexpr const char* kFeatureAttr = "GetFeatureAttr";
 // More entries than this no enumeration has; an SDK that claims them is not believed.
 constexpr std::uint32_t kMaxEntries = 65'536;
 
-std::int32_t NameAt(const ChannelCall& call, std::int32_t listIndex, char* nameText)
+bool NameAt(const ChannelCall& call, std::int32_t listIndex, char* nameText)
 {
     const VideoChannelData& channel = call.channel;
     if (listIndex < 0 || static_cast<std::size_t>(listIndex) >= channel.compatibleFeatures.size()) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     const std::uint32_t featureIndex =
         channel.compatibleFeatures[static_cast<std::size_t>(listIndex)].featureIndex;
     if (featureIndex >= channel.featureCount) {
-        ReportError(__LINE__, call.errorText, "%s: ERROR. Invalid Zorvik feature index=%d.", kFeatureName,
-                    static_cast<int>(featureIndex));
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText, "%s: ERROR. Invalid Zorvik feature index=%d.",
+                           kFeatureName, static_cast<int>(featureIndex));
     }
     CopyTextBounded(nameText, MARAVEL_TEXT_SIZE, channel.featureInfo[featureIndex].name);
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 std::int32_t HostFeatureType(std::uint32_t featureDataType)
@@ -55,16 +54,15 @@ std::int32_t HostFeatureType(std::uint32_t featureDataType)
     }
 }
 
-std::int32_t TypeOf(const ChannelCall& call, const char* featureName, std::int32_t& featureType)
+bool TypeOf(const ChannelCall& call, const char* featureName, std::int32_t& featureType)
 {
     const ZvkFeatureInfo_t* feature = call.channel.FindFeature(featureName);
     if (feature == nullptr) {
-        ReportError(__LINE__, call.errorText, "%s: ERROR. channelID=%lld. Feature '%s' not found.",
-                    kFeatureType, call.channelID, featureName);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText, "%s: ERROR. channelID=%lld. Feature '%s' not found.",
+                           kFeatureType, call.channelID, featureName);
     }
     featureType = HostFeatureType(feature->featureDataType);
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 // Asks for an enumeration's entries: their number when there is no room for any. Whether that succeeded.
@@ -73,12 +71,10 @@ bool QueryEntries(const ChannelCall& call, const char* featureName, const char**
 {
     const ZvkError_t result =
         call.api.ZvkFeatureEnumRangeQuery(call.channel.cameraHandle, featureName, entries, room, &count);
-    if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureEnumRangeQuery failed for feature %s. Reason=%s (%d)", kValidEnum,
-                    featureName, ErrorCodeName(result), result);
-    }
-    return result == ZvkErrorSuccess;
+    return result == ZvkErrorSuccess ||
+           ReportError(__LINE__, call.errorText,
+                       "%s: ERROR. ZvkFeatureEnumRangeQuery failed for feature %s. Reason=%s (%d)",
+                       kValidEnum, featureName, ErrorCodeName(result), result);
 }
 
 bool IsEntryAvailable(const ChannelCall& call, const char* featureName, const char* entry)
@@ -90,51 +86,47 @@ bool IsEntryAvailable(const ChannelCall& call, const char* featureName, const ch
            isAvailable != 0;
 }
 
-std::int32_t ValidEntryAt(const ChannelCall& call, const char* featureName, std::uint32_t entryIndex,
-                          char* entryText)
+bool ValidEntryAt(const ChannelCall& call, const char* featureName, std::uint32_t entryIndex, char* entryText)
 {
     std::uint32_t count = 0;
     if (call.channel.FindFeature(featureName) == nullptr ||
         !QueryEntries(call, featureName, nullptr, 0, count)) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     if (count > kMaxEntries) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. The SDK lists %u entries of feature %s, more than %u.", kValidEnum, count,
-                    featureName, kMaxEntries);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText,
+                           "%s: ERROR. The SDK lists %u entries of feature %s, more than %u.", kValidEnum,
+                           count, featureName, kMaxEntries);
     }
     std::vector<const char*> entries(count, nullptr);
     std::uint32_t filled = 0;
     if (!QueryEntries(call, featureName, entries.data(), count, filled)) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     entries.resize(std::min(filled, count)); // an SDK that claims more wrote no more than it had room for
     std::erase_if(entries, [&](const char* entry) { return !IsEntryAvailable(call, featureName, entry); });
     if (entryIndex >= entries.size()) {
         WriteLog(__LINE__, "%s: INFO: Feature '%s' : %d/%d entries marked as available.\n", kValidEnum,
                  featureName, static_cast<int>(entries.size()), static_cast<int>(filled));
-        return MARAVEL_FAILURE;
+        return false;
     }
     CopyTextBounded(entryText, MARAVEL_TEXT_SIZE, entries[entryIndex]);
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
-std::int32_t AttributeOf(const ChannelCall& call, const char* featureName, std::uint32_t attrKind,
-                         char* attrText)
+bool AttributeOf(const ChannelCall& call, const char* featureName, std::uint32_t attrKind, char* attrText)
 {
     const ZvkFeatureInfo_t* feature = call.channel.FindFeature(featureName);
     if (feature == nullptr) {
-        ReportError(__LINE__, call.errorText, "%s: ERROR. channelID=%lld. Feature '%s' not found.",
-                    kFeatureAttr, call.channelID, featureName);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText, "%s: ERROR. channelID=%lld. Feature '%s' not found.",
+                           kFeatureAttr, call.channelID, featureName);
     }
     if (attrKind == FeatureAttrDescription) {
         CopyTextBounded(attrText, MARAVEL_TEXT_SIZE, feature->description);
-        return MARAVEL_SUCCESS;
+        return true;
     }
     if (attrKind != FeatureAttrReadable && attrKind != FeatureAttrWritable) {
-        return MARAVEL_SUCCESS;
+        return true;
     }
     ZvkBool_t isReadable = 0;
     ZvkBool_t isWriteable = 0;
@@ -149,7 +141,7 @@ std::int32_t AttributeOf(const ChannelCall& call, const char* featureName, std::
     }
     CopyTextBounded(attrText, MARAVEL_TEXT_SIZE,
                     (asksRead ? isReadable : isWriteable) == 1 ? "True" : "False");
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 } // namespace

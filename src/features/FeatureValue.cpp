@@ -44,18 +44,14 @@ const ZvkFeatureInfo_t* ReachFeature(const ChannelCall& call, const char* name)
 }
 
 // The end of a read: success, or the report of a failure.
-std::int32_t EndRead(unsigned line, const ChannelCall& call, const char* name, const char* type,
-                     ZvkError_t result)
+bool EndRead(unsigned line, const ChannelCall& call, const char* name, const char* type, ZvkError_t result)
 {
-    if (result == ZvkErrorSuccess) {
-        return MARAVEL_SUCCESS;
-    }
-    ReportError(line, call.errorText, "%s: ERROR for feature '%s' [%s]. Reason=%s (%d).", kRead, name, type,
-                ErrorCodeName(result), result);
-    return MARAVEL_FAILURE;
+    return result == ZvkErrorSuccess ||
+           ReportError(line, call.errorText, "%s: ERROR for feature '%s' [%s]. Reason=%s (%d).", kRead, name,
+                       type, ErrorCodeName(result), result);
 }
 
-std::int32_t ReadInt(const ChannelCall& call, const char* name, char* text)
+bool ReadInt(const ChannelCall& call, const char* name, char* text)
 {
     std::int64_t value = 0;
     const ZvkError_t result = call.api.ZvkFeatureIntGet(call.channel.cameraHandle, name, &value);
@@ -65,7 +61,7 @@ std::int32_t ReadInt(const ChannelCall& call, const char* name, char* text)
     return EndRead(__LINE__, call, name, "ZvkFeatureDataInt", result);
 }
 
-std::int32_t ReadFloat(const ChannelCall& call, const char* name, char* text)
+bool ReadFloat(const ChannelCall& call, const char* name, char* text)
 {
     double value = 0.0;
     const ZvkError_t result = call.api.ZvkFeatureFloatGet(call.channel.cameraHandle, name, &value);
@@ -75,7 +71,7 @@ std::int32_t ReadFloat(const ChannelCall& call, const char* name, char* text)
     return EndRead(__LINE__, call, name, "ZvkFeatureDataFloat", result);
 }
 
-std::int32_t ReadEnum(const ChannelCall& call, const char* name, char* text)
+bool ReadEnum(const ChannelCall& call, const char* name, char* text)
 {
     const char* entry = nullptr;
     const ZvkError_t result = call.api.ZvkFeatureEnumGet(call.channel.cameraHandle, name, &entry);
@@ -85,7 +81,7 @@ std::int32_t ReadEnum(const ChannelCall& call, const char* name, char* text)
     return EndRead(__LINE__, call, name, "ZvkFeatureDataEnum", result);
 }
 
-std::int32_t ReadString(const ChannelCall& call, const char* name, char* text)
+bool ReadString(const ChannelCall& call, const char* name, char* text)
 {
     std::uint32_t length = 0;
     const ZvkError_t result =
@@ -96,7 +92,7 @@ std::int32_t ReadString(const ChannelCall& call, const char* name, char* text)
     return EndRead(__LINE__, call, name, "ZvkFeatureDataString", result);
 }
 
-std::int32_t ReadBool(const ChannelCall& call, const char* name, char* text)
+bool ReadBool(const ChannelCall& call, const char* name, char* text)
 {
     ZvkBool_t value = 0;
     const ZvkError_t result = call.api.ZvkFeatureBoolGet(call.channel.cameraHandle, name, &value);
@@ -106,11 +102,11 @@ std::int32_t ReadBool(const ChannelCall& call, const char* name, char* text)
     return EndRead(__LINE__, call, name, "ZvkFeatureDataBool", result);
 }
 
-std::int32_t ReadFeature(const ChannelCall& call, const char* name, char* text)
+bool ReadFeature(const ChannelCall& call, const char* name, char* text)
 {
     const ZvkFeatureInfo_t* feature = ReachFeature(call, name);
     if (feature == nullptr) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     switch (feature->featureDataType) {
     case ZvkFeatureDataInt:
@@ -124,98 +120,94 @@ std::int32_t ReadFeature(const ChannelCall& call, const char* name, char* text)
     case ZvkFeatureDataBool:
         return ReadBool(call, name, text);
     case ZvkFeatureDataCommand:
-        return MARAVEL_SUCCESS; // a command has no value
+        return true; // a command has no value
     default:
-        ReportError(__LINE__, call.errorText, "%s: ERROR for feature '%s'. Unknown feature type=%d.", kRead,
-                    name, static_cast<int>(feature->featureDataType));
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText, "%s: ERROR for feature '%s'. Unknown feature type=%d.",
+                           kRead, name, static_cast<int>(feature->featureDataType));
     }
 }
 
 // Whether a number's range could be read; reports it when not.
 bool HasRange(unsigned line, const ChannelCall& call, const char* name, const char* entry, ZvkError_t result)
 {
-    if (result != ZvkErrorSuccess) {
-        ReportError(line, call.errorText, "%s: ERROR. %s for feature '%s' failed. Reason=%s (%d).", kWrite,
-                    entry, name, ErrorCodeName(result), result);
-    }
-    return result == ZvkErrorSuccess;
+    return result == ZvkErrorSuccess ||
+           ReportError(line, call.errorText, "%s: ERROR. %s for feature '%s' failed. Reason=%s (%d).", kWrite,
+                       entry, name, ErrorCodeName(result), result);
 }
 
-std::int32_t WriteInt(const ChannelCall& call, const char* name, const char* text)
+bool WriteInt(const ChannelCall& call, const char* name, const char* text)
 {
     const ZvkHandle_t camera = call.channel.cameraHandle;
     std::int64_t minimum = 0;
     std::int64_t maximum = 0;
     if (!HasRange(__LINE__, call, name, "ZvkFeatureIntRangeQuery",
                   call.api.ZvkFeatureIntRangeQuery(camera, name, &minimum, &maximum))) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     const auto wanted = static_cast<std::int64_t>(_strtoui64(text, nullptr, 10));
     const std::int64_t value = std::min(std::max(wanted, minimum), maximum);
     const ZvkError_t result = call.api.ZvkFeatureIntSet(camera, name, value);
     if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureIntSet for feature '%s' failed. Value=%llu. Reason=%s (%d).",
-                    kWrite, name, static_cast<unsigned long long>(value), ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText,
+                           "%s: ERROR. ZvkFeatureIntSet for feature '%s' failed. Value=%llu. Reason=%s (%d).",
+                           kWrite, name, static_cast<unsigned long long>(value), ErrorCodeName(result),
+                           result);
     }
     WriteLog(__LINE__, "%s: '%s' set to '%d'\n", kWrite, name, static_cast<int>(value));
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
-std::int32_t WriteFloat(const ChannelCall& call, const char* name, const char* text)
+bool WriteFloat(const ChannelCall& call, const char* name, const char* text)
 {
     const ZvkHandle_t camera = call.channel.cameraHandle;
     double minimum = 0.0;
     double maximum = 0.0;
     if (!HasRange(__LINE__, call, name, "ZvkFeatureFloatRangeQuery",
                   call.api.ZvkFeatureFloatRangeQuery(camera, name, &minimum, &maximum))) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     // In this order of operands a text that is not a number becomes the minimum.
     const double value = std::min(maximum, std::max(minimum, PlainLocale().ParseFloat(text)));
     const ZvkError_t result = call.api.ZvkFeatureFloatSet(camera, name, value);
     if (result != ZvkErrorSuccess) {
-        ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureFloatSet for feature '%s' failed. Value=%f. Reason=%s (%d).",
-                    kWrite, name, value, ErrorCodeName(result), result);
-        return MARAVEL_FAILURE;
+        return ReportError(__LINE__, call.errorText,
+                           "%s: ERROR. ZvkFeatureFloatSet for feature '%s' failed. Value=%f. Reason=%s (%d).",
+                           kWrite, name, value, ErrorCodeName(result), result);
     }
     WriteLog(__LINE__, "%s: ZvkFeatureDataFloat: '%s' set to '%f'\n", kWrite, name, value);
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
 // Reports a text that a feature does not take.
-std::int32_t RefuseText(unsigned line, const ChannelCall& call, const char* entry, const char* name,
-                        const char* text, ZvkError_t result)
+bool RefuseText(unsigned line, const ChannelCall& call, const char* entry, const char* name, const char* text,
+                ZvkError_t result)
 {
-    ReportError(line, call.errorText, "%s: ERROR. %s for feature '%s' failed. Value='%s'. Reason=%s (%d).",
-                kWrite, entry, name, text, ErrorCodeName(result), result);
-    return MARAVEL_FAILURE;
+    return ReportError(line, call.errorText,
+                       "%s: ERROR. %s for feature '%s' failed. Value='%s'. Reason=%s (%d).", kWrite, entry,
+                       name, text, ErrorCodeName(result), result);
 }
 
-std::int32_t WriteEnum(const ChannelCall& call, const char* name, const char* text)
+bool WriteEnum(const ChannelCall& call, const char* name, const char* text)
 {
     const ZvkError_t result = call.api.ZvkFeatureEnumSet(call.channel.cameraHandle, name, text);
     if (result != ZvkErrorSuccess) {
         return RefuseText(__LINE__, call, "ZvkFeatureEnumSet", name, text, result);
     }
     WriteLog(__LINE__, " %s: ZvkFeatureDataEnum: '%s' set to '%s'\n", kWrite, name, text);
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
-std::int32_t WriteString(const ChannelCall& call, const char* name, const char* text)
+bool WriteString(const ChannelCall& call, const char* name, const char* text)
 {
     const ZvkError_t result = call.api.ZvkFeatureStringSet(call.channel.cameraHandle, name, text);
     if (result != ZvkErrorSuccess) {
         return RefuseText(__LINE__, call, "ZvkFeatureStringSet", name, text, result);
     }
     WriteLog(__LINE__, "%s(): ZvkFeatureDataString '%s' set to '%s'\n", kWrite, name, text);
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
-std::int32_t WriteBool(const ChannelCall& call, const char* name, const char* text)
+bool WriteBool(const ChannelCall& call, const char* name, const char* text)
 {
     const ZvkBool_t value = std::strcmp(text, "True") == 0 ? 1 : 0;
     const ZvkError_t result = call.api.ZvkFeatureBoolSet(call.channel.cameraHandle, name, value);
@@ -223,14 +215,14 @@ std::int32_t WriteBool(const ChannelCall& call, const char* name, const char* te
         return RefuseText(__LINE__, call, "ZvkFeatureDataBool", name, value != 0 ? "1" : "0", result);
     }
     WriteLog(__LINE__, "%s(): ZvkFeatureDataBool '%s' set to '%s'\n", kWrite, name, text);
-    return MARAVEL_SUCCESS;
+    return true;
 }
 
-std::int32_t WriteFeature(const ChannelCall& call, const char* name, const char* text)
+bool WriteFeature(const ChannelCall& call, const char* name, const char* text)
 {
     const ZvkFeatureInfo_t* feature = ReachFeature(call, name);
     if (feature == nullptr) {
-        return MARAVEL_FAILURE;
+        return false;
     }
     switch (feature->featureDataType) {
     case ZvkFeatureDataInt:
@@ -245,10 +237,10 @@ std::int32_t WriteFeature(const ChannelCall& call, const char* name, const char*
         return WriteBool(call, name, text);
     case ZvkFeatureDataCommand:
         WriteLog(__LINE__, "%s: WARNING. ZvkFeatureDataCommand called (unhandeled).\n", kWrite);
-        return MARAVEL_FAILURE;
+        return false;
     default:
         WriteLog(__LINE__, "%s: WARNING. Unknown featureDataType (unhandeled).\n", kWrite);
-        return MARAVEL_FAILURE;
+        return false;
     }
 }
 
