@@ -1,4 +1,4 @@
-// Values of features, read and written as text.
+// Features by their names: values, read and written as text, and commands.
 #include "core/Callbacks.h"
 #include "core/CameraAccess.h"
 #include "platform/Win32.h"
@@ -13,6 +13,8 @@ namespace {
 
 constexpr const char* kRead = "ReadValue";
 constexpr const char* kWrite = "WriteValue";
+constexpr const char* kExecute = "ExecuteCommand";
+constexpr std::int64_t kCommandLimitMilliseconds = 1000;
 
 // The C locale, so that the host's own does not decide what a decimal point is.
 class PlainLocale
@@ -51,34 +53,17 @@ bool EndRead(unsigned line, const ChannelCall& call, const char* name, const cha
                        type, ErrorCodeName(result), result);
 }
 
-bool ReadInt(const ChannelCall& call, const char* name, char* text)
+// Reads a value of the type that the entry point gives, and has it printed if that succeeds.
+template <class Value, class Print>
+bool Read(unsigned line, const ChannelCall& call, const char* name, const char* type,
+          ZvkError_t (*get)(ZvkHandle_t, const char*, Value*), Print print)
 {
-    std::int64_t value = 0;
-    const ZvkError_t result = call.api.ZvkFeatureIntGet(call.channel.cameraHandle, name, &value);
+    Value value = {};
+    const ZvkError_t result = get(call.channel.cameraHandle, name, &value);
     if (result == ZvkErrorSuccess) {
-        FormatTextInto(text, MARAVEL_TEXT_SIZE, "%llu", static_cast<unsigned long long>(value));
+        print(value);
     }
-    return EndRead(__LINE__, call, name, "ZvkFeatureDataInt", result);
-}
-
-bool ReadFloat(const ChannelCall& call, const char* name, char* text)
-{
-    double value = 0.0;
-    const ZvkError_t result = call.api.ZvkFeatureFloatGet(call.channel.cameraHandle, name, &value);
-    if (result == ZvkErrorSuccess) {
-        FormatTextInto(text, MARAVEL_TEXT_SIZE, "%f", value);
-    }
-    return EndRead(__LINE__, call, name, "ZvkFeatureDataFloat", result);
-}
-
-bool ReadEnum(const ChannelCall& call, const char* name, char* text)
-{
-    const char* entry = nullptr;
-    const ZvkError_t result = call.api.ZvkFeatureEnumGet(call.channel.cameraHandle, name, &entry);
-    if (result == ZvkErrorSuccess) {
-        CopyTextBounded(text, MARAVEL_TEXT_SIZE, entry);
-    }
-    return EndRead(__LINE__, call, name, "ZvkFeatureDataEnum", result);
+    return EndRead(line, call, name, type, result);
 }
 
 bool ReadString(const ChannelCall& call, const char* name, char* text)
@@ -92,16 +77,6 @@ bool ReadString(const ChannelCall& call, const char* name, char* text)
     return EndRead(__LINE__, call, name, "ZvkFeatureDataString", result);
 }
 
-bool ReadBool(const ChannelCall& call, const char* name, char* text)
-{
-    ZvkBool_t value = 0;
-    const ZvkError_t result = call.api.ZvkFeatureBoolGet(call.channel.cameraHandle, name, &value);
-    if (result == ZvkErrorSuccess) {
-        CopyTextBounded(text, MARAVEL_TEXT_SIZE, value == 1 ? "True" : "False");
-    }
-    return EndRead(__LINE__, call, name, "ZvkFeatureDataBool", result);
-}
-
 bool ReadFeature(const ChannelCall& call, const char* name, char* text)
 {
     const ZvkFeatureInfo_t* feature = ReachFeature(call, name);
@@ -110,15 +85,21 @@ bool ReadFeature(const ChannelCall& call, const char* name, char* text)
     }
     switch (feature->featureDataType) {
     case ZvkFeatureDataInt:
-        return ReadInt(call, name, text);
+        return Read(__LINE__, call, name, "ZvkFeatureDataInt", call.api.ZvkFeatureIntGet, [&](auto value) {
+            FormatErrorText(text, MARAVEL_TEXT_SIZE, "%llu", static_cast<unsigned long long>(value));
+        });
     case ZvkFeatureDataFloat:
-        return ReadFloat(call, name, text);
+        return Read(__LINE__, call, name, "ZvkFeatureDataFloat", call.api.ZvkFeatureFloatGet,
+                    [&](auto value) { FormatErrorText(text, MARAVEL_TEXT_SIZE, "%f", value); });
     case ZvkFeatureDataEnum:
-        return ReadEnum(call, name, text);
+        return Read(__LINE__, call, name, "ZvkFeatureDataEnum", call.api.ZvkFeatureEnumGet,
+                    [&](auto value) { CopyTextBounded(text, MARAVEL_TEXT_SIZE, value); });
     case ZvkFeatureDataString:
         return ReadString(call, name, text);
     case ZvkFeatureDataBool:
-        return ReadBool(call, name, text);
+        return Read(__LINE__, call, name, "ZvkFeatureDataBool", call.api.ZvkFeatureBoolGet, [&](auto value) {
+            CopyTextBounded(text, MARAVEL_TEXT_SIZE, value == 1 ? "True" : "False");
+        });
     case ZvkFeatureDataCommand:
         return true; // a command has no value
     default:
@@ -244,6 +225,27 @@ bool WriteFeature(const ChannelCall& call, const char* name, const char* text)
     }
 }
 
+bool Execute(const ChannelCall& call, const char* name)
+{
+    if (ReachFeature(call, name) == nullptr) {
+        return false;
+    }
+    const ZvkHandle_t camera = call.channel.cameraHandle;
+    const ZvkError_t result = call.api.ZvkFeatureCommandRun(camera, name);
+    if (result != ZvkErrorSuccess) {
+        return ReportError(__LINE__, call.errorText,
+                           "%s: ERROR while executing command. ChannelID=%lld. Feature='%s'. Reason=%s (%d)",
+                           kExecute, call.channelID, name, ErrorCodeName(result), result);
+    }
+    WriteLog(__LINE__, "%s: SUCCESS. ChannelID=%d. Feature='%s' executed.\n", kExecute, call.ChannelNumber(),
+             name);
+    if (AwaitCommand(call.api, camera, name, kCommandLimitMilliseconds) == CommandEnd::TimedOut) {
+        WriteLog(__LINE__, "%s: ERROR. Timeout exceeded. ChannelID=%d. Feature='%s'.\n", kExecute,
+                 call.ChannelNumber(), name);
+    }
+    return true;
+}
+
 } // namespace
 
 std::int32_t MARAVEL_CALL ReadValue(char* errorText, std::int64_t channelID, const char* featureName,
@@ -266,6 +268,17 @@ std::int32_t MARAVEL_CALL WriteValue(char* errorText, std::int64_t channelID, co
         {__LINE__, kWrite, "WriteValue: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
         errorText, channelID, {featureName, valueText},
         [&](const ChannelCall& call) { return WriteFeature(call, featureName, valueText); });
+}
+
+std::int32_t MARAVEL_CALL ExecuteCommand(char* errorText, std::int64_t channelID,
+                                         const char* featureName) noexcept
+{
+    WriteLog(__LINE__, "%s: channelID=%lld, feature='%s'\n", kExecute, static_cast<long long>(channelID),
+             featureName);
+    return HostCall(
+        {__LINE__, kExecute, "ExecuteCommand: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
+        errorText, channelID, {featureName},
+        [&](const ChannelCall& call) { return Execute(call, featureName); });
 }
 
 } // namespace maravel
