@@ -117,7 +117,7 @@ std::size_t FormatPrefix(char* buffer, std::size_t size, unsigned line) noexcept
     *next++ = ':';
     next = PutDigits(next, now.wMilliseconds, 3);
     const auto length = static_cast<std::size_t>(next - buffer);
-    return length + FormatTextInto(next, size - length, " L%05u] ", line);
+    return length + static_cast<std::size_t>(FormatErrorText(next, size - length, " L%05u] ", line));
 }
 
 } // namespace

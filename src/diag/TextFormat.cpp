@@ -201,15 +201,6 @@ std::size_t FormatText(char* buffer, std::size_t size, const char* format, std::
     return out.Finish();
 }
 
-std::size_t FormatTextInto(char* buffer, std::size_t size, const char* format, ...) noexcept
-{
-    std::va_list arguments;
-    va_start(arguments, format);
-    const std::size_t length = FormatText(buffer, size, format, arguments);
-    va_end(arguments);
-    return length;
-}
-
 int FormatErrorText(char* buffer, std::size_t size, const char* format, ...) noexcept
 {
     std::va_list arguments;
@@ -221,14 +212,9 @@ int FormatErrorText(char* buffer, std::size_t size, const char* format, ...) noe
 
 void CopyTextBounded(char* buffer, std::size_t size, const char* text) noexcept
 {
-    if (text == nullptr) {
-        text = "";
-    }
-    const void* null = std::memchr(text, '\0', size - 1);
-    const std::size_t length =
-        null != nullptr ? static_cast<std::size_t>(static_cast<const char*>(null) - text) : size - 1;
-    std::memcpy(buffer, text, length);
-    buffer[length] = '\0';
+    TextWriter out(buffer, size);
+    out.PutText(text != nullptr ? text : "");
+    out.Finish();
 }
 
 } // namespace maravel

@@ -15,15 +15,10 @@ namespace maravel {
 // null text prints as "(null)".
 std::size_t FormatText(char* buffer, std::size_t size, const char* format, std::va_list arguments) noexcept;
 
-// The same for a caller that has the values themselves.
-std::size_t FormatTextInto(char* buffer, std::size_t size, const char* format, ...) noexcept
-    MARAVEL_PRINTF(3, 4);
-
 // Size of the host's error-text buffer, terminating null included.
 inline constexpr std::size_t ErrorTextSize = 256;
 
-// Formats a message into the buffer, cut to size - 1 characters and always terminated; returns the number of
-// characters written.
+// The same for a caller that has the values themselves: of a message to the host, or of any other short text.
 int FormatErrorText(char* buffer, std::size_t size, const char* format, ...) noexcept MARAVEL_PRINTF(3, 4);
 
 // Copies a text that belongs to somebody else into a host buffer, cut to size - 1 characters and always

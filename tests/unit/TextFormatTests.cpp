@@ -18,7 +18,7 @@ namespace {
     do {                                                                                                     \
         char ours[1200];                                                                                     \
         char theirs[1200];                                                                                   \
-        FormatTextInto(ours, sizeof ours, __VA_ARGS__);                                                      \
+        FormatErrorText(ours, sizeof ours, __VA_ARGS__);                                                     \
         std::snprintf(theirs, sizeof theirs, __VA_ARGS__);                                                   \
         EXPECT_STREQ(ours, theirs);                                                                          \
     } while (false)
@@ -54,7 +54,7 @@ TEST(TextFormat, TheHostsLocaleDoesNotMatter)
         {0.5, "0.500000"}, {-12.75, "-12.750000"}, {0.999999, "0.999999"}, {1e15, "1000000000000000.000000"}};
     for (const auto& [value, expected] : rows) {
         char text[64];
-        FormatTextInto(text, sizeof text, "%f", value);
+        FormatErrorText(text, sizeof text, "%f", value);
         EXPECT_STREQ(text, expected);
     }
     std::setlocale(LC_ALL, "C");
@@ -65,15 +65,15 @@ TEST(TextFormat, CutsAtTheEndOfTheBuffer)
     for (std::size_t size = 0; size <= 12; ++size) {
         char buffer[16];
         std::memset(buffer, '#', sizeof buffer);
-        const std::size_t length = FormatTextInto(buffer, size, "%s%d%s", "abc", -12, "xyzxyz");
+        const int length = FormatErrorText(buffer, size, "%s%d%s", "abc", -12, "xyzxyz");
         const std::string whole = "abc-12xyzxyz";
         if (size == 0) {
-            EXPECT_EQ(length, 0u);
+            EXPECT_EQ(length, 0);
             EXPECT_EQ(buffer[0], '#');
             continue;
         }
         EXPECT_EQ(std::string(buffer), whole.substr(0, size - 1));
-        EXPECT_EQ(length, size - 1);
+        EXPECT_EQ(length, static_cast<int>(size) - 1);
         EXPECT_EQ(buffer[size], '#');
     }
 }
@@ -82,7 +82,7 @@ TEST(TextFormat, NullTextsPrintAsSuch)
 {
     char buffer[32];
     const char* const volatile none = nullptr;
-    FormatTextInto(buffer, sizeof buffer, "[%s]", none);
+    FormatErrorText(buffer, sizeof buffer, "[%s]", none);
     EXPECT_STREQ(buffer, "[(null)]");
 }
 
