@@ -1,5 +1,4 @@
 // The host's one-call set-up of a camera: exposure, triggers, region of interest.
-#include "config/TriggerSetters.h"
 #include "core/Callbacks.h"
 #include "core/CameraAccess.h"
 #include "sdk/Names.h"
@@ -23,9 +22,15 @@ bool IsExposureAutoOff(const ChannelCall& call)
            std::string_view(TextOrEmpty(exposureAuto)) == "Off";
 }
 
-// Writes an exposure time in microseconds to a feature; the result of the write.
-ZvkError_t WriteExposure(const ChannelCall& call, const char* feature, double microseconds)
+// Writes the exposure time to whichever feature the camera has; the result of the write, success when there
+// is none.
+ZvkError_t SetExposure(const ChannelCall& call, double seconds)
 {
+    if (!call.channel.bExposureTimeAvail && !call.channel.bExposureTimeAbsAvail) {
+        return ZvkErrorSuccess;
+    }
+    const char* feature = call.channel.bExposureTimeAvail ? "ExposureTime" : "ExposureTimeAbs";
+    const double microseconds = seconds * kMicrosecondsPerSecond;
     const ZvkError_t result = call.api.ZvkFeatureFloatSet(call.channel.cameraHandle, feature, microseconds);
     if (result != ZvkErrorSuccess) {
         ReportError(__LINE__, call.errorText,
@@ -36,18 +41,6 @@ ZvkError_t WriteExposure(const ChannelCall& call, const char* feature, double mi
         WriteLog(__LINE__, "%s: INFO: %s set to: %fus.\n", kName, feature, microseconds);
     }
     return result;
-}
-
-// Writes the exposure time to whichever feature the camera has; the result of the write, success when there
-// is none.
-ZvkError_t SetExposure(const ChannelCall& call, double seconds)
-{
-    const double microseconds = seconds * kMicrosecondsPerSecond;
-    if (call.channel.bExposureTimeAvail) {
-        return WriteExposure(call, "ExposureTime", microseconds);
-    }
-    return call.channel.bExposureTimeAbsAvail ? WriteExposure(call, "ExposureTimeAbs", microseconds)
-                                              : ZvkErrorSuccess;
 }
 
 struct TriggerModeRow
@@ -75,6 +68,86 @@ void RecordTriggerMode(VideoChannelData& channel, const CommonParams& params)
             channel.triggerMode = row.mode;
         }
     }
+}
+
+// Writes an enumeration feature's entry, and says under the setter's name how that went.
+bool SetEntry(unsigned line, const ChannelCall& call, const char* setter, const char* feature,
+              const char* entry)
+{
+    const ZvkError_t result = call.api.ZvkFeatureEnumSet(call.channel.cameraHandle, feature, entry);
+    if (result != ZvkErrorSuccess) {
+        return ReportError(line, call.errorText,
+                           "%s: ERROR. ZvkFeatureEnumSet %s failed. ChannelID=%lld. Reason=%s (%d)", setter,
+                           feature, call.channelID, ErrorCodeName(result), result);
+    }
+    WriteLog(line, "%s: Set to '%s'\n", setter, entry);
+    return true;
+}
+
+// Setters of one enumeration feature each. They report a failure under their own names and otherwise never
+// fail their caller; the boolean ones tell whether the entry was written.
+
+// Needs TriggerSource, without which a camera's triggers cannot be told apart.
+bool SetTriggerSelector(const ChannelCall& call, const char* selector)
+{
+    if (!call.channel.bTriggerSourceAvail) {
+        WriteLog(__LINE__, "%s: WARNING. TriggerSelector not supported.\n", "SetTriggerSelector");
+        return false;
+    }
+    return SetEntry(__LINE__, call, "SetTriggerSelector", "TriggerSelector", selector);
+}
+
+bool SetTriggerMode(const ChannelCall& call, bool on)
+{
+    return call.channel.bTriggerModeAvail &&
+           SetEntry(__LINE__, call, "SetTriggerMode", "TriggerMode", on ? "On" : "Off");
+}
+
+bool SetExposureMode(const ChannelCall& call, bool timed)
+{
+    return call.channel.bExposureModeAvail &&
+           SetEntry(__LINE__, call, "SetExposureMode", "ExposureMode", timed ? "Timed" : "Off");
+}
+
+// Only for a camera that has TriggerSource.
+void SetTriggerSource(const ChannelCall& call)
+{
+    SetEntry(__LINE__, call, "SetTriggerSource", "TriggerSource", "Software");
+}
+
+// To "Line0" if the source is "Software" or "Freerun"; a line that the user chose stays. Only for a camera
+// that has TriggerSource.
+void ResetTriggerSource(const ChannelCall& call)
+{
+    constexpr const char* kSetter = "ResetTriggerSource";
+    const char* current = nullptr;
+    const ZvkError_t result =
+        call.api.ZvkFeatureEnumGet(call.channel.cameraHandle, "TriggerSource", &current);
+    if (result != ZvkErrorSuccess) {
+        ReportError(__LINE__, call.errorText,
+                    "%s: ERROR. ZvkFeatureEnumGet TriggerSource failed. ChannelID=%lld. Reason=%s (%d)",
+                    kSetter, call.channelID, ErrorCodeName(result), result);
+        return;
+    }
+    const std::string_view source = TextOrEmpty(current);
+    if (source == "Software" || source == "Freerun") {
+        SetEntry(__LINE__, call, kSetter, "TriggerSource", "Line0");
+    }
+}
+
+void SetAcquisitionMode(const ChannelCall& call)
+{
+    SetEntry(__LINE__, call, "SetAcquisitionMode", "AcquisitionMode", "Continuous");
+}
+
+void SetTriggerActivation(const ChannelCall& call, bool lowToHigh)
+{
+    if (!call.channel.bTriggerActivationAvail) {
+        WriteLog(__LINE__, "%s: WARNING. TriggerActivation not supported.\n", "SetTriggerActivation");
+        return;
+    }
+    SetEntry(__LINE__, call, "SetTriggerActivation", "TriggerActivation",
+             lowToHigh ? "RisingEdge" : "FallingEdge");
 }
 
 // The selector stays on the trigger in use, so that source and activation, written later, apply to it.
@@ -189,14 +262,12 @@ void SetRegion(const ChannelCall& call, const CommonParams& params, ZvkError_t& 
 
 bool SetUp(const ChannelCall& call, const CommonParams& params)
 {
-    switch (OpenCameraIfClosed(call)) {
-    case CameraOpening::Failed:
+    const CameraOpening opening = OpenCameraIfClosed(call);
+    if (opening == CameraOpening::Failed) {
         return false;
-    case CameraOpening::Opened:
+    }
+    if (opening == CameraOpening::Opened) {
         GigEAdjustPacketSize(call.api, call.channel.cameraHandle);
-        break;
-    case CameraOpening::AlreadyOpen:
-        break;
     }
     const bool bExposureAutoOff = IsExposureAutoOff(call);
     WriteLog(__LINE__, "%s: bExposureAutoOff=%d\n", kName, bExposureAutoOff);
