@@ -2,10 +2,8 @@
 #include "acquisition/FrameBuffers.h"
 #include "acquisition/FrameReception.h"
 #include "core/Callbacks.h"
-#include "core/HostCall.h"
+#include "core/CameraAccess.h"
 #include "sdk/Names.h"
-
-#include <utility>
 
 namespace maravel {
 
@@ -22,52 +20,35 @@ bool Succeeded(unsigned line, const ChannelCall& call, const char* step, ZvkErro
                        step, call.channelID, ErrorCodeName(result), result);
 }
 
-// Whether a step succeeded that takes something back from the SDK; only the log hears of it when not. `held`
-// is what the step ends.
-bool TookBack(unsigned line, const ChannelCall& call, const char* step, ZvkError_t result, bool& held)
+// Whether the SDK gave something back; only the log hears of it when not.
+bool TookBack(const ChannelCall& call, const Holding& holding)
 {
+    const ZvkError_t result = TakeBack(call.api, call.channel, holding);
     if (result != ZvkErrorSuccess) {
-        WriteLog(line, "%s: ERROR. %s failed. ChannelID=%lld. Reason=%s (%d).\n", kStart, step,
+        WriteLog(__LINE__, "%s: ERROR. %s failed. ChannelID=%lld. Reason=%s (%d).\n", kStart, holding.entry,
                  call.channelID, ErrorCodeName(result), result);
-        return false;
     }
-    held = false;
-    return true;
-}
-
-bool RevokeFrames(const ChannelCall& call)
-{
-    return TookBack(__LINE__, call, "ZvkFrameRevokeAll",
-                    call.api.ZvkFrameRevokeAll(call.channel.cameraHandle), call.channel.bFramesAnnounced);
-}
-
-bool FlushQueue(const ChannelCall& call)
-{
-    return TookBack(__LINE__, call, "ZvkCaptureQueueFlush",
-                    call.api.ZvkCaptureQueueFlush(call.channel.cameraHandle), call.channel.bFramesQueued);
-}
-
-bool EndCapture(const ChannelCall& call)
-{
-    return TookBack(__LINE__, call, "ZvkCaptureEnd", call.api.ZvkCaptureEnd(call.channel.cameraHandle),
-                    call.channel.bCaptureRunning);
+    return result == ZvkErrorSuccess;
 }
 
 // Undoes a capture whose frames could not all be queued, so that the next start begins from the first step.
 void AbandonCapture(const ChannelCall& call)
 {
-    if (FlushQueue(call)) {
-        RevokeFrames(call);
+    if (TookBack(call, kQueue)) {
+        TookBack(call, kFrames);
     }
-    EndCapture(call);
+    TookBack(call, kCapture);
 }
 
 // Takes back what a start or stop that failed half-way left with the SDK; true when nothing is left there.
 bool TakeBackLeftovers(const ChannelCall& call)
 {
-    const VideoChannelData& channel = call.channel;
-    return (!channel.bCaptureRunning || EndCapture(call)) && (!channel.bFramesQueued || FlushQueue(call)) &&
-           (!channel.bFramesAnnounced || RevokeFrames(call));
+    for (const Holding& holding : {kCapture, kQueue, kFrames}) {
+        if (call.channel.*holding.held && !TookBack(call, holding)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool AnnounceFrames(const ChannelCall& call)
@@ -75,7 +56,7 @@ bool AnnounceFrames(const ChannelCall& call)
     for (const ZvkFrame_t& frame : call.channel.frames) {
         if (!Succeeded(__LINE__, call, "ZvkFrameAnnounce",
                        call.api.ZvkFrameAnnounce(call.channel.cameraHandle, &frame, sizeof frame))) {
-            RevokeFrames(call);
+            TookBack(call, kFrames);
             return false;
         }
         call.channel.bFramesAnnounced = true;
@@ -244,28 +225,12 @@ bool Stop(const ChannelCall& call)
         g_acquiringCameras.erase(camera);
     }
     WriteLog(__LINE__, "%s. channelID=%d Camera: 0x%08X\n", kStop, call.ChannelNumber(), HandleBits(camera));
-    if (!Stopped(__LINE__, call, "ZvkCaptureEnd", call.api.ZvkCaptureEnd(camera))) {
-        return false;
+    for (const Holding& holding : {kCapture, kQueue, kFrames}) {
+        if (!Stopped(__LINE__, call, holding.entry, TakeBack(call.api, channel, holding))) {
+            return false;
+        }
     }
-    channel.bCaptureRunning = false;
-    if (!Stopped(__LINE__, call, "ZvkCaptureQueueFlush", call.api.ZvkCaptureQueueFlush(camera))) {
-        return false;
-    }
-    channel.bFramesQueued = false;
-    if (!Stopped(__LINE__, call, "ZvkFrameRevokeAll", call.api.ZvkFrameRevokeAll(camera))) {
-        return false;
-    }
-    channel.bFramesAnnounced = false;
-    channel.bAcquisitionStarted = false;
-
-    std::uint32_t complete = 0;
-    std::uint32_t incomplete = 0;
-    {
-        const MutexLock lock(g_frameMutex);
-        channel.fifo.Clear();
-        complete = std::exchange(channel.framesComplete, 0);
-        incomplete = std::exchange(channel.framesIncomplete, 0);
-    }
+    const auto [complete, incomplete] = ForgetFrames(channel, Patience::Endless);
     WriteLog(__LINE__, "%s. channelID=%d FramesReceived=%u (Complete=%u, Incomplete=%u)\n", kStop,
              call.ChannelNumber(), complete + incomplete, complete, incomplete);
     return true;

@@ -26,24 +26,9 @@ void StopStreaming(const ClosingRoutine& routine, const CZorvikAPIAccess& api, V
         const MutexLock lock(g_frameMutex, routine.patience);
         g_acquiringCameras.erase(channel.cameraHandle);
     }
-    if (api.ZvkCaptureEnd(channel.cameraHandle) != ZvkErrorSuccess) {
+    if (TakeBack(api, channel, kCapture) != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: channelID=%d. ZvkCaptureEnd FAILED.\n", routine.name, channelIndex);
     }
-    else {
-        channel.bCaptureRunning = false;
-    }
-}
-
-// Notes whether a step took something back; `held` is what it ends.
-void NoteTakenBack(unsigned line, const ClosingRoutine& routine, std::uint32_t channelIndex, const char* step,
-                   ZvkError_t result, bool& held)
-{
-    if (result == ZvkErrorSuccess) {
-        held = false;
-        return;
-    }
-    WriteLog(line, "%s: channelID%s%lld. %s FAILED.\n", routine.name, routine.isRelease ? "=" : ":",
-             static_cast<long long>(channelIndex), step);
 }
 
 // Stops the channel's camera, takes its frames back, and closes it.
@@ -51,14 +36,15 @@ void EndChannel(const ClosingRoutine& routine, const CZorvikAPIAccess& api, CAda
                 std::uint32_t channelIndex)
 {
     VideoChannelData& channel = data.channels[channelIndex];
-    const ZvkHandle_t camera = channel.cameraHandle;
     if (channel.bAcquisitionStarted || channel.bCaptureRunning) {
         StopStreaming(routine, api, channel, static_cast<int>(channelIndex));
     }
-    NoteTakenBack(__LINE__, routine, channelIndex, "ZvkCaptureQueueFlush", api.ZvkCaptureQueueFlush(camera),
-                  channel.bFramesQueued);
-    NoteTakenBack(__LINE__, routine, channelIndex, "ZvkFrameRevokeAll", api.ZvkFrameRevokeAll(camera),
-                  channel.bFramesAnnounced);
+    for (const Holding& holding : {kQueue, kFrames}) {
+        if (TakeBack(api, channel, holding) != ZvkErrorSuccess) {
+            WriteLog(__LINE__, "%s: channelID%s%lld. %s FAILED.\n", routine.name,
+                     routine.isRelease ? "=" : ":", static_cast<long long>(channelIndex), holding.entry);
+        }
+    }
     if (channel.bAcquisitionStarted) {
         ForgetFrames(channel, routine.patience);
     }

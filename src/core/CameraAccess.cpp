@@ -65,13 +65,21 @@ void LogAvailability(unsigned line, const char* routine, const VideoChannelData&
         channel.bTriggerActivationAvail, channel.bExposureModeAvail, channel.bTriggerModeAvail);
 }
 
-void ForgetFrames(VideoChannelData& channel, Patience patience)
+ZvkError_t TakeBack(const CZorvikAPIAccess& api, VideoChannelData& channel, const Holding& holding)
+{
+    const ZvkError_t result = (api.*holding.takeBack)(channel.cameraHandle);
+    if (result == ZvkErrorSuccess) {
+        channel.*holding.held = false;
+    }
+    return result;
+}
+
+std::pair<std::uint32_t, std::uint32_t> ForgetFrames(VideoChannelData& channel, Patience patience)
 {
     channel.bAcquisitionStarted = false;
     const MutexLock lock(g_frameMutex, patience);
     channel.fifo.Clear();
-    channel.framesComplete = 0;
-    channel.framesIncomplete = 0;
+    return {std::exchange(channel.framesComplete, 0), std::exchange(channel.framesIncomplete, 0)};
 }
 
 void ForgetCamera(VideoChannelData& channel, Patience patience)

@@ -3,6 +3,8 @@
 
 #include "core/HostCall.h"
 
+#include <utility>
+
 namespace maravel {
 
 enum class CameraOpening
@@ -23,8 +25,27 @@ void GigEAdjustPacketSize(const CZorvikAPIAccess& api, ZvkHandle_t cameraHandle)
 // Logs which of the features that decide how a channel is configured its camera has.
 void LogAvailability(unsigned line, const char* routine, const VideoChannelData& channel);
 
-// Forgets what the channel received and counted since its start, and that it was started.
-void ForgetFrames(VideoChannelData& channel, Patience patience);
+// What the SDK holds of a channel that captures: the entry point that takes it back, and where the channel
+// notes that it is held.
+struct Holding
+{
+    const char* entry;
+    ZvkError_t (*RuntimeEntryPoints::*takeBack)(ZvkHandle_t);
+    bool VideoChannelData::*held;
+};
+inline constexpr Holding kCapture = {"ZvkCaptureEnd", &RuntimeEntryPoints::ZvkCaptureEnd,
+                                     &VideoChannelData::bCaptureRunning};
+inline constexpr Holding kQueue = {"ZvkCaptureQueueFlush", &RuntimeEntryPoints::ZvkCaptureQueueFlush,
+                                   &VideoChannelData::bFramesQueued};
+inline constexpr Holding kFrames = {"ZvkFrameRevokeAll", &RuntimeEntryPoints::ZvkFrameRevokeAll,
+                                    &VideoChannelData::bFramesAnnounced};
+
+// Asks the SDK for it, held or not, and notes a success.
+ZvkError_t TakeBack(const CZorvikAPIAccess& api, VideoChannelData& channel, const Holding& holding);
+
+// Forgets what the channel received and counted since its start, and that it was started. Returns the numbers
+// of complete and of incomplete frames.
+std::pair<std::uint32_t, std::uint32_t> ForgetFrames(VideoChannelData& channel, Patience patience);
 
 // Forgets a camera that the SDK closed, with everything that belonged to it: the handle, its place among the
 // acquiring ones, and all of a stream, so that the next set-up and start begin anew.
