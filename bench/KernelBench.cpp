@@ -2,10 +2,8 @@
 
 #include "bench/Arena.h"
 #include "bench/ColourBench.h"
-#include "pixels/InstructionSet.h"
-#include "pixels/PayloadCopy.h"
-#include "pixels/PayloadCopyKernels.h"
-#include "pixels/PlanarSplit.h"
+#include "pixels/ImageWriting.h"
+#include "pixels/Kernels.h"
 
 #include <algorithm>
 #include <cstring>

@@ -3,8 +3,7 @@
 #include "acquisition/FrameReception.h"
 #include "core/Callbacks.h"
 #include "core/HostCall.h"
-#include "pixels/PayloadCopy.h"
-#include "pixels/PlanarSplit.h"
+#include "pixels/ImageWriting.h"
 #include "sdk/Names.h"
 
 #include <cstddef>

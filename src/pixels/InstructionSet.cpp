@@ -5,9 +5,26 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace maravel {
 namespace {
+
+struct InstructionSetRow
+{
+    const char* name;
+    bool ProcessorFeatures::*feature; // null: needs none
+};
+
+const InstructionSetRow& RowOf(InstructionSet set) noexcept
+{
+    static constexpr InstructionSetRow kRows[] = {{"plain", nullptr},
+                                                  {"ssse3", &ProcessorFeatures::ssse3},
+                                                  {"avx2", &ProcessorFeatures::avx2},
+                                                  {"avx512vbmi", &ProcessorFeatures::avx512Vbmi}};
+    static_assert(std::size(kRows) == std::size(kInstructionSets));
+    return kRows[static_cast<std::size_t>(set)];
+}
 
 std::atomic<InstructionSet>& Current() noexcept
 {
@@ -19,33 +36,13 @@ std::atomic<InstructionSet>& Current() noexcept
 
 const char* InstructionSetName(InstructionSet set) noexcept
 {
-    switch (set) {
-    case InstructionSet::Ssse3:
-        return "ssse3";
-    case InstructionSet::Avx2:
-        return "avx2";
-    case InstructionSet::Avx512Vbmi:
-        return "avx512vbmi";
-    case InstructionSet::Plain:
-        break;
-    }
-    return "plain";
+    return RowOf(set).name;
 }
 
 bool InstructionSetUsable(InstructionSet set) noexcept
 {
     static const ProcessorFeatures features = DetectProcessorFeatures();
-    switch (set) {
-    case InstructionSet::Ssse3:
-        return features.ssse3;
-    case InstructionSet::Avx2:
-        return features.avx2;
-    case InstructionSet::Avx512Vbmi:
-        return features.avx512Vbmi;
-    case InstructionSet::Plain:
-        break;
-    }
-    return true;
+    return set == InstructionSet::Plain || features.*RowOf(set).feature;
 }
 
 InstructionSet ChooseInstructionSet(const char* wanted) noexcept

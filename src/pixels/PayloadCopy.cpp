@@ -1,8 +1,6 @@
-#include "pixels/PayloadCopy.h"
-
+#include "pixels/ImageWriting.h"
 #include "pixels/InstructionSet.h"
-#include "pixels/PayloadCopyKernels.h"
-#include "pixels/StoreChoice.h"
+#include "pixels/Kernels.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "pixels/PayloadCopyKernels.h"
+#include "pixels/Kernels.h"
 
 #include <immintrin.h>
 

@@ -1,5 +1,4 @@
-#include "pixels/ByteTable.h"
-#include "pixels/PlanarSplitKernels.h"
+#include "pixels/Kernels.h"
 
 #include <immintrin.h>
 
@@ -176,10 +175,11 @@ std::size_t Split(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget t
 
 } // namespace
 
-void SplitAvx2(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget target, StoreKind stores) noexcept
+SplitRange SplitAvx2(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget target,
+                     StoreKind stores) noexcept
 {
     if (pixelCount < 2 * kWidth) {
-        return SplitPlain(rgb, pixelCount, target, stores);
+        return {0, 0};
     }
 
     const bool aligned =
@@ -189,13 +189,8 @@ void SplitAvx2(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget targ
     const std::size_t done = stores == StoreKind::Streaming
                                  ? Split<StoreKind::Streaming>(rgb, pixelCount, target, aligned)
                                  : Split<StoreKind::Cached>(rgb, pixelCount, target, aligned);
-
-    // What stands before the first whole chunk of a plane, and what the last step carried.
-    if (!aligned) {
-        SplitPlain(rgb, kLane, target, stores);
-    }
-    SplitPlain(rgb + 3 * done, pixelCount - done,
-               {target.red + done, target.green + done, target.blue + done}, stores);
+    // What stands before the first whole chunk of a plane, and what the last step carried, is not split.
+    return {aligned ? 0 : kLane, done};
 }
 
 } // namespace maravel

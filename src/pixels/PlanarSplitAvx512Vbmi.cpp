@@ -1,5 +1,4 @@
-#include "pixels/ByteTable.h"
-#include "pixels/PlanarSplitKernels.h"
+#include "pixels/Kernels.h"
 
 #include <immintrin.h>
 
@@ -160,39 +159,29 @@ std::size_t PixelsBeforeSourceLine(const std::uint8_t* rgb) noexcept
     return (0 - reinterpret_cast<std::uintptr_t>(rgb)) * 43 % kWidth;
 }
 
-SplitTarget From(const SplitTarget& target, std::size_t pixel) noexcept
-{
-    return {target.red + pixel, target.green + pixel, target.blue + pixel};
-}
-
 } // namespace
 
-void SplitAvx512Vbmi(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget target,
-                     StoreKind stores) noexcept
+SplitRange SplitAvx512Vbmi(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget target,
+                           StoreKind stores) noexcept
 {
     // Loads that straddle lines would double the time, so begin at a pixel that stands on a line of the
     // source.
     const std::size_t before = PixelsBeforeSourceLine(rgb);
     if (pixelCount < before + kWidth) {
-        return SplitPlain(rgb, pixelCount, target, stores);
+        return {0, 0};
     }
-    SplitPlain(rgb, before, target, stores);
     rgb += 3 * before;
-    pixelCount -= before;
-    target = From(target, before);
+    target = {target.red + before, target.green + before, target.blue + before};
 
-    const std::size_t stepCount = pixelCount / kWidth;
+    const std::size_t stepCount = (pixelCount - before) / kWidth;
     const bool aligned =
         (PixelsBeforeLine(target.red) | PixelsBeforeLine(target.green) | PixelsBeforeLine(target.blue)) == 0;
     const std::size_t done = stores == StoreKind::Streaming
                                  ? SplitSteps<StoreKind::Streaming>(rgb, stepCount, target, aligned)
                                  : SplitSteps<StoreKind::Cached>(rgb, stepCount, target, aligned);
 
-    // What stands before the first line of a plane, and what is left at the end.
-    if (!aligned) {
-        SplitPlain(rgb, kWidth, target, stores);
-    }
-    SplitPlain(rgb + 3 * done, pixelCount - done, From(target, done), stores);
+    // What stands before the first line of a plane is not split.
+    return {before + (aligned ? 0 : kWidth), before + done};
 }
 
 } // namespace maravel

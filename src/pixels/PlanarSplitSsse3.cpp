@@ -1,5 +1,4 @@
-#include "pixels/ByteTable.h"
-#include "pixels/PlanarSplitKernels.h"
+#include "pixels/Kernels.h"
 
 #include <immintrin.h>
 
@@ -80,8 +79,8 @@ bool Aligned(const SplitTarget& target) noexcept
 
 } // namespace
 
-void SplitSsse3(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget target,
-                StoreKind stores) noexcept
+SplitRange SplitSsse3(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget target,
+                      StoreKind stores) noexcept
 {
     const std::size_t blockCount = pixelCount / kWidth;
     // Streaming stores want aligned planes, which all but odd image sizes have.
@@ -91,10 +90,7 @@ void SplitSsse3(const std::uint8_t* rgb, std::size_t pixelCount, SplitTarget tar
     else {
         SplitBlocks<StoreKind::Cached>(rgb, blockCount, target);
     }
-
-    const std::size_t done = blockCount * kWidth;
-    SplitPlain(rgb + 3 * done, pixelCount - done,
-               {target.red + done, target.green + done, target.blue + done}, stores);
+    return {0, blockCount * kWidth};
 }
 
 } // namespace maravel

@@ -1,4 +1,4 @@
-#include "pixels/StoreChoice.h"
+#include "pixels/Kernels.h"
 
 #include <atomic>
 #include <cstdint>

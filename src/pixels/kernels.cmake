@@ -8,7 +8,6 @@ set(MARAVEL_KERNEL_SOURCES
   pixels/PlanarSplit.cpp
   pixels/PlanarSplitAvx2.cpp
   pixels/PlanarSplitAvx512Vbmi.cpp
-  pixels/PlanarSplitPlain.cpp
   pixels/PlanarSplitSsse3.cpp
   pixels/StoreChoice.cpp)
 

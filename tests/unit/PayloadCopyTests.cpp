@@ -1,6 +1,6 @@
+#include "pixels/ImageWriting.h"
 #include "pixels/InstructionSet.h"
-#include "pixels/PayloadCopy.h"
-#include "pixels/StoreChoice.h"
+#include "pixels/Kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
-#include "pixels/InstructionSet.h"
-#include "pixels/PlanarSplit.h"
-#include "pixels/PlanarSplitKernels.h"
+#include "pixels/ImageWriting.h"
+#include "pixels/Kernels.h"
 
 #include <gtest/gtest.h>
 
@@ -71,7 +70,6 @@ struct KernelCase
 {
     const char* name;
     InstructionSet set;
-    SplitKernel* kernel;
 };
 
 class PlanarSplitTest : public testing::TestWithParam<KernelCase>
@@ -88,7 +86,7 @@ protected:
         const std::vector<std::uint8_t> rgb = MakeRgb(pixelCount, sourceOffset);
         for (const StoreKind stores : {StoreKind::Cached, StoreKind::Streaming}) {
             Target target(pixelCount, targetOffset);
-            GetParam().kernel(rgb.data() + sourceOffset, pixelCount, target.split(), stores);
+            SplitBy(GetParam().set, rgb.data() + sourceOffset, pixelCount, target.split(), stores);
             ASSERT_EQ(target.Fault(), "")
                 << pixelCount << " pixels, source offset " << sourceOffset << ", target offset "
                 << targetOffset << (stores == StoreKind::Streaming ? ", streaming" : ", cached");
@@ -132,11 +130,10 @@ TEST_P(PlanarSplitTest, TheAdapterSplitsWithTheForcedKernel)
 }
 
 INSTANTIATE_TEST_SUITE_P(Kernels, PlanarSplitTest,
-                         testing::Values(KernelCase{"plain", InstructionSet::Plain, SplitPlain},
-                                         KernelCase{"ssse3", InstructionSet::Ssse3, SplitSsse3},
-                                         KernelCase{"avx2", InstructionSet::Avx2, SplitAvx2},
-                                         KernelCase{"avx512vbmi", InstructionSet::Avx512Vbmi,
-                                                    SplitAvx512Vbmi}),
+                         testing::Values(KernelCase{"plain", InstructionSet::Plain},
+                                         KernelCase{"ssse3", InstructionSet::Ssse3},
+                                         KernelCase{"avx2", InstructionSet::Avx2},
+                                         KernelCase{"avx512vbmi", InstructionSet::Avx512Vbmi}),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(InstructionSetTest, AnUnknownOrMissingNameMeansTheFastest)
