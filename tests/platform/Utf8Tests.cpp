@@ -1,4 +1,4 @@
-#include "platform/posix/Utf8.h"
+#include "platform/posix/System.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,4 @@
 #include "platform/posix/System.h"
-#include "platform/posix/Utf8.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -8,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using maravel::posix::SetLastErrorFromErrno;
+using maravel::posix::FailWithErrno;
 
 namespace {
 
@@ -50,7 +49,7 @@ DWORD GetFileAttributesA(const char* path)
 {
     struct stat status = {};
     if (stat(path, &status) != 0) {
-        SetLastErrorFromErrno(errno);
+        FailWithErrno(errno);
         return INVALID_FILE_ATTRIBUTES;
     }
     return AttributesOf(status);
@@ -59,8 +58,7 @@ DWORD GetFileAttributesA(const char* path)
 BOOL CreateDirectoryA(const char* path, void*)
 {
     if (mkdir(path, 0777) != 0) {
-        SetLastErrorFromErrno(errno);
-        return FALSE;
+        return FailWithErrno(errno);
     }
     return TRUE;
 }
@@ -69,7 +67,7 @@ HANDLE CreateFileW(const wchar_t* path, DWORD, DWORD, void*, DWORD, DWORD, HANDL
 {
     const int descriptor = open(maravel::posix::NarrowText(path).c_str(), O_PATH | O_CLOEXEC);
     if (descriptor < 0) {
-        SetLastErrorFromErrno(errno);
+        FailWithErrno(errno);
         return INVALID_HANDLE_VALUE;
     }
     return HandleOfDescriptor(descriptor);
@@ -79,8 +77,7 @@ BOOL GetFileInformationByHandle(HANDLE file, BY_HANDLE_FILE_INFORMATION* informa
 {
     struct stat status = {};
     if (fstat(DescriptorOfHandle(file), &status) != 0) {
-        SetLastErrorFromErrno(errno);
-        return FALSE;
+        return FailWithErrno(errno);
     }
     information->dwFileAttributes = AttributesOf(status);
     return TRUE;

@@ -8,8 +8,8 @@
 #include <ctime>
 #include <unistd.h>
 
-using maravel::posix::SetLastError;
-using maravel::posix::SetLastErrorFromErrno;
+using maravel::posix::Fail;
+using maravel::posix::FailWithErrno;
 
 // The two names behind every module's exit list (Itanium C++ ABI, 3.3.6). atexit leads to the same list, but
 // a thread sanitizer takes it for the process's own.
@@ -96,8 +96,7 @@ BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS informationClass,
 {
     *sizeNeeded = sizeof(TOKEN_ELEVATION);
     if (token != kProcessToken || informationClass != TokenElevation || size < sizeof(TOKEN_ELEVATION)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
+        return Fail(ERROR_INVALID_PARAMETER);
     }
     static_cast<TOKEN_ELEVATION*>(information)->TokenIsElevated = geteuid() == 0 ? 1 : 0;
     return TRUE;
@@ -106,17 +105,14 @@ BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS informationClass,
 BOOL QueryFullProcessImageNameA(HANDLE, DWORD, char* path, DWORD* size)
 {
     if (*size == 0) {
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
-        return FALSE;
+        return Fail(ERROR_INSUFFICIENT_BUFFER);
     }
     const ssize_t length = readlink("/proc/self/exe", path, *size);
     if (length < 0) {
-        SetLastErrorFromErrno(errno);
-        return FALSE;
+        return FailWithErrno(errno);
     }
     if (static_cast<DWORD>(length) >= *size) {
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
-        return FALSE;
+        return Fail(ERROR_INSUFFICIENT_BUFFER);
     }
     path[length] = '\0';
     *size = static_cast<DWORD>(length);
@@ -130,7 +126,7 @@ DWORD GetFileVersionInfoSizeA(const char*, DWORD* handle)
     *handle = 0;
     VS_FIXEDFILEINFO ignored;
     if (!ReadProgramVersion(ignored)) {
-        SetLastError(ERROR_FILE_NOT_FOUND);
+        Fail(ERROR_FILE_NOT_FOUND);
         return 0;
     }
     return sizeof ignored;

@@ -2,6 +2,7 @@
 #include "platform/posix/RegistryFile.h"
 #include "platform/posix/System.h"
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -66,9 +67,7 @@ LSTATUS CopyData(const RegistryValue& value, DWORD* type, BYTE* data, DWORD* dat
     if (value.data.size() > capacity) {
         return Status(ERROR_MORE_DATA);
     }
-    if (!value.data.empty()) {
-        std::memcpy(data, value.data.data(), value.data.size());
-    }
+    std::copy(value.data.begin(), value.data.end(), data);
     return Status(ERROR_SUCCESS);
 }
 

@@ -1,7 +1,6 @@
 #include "platform/posix/RegistryFile.h"
 
-#include "platform/Win32.h"
-#include "platform/posix/Utf8.h"
+#include "platform/posix/System.h"
 
 #include <algorithm>
 #include <charconv>
@@ -170,6 +169,14 @@ std::optional<RegistryValue> ParseData(std::string_view text)
     return std::nullopt;
 }
 
+// The key's own subkey of that name; null when there is none.
+RegistryKey* SubKeyOf(const RegistryKey& key, std::string_view name)
+{
+    const auto found = std::find_if(key.subKeys.begin(), key.subKeys.end(),
+                                    [&](const auto& subKey) { return SameName(subKey->name, name); });
+    return found == key.subKeys.end() ? nullptr : found->get();
+}
+
 // The key at the path under root, made with its parents when it is new; null when it lies too deep.
 RegistryKey* MakeKey(RegistryKey& root, std::string_view path)
 {
@@ -179,16 +186,12 @@ RegistryKey* MakeKey(RegistryKey& root, std::string_view path)
         if (name.empty() || depth == kMaxDepth) {
             return nullptr;
         }
-        const auto found = std::find_if(key->subKeys.begin(), key->subKeys.end(),
-                                        [&](const auto& subKey) { return SameName(subKey->name, name); });
-        if (found == key->subKeys.end()) {
-            key->subKeys.push_back(std::make_unique<RegistryKey>());
-            key->subKeys.back()->name = name;
-            key = key->subKeys.back().get();
+        RegistryKey* subKey = SubKeyOf(*key, name);
+        if (subKey == nullptr) {
+            subKey = key->subKeys.emplace_back(std::make_unique<RegistryKey>()).get();
+            subKey->name = name;
         }
-        else {
-            key = found->get();
-        }
+        key = subKey;
     }
     return key;
 }
@@ -250,10 +253,7 @@ const RegistryKey* RegistryKey::Find(std::string_view path) const
 {
     const RegistryKey* key = this;
     while (key != nullptr && !path.empty()) {
-        const std::string_view wanted = TakeName(path);
-        const auto found = std::find_if(key->subKeys.begin(), key->subKeys.end(),
-                                        [&](const auto& subKey) { return SameName(subKey->name, wanted); });
-        key = found == key->subKeys.end() ? nullptr : found->get();
+        key = SubKeyOf(*key, TakeName(path));
     }
     return key;
 }

@@ -4,8 +4,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <utility>
 
-using maravel::posix::SetLastError;
+using maravel::posix::Fail;
 
 namespace {
 thread_local DWORD lastError = ERROR_SUCCESS;
@@ -18,37 +19,29 @@ DWORD GetLastError()
 
 namespace maravel::posix {
 
-void SetLastError(DWORD error)
+BOOL Fail(DWORD error)
 {
     lastError = error;
+    return FALSE;
 }
 
-void SetLastErrorFromErrno(int error)
+BOOL FailWithErrno(int error)
 {
-    switch (error) {
-    case ENOENT:
-        return SetLastError(ERROR_FILE_NOT_FOUND);
-    case ENOTDIR:
-        return SetLastError(ERROR_PATH_NOT_FOUND);
-    case EEXIST:
-        return SetLastError(ERROR_ALREADY_EXISTS);
-    case EBADF:
-        return SetLastError(ERROR_INVALID_HANDLE);
-    default:
-        return SetLastError(ERROR_ACCESS_DENIED);
-    }
+    return Fail(error == ENOENT    ? ERROR_FILE_NOT_FOUND
+                : error == ENOTDIR ? ERROR_PATH_NOT_FOUND
+                : error == EEXIST  ? ERROR_ALREADY_EXISTS
+                : error == EBADF   ? ERROR_INVALID_HANDLE
+                                   : ERROR_ACCESS_DENIED);
 }
 
 std::string PlatformRoot()
 {
-    if (const char* root = std::getenv("MARAVEL_PLATFORM_ROOT"); root != nullptr && *root != '\0') {
-        return root;
-    }
-    if (const char* state = std::getenv("XDG_STATE_HOME"); state != nullptr && *state != '\0') {
-        return std::string(state) + "/maravel";
-    }
-    if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') {
-        return std::string(home) + "/.local/state/maravel";
+    constexpr std::pair<const char*, const char*> kPlaces[] = {
+        {"MARAVEL_PLATFORM_ROOT", ""}, {"XDG_STATE_HOME", "/maravel"}, {"HOME", "/.local/state/maravel"}};
+    for (const auto& [variable, below] : kPlaces) {
+        if (const char* folder = std::getenv(variable); folder != nullptr && *folder != '\0') {
+            return std::string(folder) + below;
+        }
     }
     return {};
 }
@@ -59,7 +52,7 @@ HMODULE LoadLibraryA(const char* fileName)
 {
     HMODULE module = dlopen(fileName, RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
-        SetLastError(ERROR_MOD_NOT_FOUND);
+        Fail(ERROR_MOD_NOT_FOUND);
     }
     return module;
 }
@@ -73,7 +66,7 @@ FARPROC GetProcAddress(HMODULE module, const char* procName)
 {
     void* address = dlsym(module, procName);
     if (address == nullptr) {
-        SetLastError(ERROR_PROC_NOT_FOUND);
+        Fail(ERROR_PROC_NOT_FOUND);
     }
     return std::bit_cast<FARPROC>(address);
 }
