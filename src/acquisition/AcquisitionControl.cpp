@@ -241,17 +241,13 @@ bool Stop(const ChannelCall& call)
 std::int32_t MARAVEL_CALL StartAcquisition(char* errorText, std::int64_t channelID) noexcept
 {
     WriteLog(__LINE__, "%s: channelID=%lld\n", kStart, static_cast<long long>(channelID));
-    return HostCall({__LINE__, kStart, "StartAcquisition: ERROR. Invalid class pointer.",
-                     NoSuchChannelText::CamerasPeriod},
-                    errorText, channelID, {}, &Start);
+    return HostCall({__LINE__, kStart, NoSuchChannelText::CamerasPeriod}, errorText, channelID, {}, &Start);
 }
 
 std::int32_t MARAVEL_CALL StopAcquisition(char* errorText, std::int64_t channelID) noexcept
 {
     WriteLog(__LINE__, "%s: channelID=%lld\n", kStop, static_cast<long long>(channelID));
-    return HostCall(
-        {__LINE__, kStop, "StopAcquisition: ERROR. Invalid class pointer.", NoSuchChannelText::CamerasPeriod},
-        errorText, channelID, {}, &Stop);
+    return HostCall({__LINE__, kStop, NoSuchChannelText::CamerasPeriod}, errorText, channelID, {}, &Stop);
 }
 
 std::int32_t MARAVEL_CALL QueryImageStatus(char*, std::int64_t channelID, std::uint32_t* imageStatus) noexcept

@@ -205,9 +205,8 @@ bool Deliver(const ChannelCall& call, void* destination, std::uint32_t& imageSta
 std::int32_t MARAVEL_CALL GetImageAttributes(char* errorText, std::int64_t channelID,
                                              ImageAttributes* attributes, std::uint32_t* imageStatus) noexcept
 {
-    return HostCall({__LINE__, kAttributes, "GetImageAttributes: ERROR. Invalid class pointer.",
-                     NoSuchChannelText::Cameras},
-                    errorText, channelID, {attributes, imageStatus},
+    return HostCall({__LINE__, kAttributes, NoSuchChannelText::Cameras}, errorText, channelID,
+                    {attributes, imageStatus},
                     [&](const ChannelCall& call) { return Describe(call, *attributes, *imageStatus); });
 }
 
@@ -216,8 +215,7 @@ std::int32_t MARAVEL_CALL GetImage(char* errorText, std::int64_t channelID, void
 {
     std::uint32_t status = ImageStatusError;
     const std::int32_t result =
-        HostCall({__LINE__, kImage, "GetImage: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
-                 errorText, channelID, {imageStatus},
+        HostCall({__LINE__, kImage, NoSuchChannelText::Cameras}, errorText, channelID, {imageStatus},
                  [&](const ChannelCall& call)
                      MARAVEL_REQUIRES(g_adapterMutex) { return Deliver(call, destination, status); });
     if (imageStatus != nullptr) {

@@ -78,8 +78,8 @@ bool Release(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
 std::int32_t MARAVEL_CALL ReleaseVideoChannel(char* errorText, std::int64_t channelID) noexcept
 {
     WriteLog(__LINE__, "%s: channelID=%lld\n", "ReleaseVideoChannel", static_cast<long long>(channelID));
-    return HostCall({__LINE__, "ReleaseVideoChannel", "ReleaseVideoChannel: WARNING: Invalid class pointer.",
-                     NoSuchChannelText::Cameras},
+    return HostCall({__LINE__, "ReleaseVideoChannel", NoSuchChannelText::Cameras,
+                     "ReleaseVideoChannel: WARNING: Invalid class pointer."},
                     errorText, channelID, {}, &Release);
 }
 

@@ -287,7 +287,7 @@ std::int32_t MARAVEL_CALL SetupCommonParams(char* errorText, std::int64_t channe
 {
     WriteLog(__LINE__, "%s: channelID=%lld\n", kName, static_cast<long long>(channelID));
     return HostCall(
-        {__LINE__, kName, "SetupCommonParams: ERROR. INVALID class pointer.", NoSuchChannelText::Cameras},
+        {__LINE__, kName, NoSuchChannelText::Cameras, "SetupCommonParams: ERROR. INVALID class pointer."},
         errorText, channelID, {params}, [&](const ChannelCall& call) { return SetUp(call, *params); });
 }
 

@@ -47,7 +47,9 @@ VideoChannelData* AdmitCall(const HostEntry& entry, char* errorText, std::int64_
                             std::initializer_list<const void*> pointers) noexcept
 {
     if (g_apiAccess == nullptr || g_adapterData == nullptr) {
-        ReportError(entry.line, errorText, "%s", entry.notStarted);
+        entry.notStarted == nullptr
+            ? ReportError(entry.line, errorText, "%s: ERROR. Invalid class pointer.", entry.operation)
+            : ReportError(entry.line, errorText, "%s", entry.notStarted);
         return nullptr;
     }
     VideoChannelData* channel = FindChannel(channelID);

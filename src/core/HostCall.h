@@ -46,8 +46,8 @@ struct HostEntry
 {
     unsigned line;
     const char* operation;
-    const char* notStarted; // the whole text
     NoSuchChannelText noSuchChannel;
+    const char* notStarted = nullptr; // the whole text, where it is not "...: ERROR. Invalid class pointer."
 };
 
 // The channel of a call that can be served; null, with a report, for one that cannot.

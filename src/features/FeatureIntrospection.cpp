@@ -149,27 +149,23 @@ bool AttributeOf(const ChannelCall& call, const char* featureName, std::uint32_t
 std::int32_t MARAVEL_CALL GetFeatureName(char* errorText, std::int64_t channelID, std::int32_t listIndex,
                                          char* nameText) noexcept
 {
-    return HostCall({__LINE__, kFeatureName, "GetFeatureName: ERROR. Invalid class pointer.",
-                     NoSuchChannelText::CapitalCamerasPeriod},
-                    errorText, channelID, {nameText},
-                    [&](const ChannelCall& call) { return NameAt(call, listIndex, nameText); });
+    return HostCall({__LINE__, kFeatureName, NoSuchChannelText::CapitalCamerasPeriod}, errorText, channelID,
+                    {nameText}, [&](const ChannelCall& call) { return NameAt(call, listIndex, nameText); });
 }
 
 std::int32_t MARAVEL_CALL GetFeatureType(char* errorText, std::int64_t channelID, const char* featureName,
                                          std::int32_t* featureType) noexcept
 {
-    return HostCall(
-        {__LINE__, kFeatureType, "GetFeatureType: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
-        errorText, channelID, {featureName, featureType},
-        [&](const ChannelCall& call) { return TypeOf(call, featureName, *featureType); });
+    return HostCall({__LINE__, kFeatureType, NoSuchChannelText::Cameras}, errorText, channelID,
+                    {featureName, featureType},
+                    [&](const ChannelCall& call) { return TypeOf(call, featureName, *featureType); });
 }
 
 std::int32_t MARAVEL_CALL GetValidEnum(char* errorText, std::int64_t channelID, const char* featureName,
                                        std::uint32_t entryIndex, char* entryText) noexcept
 {
-    return HostCall({__LINE__, kValidEnum, "GetValidEnum: ERROR. Invalid class pointer.",
-                     NoSuchChannelText::CamerasPeriod},
-                    errorText, channelID, {featureName, entryText}, [&](const ChannelCall& call) {
+    return HostCall({__LINE__, kValidEnum, NoSuchChannelText::CamerasPeriod}, errorText, channelID,
+                    {featureName, entryText}, [&](const ChannelCall& call) {
                         return ValidEntryAt(call, featureName, entryIndex, entryText);
                     });
 }
@@ -177,9 +173,8 @@ std::int32_t MARAVEL_CALL GetValidEnum(char* errorText, std::int64_t channelID, 
 std::int32_t MARAVEL_CALL GetFeatureAttr(char* errorText, std::int64_t channelID, const char* featureName,
                                          std::uint32_t attrKind, char* attrText) noexcept
 {
-    return HostCall({__LINE__, kFeatureAttr, "GetFeatureAttr: ERROR. Invalid class pointer.",
-                     NoSuchChannelText::CamerasPeriod},
-                    errorText, channelID, {featureName, attrText}, [&](const ChannelCall& call) {
+    return HostCall({__LINE__, kFeatureAttr, NoSuchChannelText::CamerasPeriod}, errorText, channelID,
+                    {featureName, attrText}, [&](const ChannelCall& call) {
                         return AttributeOf(call, featureName, attrKind, attrText);
                     });
 }

@@ -253,10 +253,9 @@ std::int32_t MARAVEL_CALL ReadValue(char* errorText, std::int64_t channelID, con
 {
     WriteLog(__LINE__, "%s: channelID=%lld, addr='%s'\n", kRead, static_cast<long long>(channelID),
              featureName);
-    return HostCall(
-        {__LINE__, kRead, "ReadValue: ERROR. Invalid class pointer.", NoSuchChannelText::CapitalCameras},
-        errorText, channelID, {featureName, valueText},
-        [&](const ChannelCall& call) { return ReadFeature(call, featureName, valueText); });
+    return HostCall({__LINE__, kRead, NoSuchChannelText::CapitalCameras}, errorText, channelID,
+                    {featureName, valueText},
+                    [&](const ChannelCall& call) { return ReadFeature(call, featureName, valueText); });
 }
 
 std::int32_t MARAVEL_CALL WriteValue(char* errorText, std::int64_t channelID, const char* featureName,
@@ -264,10 +263,9 @@ std::int32_t MARAVEL_CALL WriteValue(char* errorText, std::int64_t channelID, co
 {
     WriteLog(__LINE__, "%s: channelID=%lld, addr='%s', val='%s'\n", kWrite, static_cast<long long>(channelID),
              featureName, valueText);
-    return HostCall(
-        {__LINE__, kWrite, "WriteValue: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
-        errorText, channelID, {featureName, valueText},
-        [&](const ChannelCall& call) { return WriteFeature(call, featureName, valueText); });
+    return HostCall({__LINE__, kWrite, NoSuchChannelText::Cameras}, errorText, channelID,
+                    {featureName, valueText},
+                    [&](const ChannelCall& call) { return WriteFeature(call, featureName, valueText); });
 }
 
 std::int32_t MARAVEL_CALL ExecuteCommand(char* errorText, std::int64_t channelID,
@@ -275,10 +273,8 @@ std::int32_t MARAVEL_CALL ExecuteCommand(char* errorText, std::int64_t channelID
 {
     WriteLog(__LINE__, "%s: channelID=%lld, feature='%s'\n", kExecute, static_cast<long long>(channelID),
              featureName);
-    return HostCall(
-        {__LINE__, kExecute, "ExecuteCommand: ERROR. Invalid class pointer.", NoSuchChannelText::Cameras},
-        errorText, channelID, {featureName},
-        [&](const ChannelCall& call) { return Execute(call, featureName); });
+    return HostCall({__LINE__, kExecute, NoSuchChannelText::Cameras}, errorText, channelID, {featureName},
+                    [&](const ChannelCall& call) { return Execute(call, featureName); });
 }
 
 } // namespace maravel
