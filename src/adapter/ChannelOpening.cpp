@@ -18,18 +18,10 @@ constexpr double kMicrosecondsPerSecond = 1'000'000.0;
 constexpr std::uint32_t kMaxFeatures = 100'000;
 
 // What opening a channel works with.
-struct Opening
+struct Opening : ChannelCall
 {
-    char* errorText;
     VideoChannelDescriptor& descriptor;
-    int channelIndex;
-    const CZorvikAPIAccess& api;
-    VideoChannelData& channel;
-    const ZvkCameraInfo_t& camera;
     bool failed = false; // a camera value could not be read; only the first such failure reaches errorText
-
-    const char* ModelName() const noexcept { return TextOrEmpty(camera.modelName); }
-    const char* CameraId() const noexcept { return TextOrEmpty(camera.cameraIdString); }
 };
 
 void FillIdentity(const Opening& opening)
@@ -57,11 +49,11 @@ public:
         if (result != ZvkErrorSuccess) {
             ReportError(__LINE__, opening.errorText,
                         "%s: ERROR. Error while opening camera. ChannelID=%d. Reason=%s (%d)", kName,
-                        opening.channelIndex, ErrorCodeName(result), result);
+                        opening.ChannelNumber(), ErrorCodeName(result), result);
             return;
         }
         WriteLog(__LINE__, "%s: Camera OPENED successfully. channelID %d (%s [%s])\n", kName,
-                 opening.channelIndex, opening.ModelName(), opening.CameraId());
+                 opening.ChannelNumber(), opening.ModelName(), opening.CameraId());
         opening.channel.cameraHandle = handle;
         isOpen_ = true;
     }
@@ -84,12 +76,12 @@ public:
         if (result != ZvkErrorSuccess) {
             ReportError(__LINE__, opening_.errorText,
                         "%s: ERROR. Error while closing camera. ChannelID=%d. Reason=%s (%d)", kName,
-                        opening_.channelIndex, ErrorCodeName(result), result);
+                        opening_.ChannelNumber(), ErrorCodeName(result), result);
             return;
         }
         ForgetCamera(channel, Patience::Endless);
         WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", kName,
-                 opening_.channelIndex, opening_.ModelName(), opening_.CameraId());
+                 opening_.ChannelNumber(), opening_.ModelName(), opening_.CameraId());
     }
 
     bool IsOpen() const noexcept { return isOpen_; }
@@ -132,12 +124,12 @@ bool ReadFeatureList(const Opening& opening)
     if (result != ZvkErrorSuccess) {
         return ReportError(__LINE__, opening.errorText,
                            "%s: ERROR. ZvkFeaturesList failed. ChannelID=%d. Reason=%s (%d)", kName,
-                           opening.channelIndex, ErrorCodeName(result), result);
+                           opening.ChannelNumber(), ErrorCodeName(result), result);
     }
     if (count > kMaxFeatures) {
         return ReportError(__LINE__, opening.errorText,
                            "%s: ERROR. The SDK lists %u features, more than %u. ChannelID=%d.", kName, count,
-                           kMaxFeatures, opening.channelIndex);
+                           kMaxFeatures, opening.ChannelNumber());
     }
     channel.featureNames.Clear();
     channel.featureCount = 0;
@@ -189,23 +181,20 @@ void SortFeatures(const Opening& opening)
               [](const CompatibleFeature& a, const CompatibleFeature& b) { return a.name < b.name; });
     WriteLog(__LINE__, "%s: Found %d Zorvik features (%d adapter compatible) for channelID %d (%s [%s])\n",
              kName, static_cast<int>(channel.featureCount),
-             static_cast<int>(channel.compatibleFeatures.size()), opening.channelIndex, opening.ModelName(),
-             opening.CameraId());
+             static_cast<int>(channel.compatibleFeatures.size()), opening.ChannelNumber(),
+             opening.ModelName(), opening.CameraId());
     LogAvailability(__LINE__, kName, channel);
 }
 
 // Whether a camera value could be read.
 bool WasRead(unsigned line, Opening& opening, const char* entry, const char* feature, ZvkError_t result)
 {
-    if (result == ZvkErrorSuccess) {
-        return true;
-    }
-    if (!opening.failed) {
+    if (result != ZvkErrorSuccess && !opening.failed) {
         ReportError(line, opening.errorText, "%s: ERROR. %s %s failed. ChannelID=%d. Reason=%s (%d)", kName,
-                    entry, feature, opening.channelIndex, ErrorCodeName(result), result);
+                    entry, feature, opening.ChannelNumber(), ErrorCodeName(result), result);
     }
-    opening.failed = true;
-    return false;
+    opening.failed |= result != ZvkErrorSuccess;
+    return result == ZvkErrorSuccess;
 }
 
 // Reads exposure time and its lower bound from "ExposureTime" or, on older cameras, from "ExposureTimeAbs".
@@ -264,12 +253,9 @@ bool InitializeVideoChannel(char* errorText, VideoChannelDescriptor& descriptor,
         return ReportError(__LINE__, errorText, "%s: ERROR. INVALID class pointer.", kName);
     }
     const auto index = static_cast<std::size_t>(channelIndex);
-    Opening opening{errorText,
-                    descriptor,
-                    channelIndex,
-                    *g_apiAccess,
-                    g_adapterData->channels[index],
-                    g_adapterData->cameras[index]};
+    Opening opening{{kName, errorText, channelIndex, *g_apiAccess, *g_adapterData,
+                     g_adapterData->channels[index], g_adapterData->cameras[index]},
+                    descriptor};
     descriptor.channelID = channelIndex;
     FillCallbacks(descriptor);
     FillIdentity(opening);

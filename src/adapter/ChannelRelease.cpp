@@ -3,6 +3,8 @@
 #include "core/Callbacks.h"
 #include "core/CameraAccess.h"
 
+#include <algorithm>
+
 namespace maravel {
 
 namespace {
@@ -51,23 +53,15 @@ void EndChannel(const ClosingRoutine& routine, const CZorvikAPIAccess& api, CAda
     CloseCamera(api, data, channelIndex, routine.name, routine.patience);
 }
 
-bool IsAnyCameraOpen(const CAdapterData& data)
-{
-    for (std::uint32_t i = 0; i < data.cameraCount; ++i) {
-        if (data.channels[i].cameraHandle != nullptr) {
-            return true;
-        }
-    }
-    return false;
-}
-
 bool Release(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
 {
     if (call.channel.cameraHandle != nullptr) {
         EndChannel({call.operation, true, Patience::Endless}, call.api, call.data,
                    static_cast<std::uint32_t>(call.channelID));
     }
-    if (!IsAnyCameraOpen(call.data)) {
+    const VideoChannelData* const channels = call.data.channels.get();
+    if (std::all_of(channels, channels + call.data.cameraCount,
+                    [](const VideoChannelData& channel) { return channel.cameraHandle == nullptr; })) {
         ShutdownAdapter(Patience::Endless);
     }
     return true;
