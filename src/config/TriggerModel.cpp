@@ -3,10 +3,11 @@
 #include "diag/Log.h"
 #include "platform/Win32.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <optional>
+#include <string_view>
 
 namespace maravel {
 
@@ -14,14 +15,11 @@ namespace {
 
 constexpr FileVersion kFirstNewVersion = {2, 3, 0, 14};
 
-struct FreeBlock
+std::optional<FileVersion> ReadFileVersion(const char* path)
 {
-    void operator()(void* block) const { std::free(block); }
-};
-
-std::optional<FileVersion> ReadFileVersion(const char* path, DWORD size)
-{
-    const std::unique_ptr<void, FreeBlock> block(std::malloc(size));
+    DWORD ignored = 0;
+    const DWORD size = GetFileVersionInfoSizeA(path, &ignored);
+    const std::unique_ptr<char[]> block(size != 0 ? new (std::nothrow) char[size] : nullptr);
     void* fixed = nullptr;
     UINT fixedSize = 0;
     if (block == nullptr || GetFileVersionInfoA(path, 0, size, block.get()) == FALSE ||
@@ -36,30 +34,19 @@ std::optional<FileVersion> ReadFileVersion(const char* path, DWORD size)
 
 const char* FileNameOf(const char* path)
 {
-    const char* name = path;
-    for (const char* c = path; *c != '\0'; ++c) {
-        if (*c == '\\' || *c == '/') {
-            name = c + 1;
-        }
-    }
-    return name;
+    const std::size_t separator = std::string_view(path).find_last_of("\\/");
+    return separator == std::string_view::npos ? path : path + separator + 1;
 }
 
 bool DecideTriggerModel(const char* path)
 {
-    DWORD ignored = 0;
-    const DWORD size = GetFileVersionInfoSizeA(path, &ignored);
-    if (size == 0) {
+    const std::optional<FileVersion> version = ReadFileVersion(path);
+    if (!version) {
         return false;
     }
-    const std::optional<FileVersion> read = ReadFileVersion(path, size);
-    if (!read) {
-        return false;
-    }
-    const FileVersion& version = *read;
-    WriteLog(__LINE__, "%s: %s version: %u.%u.%u.%u\n", "CheckTriggerModel", FileNameOf(path), version[0],
-             version[1], version[2], version[3]);
-    return UsesNewTriggerModel(version);
+    WriteLog(__LINE__, "%s: %s version: %u.%u.%u.%u\n", "CheckTriggerModel", FileNameOf(path), (*version)[0],
+             (*version)[1], (*version)[2], (*version)[3]);
+    return UsesNewTriggerModel(*version);
 }
 
 } // namespace
