@@ -33,7 +33,7 @@ SdkLibrary::~SdkLibrary()
     }
 }
 
-bool SdkLibrary::LoadApiLibrary(const std::wstring& sdkFolder)
+void SdkLibrary::LoadApiLibrary(const std::wstring& sdkFolder)
 {
     std::wstring path = sdkFolder;
     if (!path.ends_with(WidePathSeparator)) {
@@ -46,31 +46,27 @@ bool SdkLibrary::LoadApiLibrary(const std::wstring& sdkFolder)
                                : LoadLibraryA(narrowPath.c_str());
     }
     valid_ = library_ != nullptr;
-    return valid_;
 }
 
-void SdkLibrary::ResolveEntryPoints(const char* operation, void* table, const EntryPointSlot* slots,
-                                    std::size_t count, EntryPointResolver resolver)
+void SdkLibrary::ResolveEntryPoints(const char* operation, void* table, std::span<const EntryPointSlot> slots,
+                                    EntryPointResolver resolver)
 {
-    for (std::size_t i = 0; i < count && valid_; ++i) {
-        const FARPROC entry = resolver(library_, slots[i].name);
-        if (entry == nullptr) {
-            WriteLog(__LINE__, "%s: Could not find %s\n", operation, slots[i].name);
-            valid_ = false;
-            return;
+    for (auto slot = slots.begin(); valid_ && slot != slots.end(); ++slot) {
+        const FARPROC entry = resolver(library_, slot->name);
+        std::memcpy(static_cast<char*>(table) + slot->offset, &entry, sizeof entry);
+        valid_ = entry != nullptr;
+        if (!valid_) {
+            WriteLog(__LINE__, "%s: Could not find %s\n", operation, slot->name);
         }
-        std::memcpy(static_cast<char*>(table) + slots[i].offset, &entry, sizeof entry);
     }
 }
 
 CZorvikAPIAccess::CZorvikAPIAccess(const std::wstring& sdkFolder, EntryPointResolver resolver)
     : SdkLibrary("ZvkC.dll", LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)
 {
-    if (!LoadApiLibrary(sdkFolder)) {
-        return;
-    }
+    LoadApiLibrary(sdkFolder);
     ResolveEntryPoints("CZorvikAPIAccess::AssignProcAddress", static_cast<RuntimeEntryPoints*>(this),
-                       kRuntimeSlots, std::size(kRuntimeSlots), resolver);
+                       kRuntimeSlots, resolver);
     if (ZvkVersionQuery != nullptr) {
         ZvkVersionInfo_t info = {};
         ZvkVersionQuery(&info, sizeof info);
@@ -83,12 +79,9 @@ CHVNImageTransformAPIAccess::CHVNImageTransformAPIAccess(const std::wstring& sdk
                                                          EntryPointResolver resolver)
     : SdkLibrary("ZvkImageTransform.dll", 0)
 {
-    if (!LoadApiLibrary(sdkFolder)) {
-        return;
-    }
+    LoadApiLibrary(sdkFolder);
     ResolveEntryPoints("CHVNImageTransformAPIAccess::AssignProcAddress",
-                       static_cast<ImageTransformEntryPoints*>(this), kImageTransformSlots,
-                       std::size(kImageTransformSlots), resolver);
+                       static_cast<ImageTransformEntryPoints*>(this), kImageTransformSlots, resolver);
     if (ZvkGetImageTransformVersion != nullptr) {
         std::uint32_t packed = 0;
         ZvkGetImageTransformVersion(&packed);

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace maravel {
@@ -49,13 +50,15 @@ protected:
     SdkLibrary(const char* libraryFileName, DWORD flags) : libraryFileName_(libraryFileName), flags_(flags) {}
     ~SdkLibrary();
 
-    // Loads the library from the folder's "bin"; false when that fails or the path has no narrow form.
-    bool LoadApiLibrary(const std::wstring& sdkFolder);
+    // Loads the library from the folder's "bin". The object stays invalid when that fails or the path has no
+    // narrow form.
+    void LoadApiLibrary(const std::wstring& sdkFolder);
 
-    // Resolves the slots into the table that starts at `table`. Only the first missing entry point is logged,
-    // with the operation's name; it and all later ones stay null and the object is invalid.
-    void ResolveEntryPoints(const char* operation, void* table, const EntryPointSlot* slots,
-                            std::size_t count, EntryPointResolver resolver);
+    // Resolves the slots of a library that loaded into the table that starts at `table`. Only the first
+    // missing entry point is logged, with the operation's name; it and all later ones stay null and the
+    // object is invalid.
+    void ResolveEntryPoints(const char* operation, void* table, std::span<const EntryPointSlot> slots,
+                            EntryPointResolver resolver);
 
     ApiVersion version_;
 
@@ -66,12 +69,12 @@ private:
     DWORD flags_;
 };
 
+#define ZVK_POINTER(result, name, parameters) result(*name) parameters = nullptr;
+
 // The runtime library's entry points, each a pointer of its own name; null until resolved.
 struct RuntimeEntryPoints
 {
-#define ZVK_POINTER(result, name, parameters) result(*name) parameters = nullptr;
     ZVK_RUNTIME_ENTRY_POINTS(ZVK_POINTER)
-#undef ZVK_POINTER
 };
 
 static_assert(sizeof(RuntimeEntryPoints) == 56 * sizeof(void*));
@@ -79,10 +82,9 @@ static_assert(sizeof(RuntimeEntryPoints) == 56 * sizeof(void*));
 // The image-transform library's.
 struct ImageTransformEntryPoints
 {
-#define ZVK_POINTER(result, name, parameters) result(*name) parameters = nullptr;
     ZVK_IMAGE_TRANSFORM_ENTRY_POINTS(ZVK_POINTER)
-#undef ZVK_POINTER
 };
+#undef ZVK_POINTER
 
 static_assert(sizeof(ImageTransformEntryPoints) == 12 * sizeof(void*));
 
