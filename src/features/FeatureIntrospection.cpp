@@ -4,6 +4,7 @@
 #include "sdk/Names.h"
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace maravel {
@@ -34,25 +35,11 @@ bool NameAt(const ChannelCall& call, std::int32_t listIndex, char* nameText)
     return true;
 }
 
-std::int32_t HostFeatureType(std::uint32_t featureDataType)
-{
-    switch (featureDataType) {
-    case ZvkFeatureDataInt:
-        return FeatureTypeInt;
-    case ZvkFeatureDataFloat:
-        return FeatureTypeFloat;
-    case ZvkFeatureDataEnum:
-        return FeatureTypeEnum;
-    case ZvkFeatureDataString:
-        return FeatureTypeString;
-    case ZvkFeatureDataBool:
-        return FeatureTypeBool;
-    case ZvkFeatureDataCommand:
-        return FeatureTypeCommand;
-    default:
-        return FeatureTypeUnsupported;
-    }
-}
+// The host's type of each type of the SDK, by its number.
+constexpr std::int32_t kHostTypes[] = {FeatureTypeUnsupported, FeatureTypeInt,    FeatureTypeFloat,
+                                       FeatureTypeEnum,        FeatureTypeString, FeatureTypeBool,
+                                       FeatureTypeCommand};
+static_assert(std::size(kHostTypes) == ZvkFeatureDataCommand + 1);
 
 bool TypeOf(const ChannelCall& call, const char* featureName, std::int32_t& featureType)
 {
@@ -61,7 +48,8 @@ bool TypeOf(const ChannelCall& call, const char* featureName, std::int32_t& feat
         return ReportError(__LINE__, call.errorText, "%s: ERROR. channelID=%lld. Feature '%s' not found.",
                            kFeatureType, call.channelID, featureName);
     }
-    featureType = HostFeatureType(feature->featureDataType);
+    const std::uint32_t type = feature->featureDataType;
+    featureType = type < std::size(kHostTypes) ? kHostTypes[type] : FeatureTypeUnsupported;
     return true;
 }
 
