@@ -109,12 +109,10 @@ std::size_t FormatPrefix(char* buffer, std::size_t size, unsigned line) noexcept
     GetLocalTime(&now);
     char* next = buffer;
     *next++ = '[';
-    next = PutDigits(next, now.wHour, 2);
-    *next++ = ':';
-    next = PutDigits(next, now.wMinute, 2);
-    *next++ = ':';
-    next = PutDigits(next, now.wSecond, 2);
-    *next++ = ':';
+    for (const unsigned part : {now.wHour, now.wMinute, now.wSecond}) {
+        next = PutDigits(next, part, 2);
+        *next++ = ':';
+    }
     next = PutDigits(next, now.wMilliseconds, 3);
     const auto length = static_cast<std::size_t>(next - buffer);
     return length + static_cast<std::size_t>(FormatErrorText(next, size - length, " L%05u] ", line));

@@ -14,24 +14,18 @@
 
 // Clang's thread-safety analysis: what a mutex guards and who must hold it.
 #if defined(__clang__)
-#define MARAVEL_CAPABILITY(name) __attribute__((capability(name)))
-#define MARAVEL_SCOPED_CAPABILITY __attribute__((scoped_lockable))
-#define MARAVEL_GUARDED_BY(mutex) __attribute__((guarded_by(mutex)))
-#define MARAVEL_REQUIRES(...) __attribute__((requires_capability(__VA_ARGS__)))
-#define MARAVEL_ACQUIRE(...) __attribute__((acquire_capability(__VA_ARGS__)))
-#define MARAVEL_TRY_ACQUIRE(...) __attribute__((try_acquire_capability(__VA_ARGS__)))
-#define MARAVEL_RELEASE(...) __attribute__((release_capability(__VA_ARGS__)))
-#define MARAVEL_NO_THREAD_SAFETY_ANALYSIS __attribute__((no_thread_safety_analysis))
+#define MARAVEL_CLANG(...) __attribute__((__VA_ARGS__))
 #else
-#define MARAVEL_CAPABILITY(name)
-#define MARAVEL_SCOPED_CAPABILITY
-#define MARAVEL_GUARDED_BY(mutex)
-#define MARAVEL_REQUIRES(...)
-#define MARAVEL_ACQUIRE(...)
-#define MARAVEL_TRY_ACQUIRE(...)
-#define MARAVEL_RELEASE(...)
-#define MARAVEL_NO_THREAD_SAFETY_ANALYSIS
+#define MARAVEL_CLANG(...)
 #endif
+#define MARAVEL_CAPABILITY(name) MARAVEL_CLANG(capability(name))
+#define MARAVEL_SCOPED_CAPABILITY MARAVEL_CLANG(scoped_lockable)
+#define MARAVEL_GUARDED_BY(mutex) MARAVEL_CLANG(guarded_by(mutex))
+#define MARAVEL_REQUIRES(...) MARAVEL_CLANG(requires_capability(__VA_ARGS__))
+#define MARAVEL_ACQUIRE(...) MARAVEL_CLANG(acquire_capability(__VA_ARGS__))
+#define MARAVEL_TRY_ACQUIRE(...) MARAVEL_CLANG(try_acquire_capability(__VA_ARGS__))
+#define MARAVEL_RELEASE(...) MARAVEL_CLANG(release_capability(__VA_ARGS__))
+#define MARAVEL_NO_THREAD_SAFETY_ANALYSIS MARAVEL_CLANG(no_thread_safety_analysis)
 
 // A function that a shared library hands out by name.
 #if defined(_WIN32)
