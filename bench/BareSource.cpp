@@ -1,6 +1,6 @@
 #include "bench/ImageSource.h"
 
-#include "acquisition/FrameBuffers.h"
+#include "acquisition/Frames.h"
 #include "sdk/ApiAccess.h"
 
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "bench/InProcessAdapter.h"
 
-#include "acquisition/FrameReception.h"
+#include "acquisition/Frames.h"
 #include "core/AdapterState.h"
 
 #include <cstring>

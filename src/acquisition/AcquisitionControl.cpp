@@ -1,6 +1,5 @@
 // Start and stop of streaming, and the question whether an image waits.
-#include "acquisition/FrameBuffers.h"
-#include "acquisition/FrameReception.h"
+#include "acquisition/Frames.h"
 #include "core/Callbacks.h"
 #include "core/CameraAccess.h"
 #include "sdk/Names.h"

@@ -1,6 +1,5 @@
-#include "acquisition/FrameBuffers.h"
+#include "acquisition/Frames.h"
 
-#include "acquisition/DeliveredFormats.h"
 #include "core/HostCall.h"
 #include "sdk/Names.h"
 

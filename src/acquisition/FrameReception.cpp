@@ -1,4 +1,4 @@
-#include "acquisition/FrameReception.h"
+#include "acquisition/Frames.h"
 
 #include "core/AdapterState.h"
 #include "diag/Log.h"

@@ -1,6 +1,5 @@
 // The images that wait, described and written into the host's memory.
-#include "acquisition/DeliveredFormats.h"
-#include "acquisition/FrameReception.h"
+#include "acquisition/Frames.h"
 #include "core/Callbacks.h"
 #include "core/HostCall.h"
 #include "pixels/ImageWriting.h"

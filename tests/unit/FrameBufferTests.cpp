@@ -1,5 +1,5 @@
 // Frame records from inside: where they and their buffers lie, which no host can see.
-#include "acquisition/FrameBuffers.h"
+#include "acquisition/Frames.h"
 
 #include <gtest/gtest.h>
 
