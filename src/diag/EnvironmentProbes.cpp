@@ -65,7 +65,7 @@ bool isProcessRunningAsAdmin()
 void listAdapters()
 {
     RegistryKey adapters;
-    if (!Succeeded(adapters.Open(HKEY_LOCAL_MACHINE, kAdaptersKey))) {
+    if (!Succeeded(OpenKey(HKEY_LOCAL_MACHINE, kAdaptersKey, adapters))) {
         WriteLog(__LINE__, "%s: Failed to open %s\n", "listAdapters", kAdaptersKey);
         return;
     }
@@ -73,16 +73,16 @@ void listAdapters()
         char name[kNameSize];
         DWORD nameSize = kNameSize;
         if (!Succeeded(
-                RegEnumKeyExA(adapters.Get(), index, name, &nameSize, nullptr, nullptr, nullptr, nullptr))) {
+                RegEnumKeyExA(adapters.get(), index, name, &nameSize, nullptr, nullptr, nullptr, nullptr))) {
             return;
         }
         WriteLog(__LINE__, "%s: %s\n", "listAdapters", name);
         RegistryKey adapter;
-        if (!Succeeded(adapter.Open(adapters.Get(), name))) {
+        if (!Succeeded(OpenKey(adapters.get(), name, adapter))) {
             WriteLog(__LINE__, "%s: Failed to open subkey\n", "listAdapters");
             return;
         }
-        ListValues(adapter.Get());
+        ListValues(adapter.get());
     }
 }
 

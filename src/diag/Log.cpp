@@ -43,7 +43,7 @@ constexpr std::memory_order kWritten = std::memory_order_seq_cst;
 bool IsLogEnabled()
 {
     RegistryKey key;
-    const LSTATUS opened = key.Open(HKEY_LOCAL_MACHINE, kAdapterKey);
+    const LSTATUS opened = OpenKey(HKEY_LOCAL_MACHINE, kAdapterKey, key);
     if (opened != static_cast<LSTATUS>(ERROR_SUCCESS)) {
         WriteLog(__LINE__, "%s: Error while accessing registry. %d\n", "InitLog", static_cast<int>(opened));
         return true;
@@ -51,7 +51,7 @@ bool IsLogEnabled()
     DWORD enabled = 0;
     DWORD size = sizeof enabled;
     const LSTATUS read =
-        RegQueryValueExA(key.Get(), "EnableLog", nullptr, nullptr, reinterpret_cast<BYTE*>(&enabled), &size);
+        RegQueryValueExA(key.get(), "EnableLog", nullptr, nullptr, reinterpret_cast<BYTE*>(&enabled), &size);
     if (read != static_cast<LSTATUS>(ERROR_SUCCESS) || enabled == 0) {
         WriteLog(__LINE__, "%s: Error while accessing registry. %d %d\n", "InitLog", static_cast<int>(read),
                  static_cast<int>(enabled));

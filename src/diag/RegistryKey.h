@@ -3,33 +3,25 @@
 
 #include "platform/Win32.h"
 
+#include <memory>
+#include <type_traits>
+
 namespace maravel {
 
-// An open registry key; closed when it goes out of scope.
-class RegistryKey
+struct KeyCloser
 {
-public:
-    RegistryKey() = default;
-    RegistryKey(const RegistryKey&) = delete;
-    RegistryKey& operator=(const RegistryKey&) = delete;
-    ~RegistryKey()
-    {
-        if (key_ != nullptr) {
-            RegCloseKey(key_);
-        }
-    }
-
-    // Opens subKey under parent for reading, in the process's own registry view; returns the Win32 status.
-    // Once an object.
-    LSTATUS Open(HKEY parent, const char* subKey)
-    {
-        return RegOpenKeyExA(parent, subKey, 0, KEY_READ, &key_);
-    }
-
-    HKEY Get() const { return key_; }
-
-private:
-    HKEY key_ = nullptr;
+    void operator()(HKEY key) const { RegCloseKey(key); }
 };
+
+using RegistryKey = std::unique_ptr<std::remove_pointer_t<HKEY>, KeyCloser>;
+
+// Opens subKey under parent for reading, in the process's own registry view; returns the Win32 status.
+inline LSTATUS OpenKey(HKEY parent, const char* subKey, RegistryKey& key)
+{
+    HKEY opened = nullptr;
+    const LSTATUS status = RegOpenKeyExA(parent, subKey, 0, KEY_READ, &opened);
+    key.reset(opened);
+    return status;
+}
 
 } // namespace maravel
