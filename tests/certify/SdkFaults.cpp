@@ -258,7 +258,7 @@ const FaultRow kFaults[] = {
     {"B8",
      [](auto&) {
          REPLACE(ZvkStartup, [](auto path) {
-             if (++memory.calls == 2)
+             if (++memory.calls == 3)
                  sdk->SimUnplug(1, 1);
              return own.ZvkStartup(path);
          });
