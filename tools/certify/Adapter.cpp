@@ -128,6 +128,16 @@ std::uint32_t TypeOf(const Session& session, const std::string& name)
     return std::ranges::find(session.Seen().features, name, &Feature::name)->type;
 }
 
+// For each name of the map.
+template <class Map, class Body>
+void ForEachIn(const Map& map, const Body& body)
+{
+    Findings findings;
+    for (const auto& entry : map)
+        findings.About(entry.first, [&] { body(entry.first, entry.second); });
+    findings.Judge();
+}
+
 template <class Body>
 void ForEachSeen(const Session& session, const Body& body)
 {
@@ -193,7 +203,7 @@ const Check kChecks[] = {
      [](Session& session) {
          constexpr std::size_t kBegin = offsetof(Descriptor, GetFeatureName);
          constexpr std::size_t kEnd = offsetof(Descriptor, openResult);
-         for (const std::size_t size : {608, 609, 684, 700}) {
+         for (const std::size_t size : {608U, 609U, 684U, 700U}) {
              Output<Descriptor> record;
              HandOut(session, size, record);
              CERTIFY(IsUntouched(*record, kBegin, kEnd) == (size == 608),
@@ -277,15 +287,12 @@ const Check kChecks[] = {
     {"P12", Stage::Adapter, Effect::Reads,
      [](Session& session) {
          Read(session.Channel(), "Width"); // opens
-         Findings findings;
-         for (const auto& [name, entries] : session.Seen().entries)
-             findings.About(name, [&] {
-                 const auto listed = session.Channel().EnumEntries(name);
-                 CERTIFY_EQUAL(listed.size(), entries.size());
-                 for (std::size_t i = 0; i < entries.size(); ++i)
-                     CERTIFY_EQUAL(listed[i], entries[i]);
-             });
-         findings.Judge();
+         ForEachIn(session.Seen().entries, [&](const std::string& name, const auto& entries) {
+             const auto listed = session.Channel().EnumEntries(name);
+             CERTIFY_EQUAL(listed.size(), entries.size());
+             for (std::size_t i = 0; i < entries.size(); ++i)
+                 CERTIFY_EQUAL(listed[i], entries[i]);
+         });
      }},
     {"P13", Stage::Adapter, Effect::Reads,
      [](Session& session) {
@@ -299,14 +306,11 @@ const Check kChecks[] = {
          if (others.empty())
              return;
          session.Reach(Stage::Opened);
-         Findings findings;
-         for (const auto& [name, read] : others)
-             findings.About(name, [&] {
-                 const std::string& seen = session.Seen().values.at(name);
-                 CERTIFY(session.Value(name) != seen, // else it changes by itself
-                         "it reads as '" << read << "', the SDK has '" << seen << "'");
-             });
-         findings.Judge();
+         ForEachIn(others, [&](const std::string& name, const std::string& read) {
+             const std::string& seen = session.Seen().values.at(name);
+             CERTIFY(session.Value(name) != seen, // else it changes by itself
+                     "it reads as '" << read << "', the SDK has '" << seen << "'");
+         });
      }},
     {"P14", Stage::Opened, Effect::Writes,
      [](Session& session) {
@@ -317,19 +321,16 @@ const Check kChecks[] = {
                      others[name] = OtherValue(session, *session.Find(name), *value);
          session.Reach(Stage::Adapter);
          Read(session.Channel(), "Width"); // opens
-         Findings findings;
-         for (const auto& [name, value] : others)
-             findings.About(name, [&] {
-                 if (value.empty() || !session.Channel().IsWritable(name))
-                     return;
-                 const std::string before = Read(session.Channel(), name);
-                 for (const std::string& written : {value, before}) {
-                     const host::Outcome outcome = session.Channel().WriteValue(name, written);
-                     CERTIFY(outcome.ok, "writing " << written << " is refused: " << outcome.text);
-                     CERTIFY_EQUAL(Read(session.Channel(), name), written);
-                 }
-             });
-         findings.Judge("the camera has no setting");
+         ForEachIn(others, [&](const std::string& name, const std::string& value) {
+             if (value.empty() || !session.Channel().IsWritable(name))
+                 return;
+             const std::string before = Read(session.Channel(), name);
+             for (const std::string& written : {value, before}) {
+                 const host::Outcome outcome = session.Channel().WriteValue(name, written);
+                 CERTIFY(outcome.ok, "writing " << written << " is refused: " << outcome.text);
+                 CERTIFY_EQUAL(Read(session.Channel(), name), written);
+             }
+         });
      }},
     {"P15", Stage::Adapter, Effect::Writes,
      [](Session& session) {

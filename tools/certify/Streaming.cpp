@@ -50,7 +50,7 @@ std::int64_t PixelFormatOf(const Session& session)
 const Check kChecks[] = {
     {"M1", Stage::Opened, Effect::Writes,
      [](Session& session) {
-         for (const std::size_t count : {1, 2, 3, 5, 8, 89}) {
+         for (const std::size_t count : {1U, 2U, 3U, 5U, 8U, 89U}) {
              Frames frames(session, Affordable(session, count));
              frames.Start();
              CERTIFY(frames.WaitFor(frames.Size()), frames.Count()

@@ -104,17 +104,18 @@ void ExpectSizes(Session& session)
     constexpr std::array<std::uint32_t, 2> sizes[] = {{1, 1}, {3, 3}, {7, 1}, {1, 5}};
     Findings findings;
     for (const Format& format : ConvertedFormats())
-        for (const auto& [width, height] : sizes)
-            findings.About(format.Name() + " " + std::to_string(width) + " x " + std::to_string(height), [&] {
-                const Picture picture = PictureOf(format, width, height);
-                Memory source(picture.source.size());
-                Memory target(picture.rgb.size());
-                const ZvkError_t result = Convert(session.Sdk(), picture, source, target);
-                CERTIFY(target.WallsStand(), "it wrote outside the target");
-                if (format.code == ZvkPixelFormatRgb8)
-                    CERTIFY(result == 0 && Deviation(picture, target.Data()) == 0,
-                            "it is not converted right: " << NameOf(result));
-            });
+        for (const auto& size : sizes)
+            findings.About(format.Name() + " " + std::to_string(size[0]) + " x " + std::to_string(size[1]),
+                           [&] {
+                               const Picture picture = PictureOf(format, size[0], size[1]);
+                               Memory source(picture.source.size());
+                               Memory target(picture.rgb.size());
+                               const ZvkError_t result = Convert(session.Sdk(), picture, source, target);
+                               CERTIFY(target.WallsStand(), "it wrote outside the target");
+                               if (format.code == ZvkPixelFormatRgb8)
+                                   CERTIFY(result == 0 && Deviation(picture, target.Data()) == 0,
+                                           "it is not converted right: " << NameOf(result));
+                           });
     findings.Judge();
     const Picture empty = PictureOf(ConvertedFormats().front(), 0, 0);
     Memory source(16);
