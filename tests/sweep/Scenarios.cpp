@@ -45,18 +45,25 @@ constexpr std::array kModes = {Mode{"manual", 0, 0}, Mode{"free run", 1, 0}, Mod
 
 constexpr int kFrames = 10;
 
-// Emits and fetches as a host does that polls; one frame in between arrives incomplete.
-void FetchFrames(SweepHost& host, int channel)
+// A camera sends nothing before its start command, although the simulated one would when it is told to.
+void Emit(SweepHost& host, int channel, const SimFrameRequest* request)
 {
-    const auto camera = static_cast<std::uint32_t>(channel);
+    if (host.sdk.State().acquiringCameras != 0) {
+        host.sdk.SimEmitFrame(static_cast<std::uint32_t>(channel), request);
+    }
+}
+
+// Emits and fetches as a host does that polls; one frame in between arrives incomplete.
+void FetchFrames(SweepHost& host, int channel, int frames = kFrames)
+{
     SimFrameRequest incomplete = {};
     incomplete.fields = SimFrameHasStatus;
     incomplete.receiveStatus = -1;
-    for (int i = 0; i < kFrames; ++i) {
+    for (int i = 0; i < frames; ++i) {
         if (i == kFrames / 2) {
-            host.sdk.SimEmitFrame(camera, &incomplete);
+            Emit(host, channel, &incomplete);
         }
-        host.sdk.SimEmitFrame(camera, nullptr);
+        Emit(host, channel, nullptr);
         host.Query(channel);
         host.Attributes(channel);
         host.Fetch(channel);
@@ -152,6 +159,23 @@ void AddStreams(std::vector<Scenario>& scenarios, SweepHost& host)
     }
 }
 
+// Two acquisitions; the second start comes even when the stop before it was refused.
+void AddRestarts(std::vector<Scenario>& scenarios)
+{
+    for (int channel = 0; channel < kCameraCount; ++channel) {
+        for (const Mode& mode : kModes) {
+            scenarios.push_back({"second start", mode.name, channel, [channel, &mode](SweepHost& host) {
+                                     host.SetUp(channel, mode.acqContinuous, mode.acqTriggered);
+                                     for (int acquisition = 0; acquisition < 2; ++acquisition) {
+                                         host.Start(channel);
+                                         FetchFrames(host, channel, 2);
+                                         host.Stop(channel);
+                                     }
+                                 }});
+        }
+    }
+}
+
 // Everything that a host can ask about a feature, and its own value written back.
 void AddFeatures(std::vector<Scenario>& scenarios, SweepHost& host)
 {
@@ -195,6 +219,7 @@ std::vector<Scenario> AllScenarios(SweepHost& host)
     AddWholeLives(scenarios);
     AddSetUps(scenarios);
     AddStreams(scenarios, host);
+    AddRestarts(scenarios);
     AddFeatures(scenarios, host);
     ReleaseAll(host);
     return scenarios;

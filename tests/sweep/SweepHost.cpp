@@ -22,7 +22,8 @@ namespace {
 constexpr int kMaxListed = 1000;
 constexpr int kUnloadAttempts = 10'000;
 
-// What a closing step leaves behind when the SDK refuses it is in the way of the next one.
+// What a closing step leaves behind when the SDK refuses it is in the way of the next one. An image that
+// waits is still the host's then, and its frame is queued again once the host has it.
 struct Excuse
 {
     const char* violation;
@@ -31,7 +32,9 @@ struct Excuse
 constexpr Excuse kExcuses[] = {{"ZvkFrameRevokeAll: a frame is queued", "ZvkCaptureQueueFlush"},
                                {"ZvkCameraClose: the camera is capturing", "ZvkCaptureEnd"},
                                {"ZvkCameraClose: frames are announced", "ZvkFrameRevokeAll"},
-                               {"ZvkShutdown: camera ", "ZvkCameraClose"}};
+                               {"ZvkShutdown: camera ", "ZvkCameraClose"},
+                               {"ZvkCaptureFrameQueue: the camera is not capturing", "ZvkCaptureQueueFlush"},
+                               {"ZvkCaptureFrameQueue: the camera is not capturing", "ZvkFrameRevokeAll"}};
 
 bool IsExcused(const std::string& violation, const std::vector<std::string>& calls)
 {
@@ -205,13 +208,12 @@ void SweepHost::CallFromInside()
     EXPECT_EQ(callbacks_.GetImage(text, 0, text, &status), MARAVEL_FAILURE);
 }
 
-// Called when an acquisition ends, in whatever way.
+// Called when an acquisition ends. Only the adapter's own warning counts: whatever the frames' arrival logs,
+// a camera that sends nothing makes nobody write.
 void SweepHost::CheckStream()
 {
     if (startAt_ != std::string::npos && !hasImage_) {
-        const std::string log = Log().substr(startAt_);
-        const auto says = [&](const char* why) { return log.find(why) != std::string::npos; };
-        hasSilentStart_ |= !says("captures nothing") && !says("while requeueing") && !says("We drop");
+        hasSilentStart_ |= Log().find("captures nothing", startAt_) == std::string::npos;
     }
     startAt_ = std::string::npos;
 }
