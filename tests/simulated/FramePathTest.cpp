@@ -25,33 +25,6 @@ pixel_formats = ["Mono8", "Mono10", "Mono12", "Mono12Packed", "Mono14", "Mono16"
                  "BayerBG12Packed", "BayerGB10", "RGB8", "BGR8", "YUV422_8_UYVY", "YUV422_8"]
 )";
 
-TEST_F(FramePathTest, FramesFollowEachOtherThroughTheirBuffers)
-{
-    Open(0, Small);
-    Stream(3);
-    ASSERT_TRUE(arrivals.WaitFor(20));
-    Run("AcquisitionStop");
-    EXPECT_OK(sim.ZvkCaptureEnd(camera));
-    const std::size_t count = arrivals.Count();
-    EXPECT_EQ(Statistics().complete, count);
-    EXPECT_EQ(Statistics().lost, 0U);
-    for (std::size_t i = 0; i < count; ++i) {
-        const Arrivals::Arrival arrival = arrivals.At(i);
-        EXPECT_EQ(arrival.camera, camera);
-        EXPECT_NE(arrival.stream, nullptr);
-        EXPECT_EQ(arrival.frame.frameId, i);
-        EXPECT_EQ(arrival.frame.receiveStatus, 0);
-        EXPECT_EQ(arrival.frame.width, 64U);
-        EXPECT_EQ(arrival.frame.height, 48U);
-        EXPECT_EQ(arrival.frame.pixelFormat, ZvkPixelFormatMono8);
-        EXPECT_EQ(arrival.frame.imageSize, 64U * 48U);
-        EXPECT_EQ(arrival.record, &frames[i % 3]);
-        if (i > 0) {
-            EXPECT_GT(arrival.frame.timestamp, arrivals.At(i - 1).frame.timestamp);
-        }
-    }
-}
-
 TEST_F(FramePathTest, NothingComesAfterCaptureEnd)
 {
     Open(0, Small);
@@ -95,9 +68,15 @@ TEST_F(FramePathTest, EveryNthFrameIsIncomplete)
     ASSERT_TRUE(arrivals.WaitFor(9));
     Run("AcquisitionStop");
     EXPECT_OK(sim.ZvkCaptureEnd(camera));
-    for (std::size_t i = 0; i < 9; ++i)
-        EXPECT_EQ(arrivals.At(i).frame.receiveStatus != 0, i % 3 == 2) << i;
+    for (std::size_t i = 0; i < 9; ++i) {
+        const ZvkFrame_t frame = arrivals.At(i).frame;
+        const bool isComplete = i % 3 != 2;
+        EXPECT_EQ(frame.receiveStatus == 0, isComplete) << i;
+        EXPECT_EQ(frame.imageSize, 64U * (isComplete ? 48U : 24U)) << i;
+        EXPECT_EQ(frame.frameId, i);
+    }
     EXPECT_GE(Statistics().incomplete, 3U);
+    EXPECT_EQ(Statistics().complete + Statistics().incomplete, arrivals.Count());
 }
 
 // The image-transform library reads the pixels back: it has tests of its own.
