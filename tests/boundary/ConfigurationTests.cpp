@@ -32,57 +32,25 @@ protected:
 
 TEST_F(ConfigurationTest, TriggerModes)
 {
+    constexpr const char* kFrames = "TriggerSelector, FrameStart)";
+    constexpr const char* kStart = "TriggerSelector, AcquisitionStart)";
     struct Row
     {
-        int continuous;
-        int triggered;
+        int continuous, triggered;
         const char* label;
-        std::vector<std::string> writes;
+        const char* turnedOff; // the trigger that is turned off
+        const char* set;       // the one that is set next
+        const char* mode;
     };
     const Row rows[] = {
-        {0,
-         0,
-         "'MANUAL'",
-         {"TriggerSelector, AcquisitionStart)", "TriggerMode, Off)", "TriggerSelector, FrameStart)",
-          "TriggerMode, On)", "TriggerSource, Software)", "AcquisitionMode, Continuous)",
-          "TriggerActivation, RisingEdge)"}},
-        {1,
-         0,
-         "'FREERUN'",
-         {"TriggerSelector, AcquisitionStart)", "TriggerMode, Off)", "TriggerSelector, FrameStart)",
-          "TriggerMode, Off)", "TriggerSource, Software)", "AcquisitionMode, Continuous)",
-          "TriggerActivation, RisingEdge)"}},
-        {1,
-         1,
-         "'HARDWARE AUTO'",
-         {"TriggerSelector, AcquisitionStart)", "TriggerMode, Off)", "TriggerSelector, FrameStart)",
-          "TriggerMode, On)", "TriggerSource)", "TriggerSource, Line0)", "AcquisitionMode, Continuous)",
-          "TriggerActivation, RisingEdge)"}},
-        {0,
-         1,
-         "'HARDWARE SEMI-AUTO'",
-         {"TriggerSelector, FrameStart)", "TriggerMode, Off)", "TriggerSelector, AcquisitionStart)",
-          "TriggerMode, On)", "TriggerSource)", "TriggerSource, Line0)", "AcquisitionMode, Continuous)",
-          "TriggerActivation, RisingEdge)"}},
+        {0, 0, "'MANUAL'", kStart, kFrames, "On"},
+        {1, 0, "'FREERUN'", kStart, kFrames, "Off"},
+        {1, 1, "'HARDWARE AUTO'", kStart, kFrames, "On"},
+        {0, 1, "'HARDWARE SEMI-AUTO'", kFrames, kStart, "On"},
         // Flags other than 0 and 1 name no mode but still write features.
-        {2,
-         0,
-         nullptr,
-         {"TriggerSelector, AcquisitionStart)", "TriggerMode, Off)", "TriggerSelector, FrameStart)",
-          "TriggerMode, Off)", "TriggerSource, Software)", "AcquisitionMode, Continuous)",
-          "TriggerActivation, RisingEdge)"}},
-        {2,
-         1,
-         nullptr,
-         {"TriggerSelector, AcquisitionStart)", "TriggerMode, Off)", "TriggerSelector, FrameStart)",
-          "TriggerMode, On)", "TriggerSource)", "TriggerSource, Line0)", "AcquisitionMode, Continuous)",
-          "TriggerActivation, RisingEdge)"}},
-        {0,
-         2,
-         nullptr,
-         {"TriggerSelector, FrameStart)", "TriggerMode, Off)", "TriggerSelector, AcquisitionStart)",
-          "TriggerMode, On)", "TriggerSource)", "TriggerSource, Line0)", "AcquisitionMode, Continuous)",
-          "TriggerActivation, RisingEdge)"}},
+        {2, 0, nullptr, kStart, kFrames, "Off"},
+        {2, 1, nullptr, kStart, kFrames, "On"},
+        {0, 2, nullptr, kFrames, kStart, "On"},
     };
     Open();
     ASSERT_EQ(Configure(0), 0);
@@ -95,7 +63,14 @@ TEST_F(ConfigurationTest, TriggerModes)
         sdk.SimClearCalls();
         ClearLog();
         EXPECT_EQ(Configure(0, row.continuous, row.triggered), 0);
-        EXPECT_EQ(FeatureWrites(), row.writes);
+        std::vector<std::string> writes = {row.turnedOff, "TriggerMode, Off)", row.set,
+                                           std::string("TriggerMode, ") + row.mode + ")"};
+        if (row.triggered != 0) {
+            writes.emplace_back("TriggerSource)"); // read: software is no hardware's source
+        }
+        writes.emplace_back(row.triggered != 0 ? "TriggerSource, Line0)" : "TriggerSource, Software)");
+        writes.insert(writes.end(), {"AcquisitionMode, Continuous)", "TriggerActivation, RisingEdge)"});
+        EXPECT_EQ(FeatureWrites(), writes);
         EXPECT_EQ(CountInLog("SetupCommonParams: INFO: acqContinuous=" + std::to_string(row.continuous) +
                              ", acqTriggered=" + std::to_string(row.triggered) + ", acqTriggerLowToHigh=1"),
                   1);
@@ -234,23 +209,9 @@ TEST_F(ConfigurationTest, Failures)
         {{{"ZvkFeatureIntSet", 6, -3, 0}}, 0, 0, {setup + "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)"}},
         {{{"ZvkFeatureIntSet", 5, -1, 0}}, 0, 1, {setup + "ERROR. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
         {{{"ZvkFeatureIntSet", 6, -1, 0}}, 0, 1, {setup + "ERROR. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
-        // After the first hard error the region's steps keep quiet but go on; clearing the offsets still
-        // warns.
-        {{{"ZvkFeatureFloatSet", 1, -11, 0}, {"ZvkFeatureIntSet", 1, -3, 1}},
-         0,
-         1,
-         {setup +
-              "ERROR. ZvkFeatureFloatSet ExposureTime failed. ChannelID=0. Reason=ZvkErrorInvalidValue (-11)",
-          setup + "WARNING. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)",
-          setup + "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)"}},
-        {{{"ZvkFeatureIntSet", 1, -1, 1}},
-         0,
-         1,
-         {setup +
-              "WARNING. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)",
-          setup +
-              "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)",
-          setup + "ERROR. ZvkFeatureIntSet Width=64 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
+        // After the first hard error the region's steps keep quiet but go on; clearing the offsets still warns.
+        {{{"ZvkFeatureFloatSet", 1, -11, 0}, {"ZvkFeatureIntSet", 1, -3, 1}}, 0, 1, {setup + "ERROR. ZvkFeatureFloatSet ExposureTime failed. ChannelID=0. Reason=ZvkErrorInvalidValue (-11)", setup + "WARNING. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)", setup + "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorNotFound (-3)"}},
+        {{{"ZvkFeatureIntSet", 1, -1, 1}}, 0, 1, {setup + "WARNING. ZvkFeatureIntSet OffsetX=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)", setup + "WARNING. ZvkFeatureIntSet OffsetY=0 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)", setup + "ERROR. ZvkFeatureIntSet Width=64 failed. ChannelID=0. Reason=ZvkErrorInternalFault (-1)"}},
     };
     // clang-format on
     Open();

@@ -4,6 +4,8 @@
 #include "sdk/ZvkTypes.h"
 #include "support/UnkindSdk.h"
 
+#include <functional>
+
 namespace maravel::test {
 
 namespace {
@@ -85,94 +87,66 @@ TEST_F(ReleaseTest, AClosedChannelShutsDownWhenItIsTheLast)
     EXPECT_EQ(Fetch(0, 3072).size(), 3072u);
 }
 
-TEST_F(ReleaseTest, AfterShutdownEveryCallbackAnswersNotStarted)
+// What every callback says when the adapter is shut down, and what of a channel that does not exist.
+TEST_F(ReleaseTest, RefusalsAreInEachCallbacksOwnWords)
 {
     ExpectErrors();
-    Open();
-    const VideoChannelDescriptor channel = Channel(0);
-    EXPECT_EQ(Release(0), 0);
-    ImageAttributes attributes = {};
-    CommonParams params = {};
-    std::uint32_t status = 0xDEAD;
-    std::int32_t type = 0;
-    GuardedBuffer value(256);
-    const auto expect = [&](std::int32_t result, const char* expected) {
-        EXPECT_EQ(result, 1);
-        EXPECT_EQ(TextNow(), expected);
-        ClearText();
-    };
-    expect(channel.SetupCommonParams(text(), 0, &params), "SetupCommonParams: ERROR. INVALID class pointer.");
-    expect(channel.GetImageAttributes(text(), 0, &attributes, &status),
-           "GetImageAttributes: ERROR. Invalid class pointer.");
-    EXPECT_EQ(status, 0xDEADu);
-    expect(channel.GetImage(text(), 0, value.Data(), &status), "GetImage: ERROR. Invalid class pointer.");
-    EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusError));
-    expect(channel.StartAcquisition(text(), 0), "StartAcquisition: ERROR. Invalid class pointer.");
-    expect(channel.StopAcquisition(text(), 0), "StopAcquisition: ERROR. Invalid class pointer.");
-    expect(channel.ExecuteCommand(text(), 0, "X"), "ExecuteCommand: ERROR. Invalid class pointer.");
-    expect(channel.ReadValue(text(), 0, "X", value.Text()), "ReadValue: ERROR. Invalid class pointer.");
-    expect(channel.WriteValue(text(), 0, "X", "1"), "WriteValue: ERROR. Invalid class pointer.");
-    expect(channel.GetFeatureName(text(), 0, 0, value.Text()),
-           "GetFeatureName: ERROR. Invalid class pointer.");
-    expect(channel.GetFeatureType(text(), 0, "X", &type), "GetFeatureType: ERROR. Invalid class pointer.");
-    expect(channel.GetValidEnum(text(), 0, "X", 0, value.Text()),
-           "GetValidEnum: ERROR. Invalid class pointer.");
-    expect(channel.GetFeatureAttr(text(), 0, "X", 1, value.Text()),
-           "GetFeatureAttr: ERROR. Invalid class pointer.");
-    expect(channel.ReleaseVideoChannel(text(), 0), "ReleaseVideoChannel: WARNING: Invalid class pointer.");
-    EXPECT_EQ(channel.QueryImageStatus(text(), 0, &status), 0);
-    EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusUnavailable));
-    EXPECT_EQ(TextNow(), "");
-    Guarded<VideoChannelDescriptor> descriptor;
-    expect(GetVideoChannel(1, descriptor.Get()), "GetVideoChannel: ERROR while loading 'ZvkC.dll'.");
-}
-
-TEST_F(ReleaseTest, ChannelsThatDoNotExistAreRejectedByTheirOwnWords)
-{
-    ExpectErrors();
-    Open();
     ImageAttributes attributes = {};
     CommonParams params = {};
     std::uint32_t status = 0;
     std::int32_t type = 0;
     GuardedBuffer value(256);
+    VideoChannelDescriptor channel = {};
+    const struct
+    {
+        const char* name;
+        const char* notStarted;
+        const char* available; // after the number of the channel
+        std::function<std::int32_t(std::int64_t)> call;
+    } rows[] = {
+        // clang-format off
+        {"SetupCommonParams", "ERROR. INVALID class pointer.", "Available cameras=3", [&](auto id) { return channel.SetupCommonParams(text(), id, &params); }},
+        {"GetImageAttributes", "ERROR. Invalid class pointer.", "Available cameras=3", [&](auto id) { return channel.GetImageAttributes(text(), id, &attributes, &status); }},
+        {"GetImage", "ERROR. Invalid class pointer.", "Available cameras=3", [&](auto id) { return channel.GetImage(text(), id, value.Data(), &status); }},
+        {"StartAcquisition", "ERROR. Invalid class pointer.", "Available cameras=3.", [&](auto id) { return channel.StartAcquisition(text(), id); }},
+        {"StopAcquisition", "ERROR. Invalid class pointer.", "Available cameras=3.", [&](auto id) { return channel.StopAcquisition(text(), id); }},
+        {"ExecuteCommand", "ERROR. Invalid class pointer.", "Available cameras=3", [&](auto id) { return channel.ExecuteCommand(text(), id, "X"); }},
+        {"ReadValue", "ERROR. Invalid class pointer.", "Available Cameras=3", [&](auto id) { return channel.ReadValue(text(), id, "X", value.Text()); }},
+        {"WriteValue", "ERROR. Invalid class pointer.", "Available cameras=3", [&](auto id) { return channel.WriteValue(text(), id, "X", "1"); }},
+        {"GetFeatureName", "ERROR. Invalid class pointer.", "Available Cameras=3.", [&](auto id) { return channel.GetFeatureName(text(), id, 0, value.Text()); }},
+        {"GetFeatureType", "ERROR. Invalid class pointer.", "Available cameras=3", [&](auto id) { return channel.GetFeatureType(text(), id, "X", &type); }},
+        {"GetValidEnum", "ERROR. Invalid class pointer.", "Available cameras=3.", [&](auto id) { return channel.GetValidEnum(text(), id, "X", 0, value.Text()); }},
+        {"GetFeatureAttr", "ERROR. Invalid class pointer.", "Available cameras=3.", [&](auto id) { return channel.GetFeatureAttr(text(), id, "X", 1, value.Text()); }},
+        {"ReleaseVideoChannel", "WARNING: Invalid class pointer.", "Available cameras=3", [&](auto id) { return channel.ReleaseVideoChannel(text(), id); }},
+        // clang-format on
+    };
+    const auto expect = [&](const auto& row, std::int64_t id, const std::string& words) {
+        ClearText();
+        status = 0xDEAD;
+        EXPECT_EQ(row.call(id), 1);
+        EXPECT_EQ(TextNow(), row.name + (": " + words));
+        EXPECT_EQ(status, std::string(row.name) == "GetImage" ? unsigned{ImageStatusError} : 0xDEADu);
+    };
+    Open();
+    channel = Channel(0);
     for (const std::int64_t id : {std::int64_t{3}, std::int64_t{-1}, INT64_MAX, INT64_MIN}) {
-        const std::string n = std::to_string(id);
-        const auto expect = [&](std::int32_t result, const std::string& expected) {
-            EXPECT_EQ(result, 1);
-            EXPECT_EQ(TextNow(), expected);
-            EXPECT_EQ(Log().back(), expected);
-        };
-        VideoChannelDescriptor& channel = Channel(0);
-        expect(channel.SetupCommonParams(text(), id, &params),
-               "SetupCommonParams: ERROR. Invalid channelID=" + n + ". Available cameras=3");
-        expect(channel.GetImageAttributes(text(), id, &attributes, &status),
-               "GetImageAttributes: ERROR. Invalid channelID=" + n + ". Available cameras=3");
-        expect(channel.GetImage(text(), id, value.Data(), &status),
-               "GetImage: ERROR. Invalid channelID=" + n + ". Available cameras=3");
-        EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusError));
-        expect(channel.StartAcquisition(text(), id),
-               "StartAcquisition: ERROR. Invalid channelID=" + n + ". Available cameras=3.");
-        expect(channel.StopAcquisition(text(), id),
-               "StopAcquisition: ERROR. Invalid channelID=" + n + ". Available cameras=3.");
-        expect(channel.ExecuteCommand(text(), id, "X"),
-               "ExecuteCommand: ERROR. Invalid channelID=" + n + ". Available cameras=3");
-        expect(channel.ReadValue(text(), id, "X", value.Text()),
-               "ReadValue: ERROR. Invalid channelID=" + n + ". Available Cameras=3");
-        expect(channel.WriteValue(text(), id, "X", "1"),
-               "WriteValue: ERROR. Invalid channelID=" + n + ". Available cameras=3");
-        expect(channel.GetFeatureName(text(), id, 0, value.Text()),
-               "GetFeatureName: ERROR. Invalid channelID=" + n + ". Available Cameras=3.");
-        expect(channel.GetFeatureType(text(), id, "X", &type),
-               "GetFeatureType: ERROR. Invalid channelID=" + n + ". Available cameras=3");
-        expect(channel.GetValidEnum(text(), id, "X", 0, value.Text()),
-               "GetValidEnum: ERROR. Invalid channelID=" + n + ". Available cameras=3.");
-        expect(channel.GetFeatureAttr(text(), id, "X", 1, value.Text()),
-               "GetFeatureAttr: ERROR. Invalid channelID=" + n + ". Available cameras=3.");
-        expect(channel.ReleaseVideoChannel(text(), id),
-               "ReleaseVideoChannel: ERROR. Invalid channelID=" + n + ". Available cameras=3");
+        for (const auto& row : rows) {
+            expect(row, id, "ERROR. Invalid channelID=" + std::to_string(id) + ". " + row.available);
+            EXPECT_EQ(Log().back(), TextNow());
+        }
     }
     EXPECT_EQ(sdk.State().started, 1u);
+    EXPECT_EQ(Release(0), 0);
+    for (const auto& row : rows) {
+        expect(row, 0, row.notStarted);
+    }
+    ClearText();
+    EXPECT_EQ(channel.QueryImageStatus(text(), 0, &status), 0);
+    EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusUnavailable));
+    EXPECT_EQ(TextNow(), "");
+    Guarded<VideoChannelDescriptor> descriptor;
+    EXPECT_EQ(GetVideoChannel(1, descriptor.Get()), 1);
+    EXPECT_EQ(TextNow(), "GetVideoChannel: ERROR while loading 'ZvkC.dll'.");
 }
 
 TEST_F(ReleaseTest, FailuresAreLoggedAndDoNotStopTheSequence)
