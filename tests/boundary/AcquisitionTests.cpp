@@ -92,6 +92,14 @@ TEST_F(AcquisitionTest, ManualModeFiresOneTriggerACall)
               "StartAcquisition: ERROR. TriggerSoftware failed. ChannelID=0. Reason=ZvkErrorBusy (-24).");
 }
 
+// What a camera answers in the two tests below.
+std::uint32_t payload;
+ZvkError_t AnswerPayload(ZvkHandle_t, std::uint32_t* size)
+{
+    *size = payload;
+    return ZvkErrorSuccess;
+}
+
 TEST_F(AcquisitionTest, NumberOfFramesFollowsThePayload)
 {
     struct Row
@@ -100,15 +108,9 @@ TEST_F(AcquisitionTest, NumberOfFramesFollowsThePayload)
         std::uint32_t frames;
     };
     const Row rows[] = {{0x100000, 16}, {0x100001, 8}, {0x800000, 8}, {0x800001, 4}, {3072, 16}};
-    static std::uint32_t payload;
-    using PayloadSizeGet = ZvkError_t (*)(ZvkHandle_t, std::uint32_t*);
-    const PayloadSizeGet answer = [](ZvkHandle_t, std::uint32_t* size) {
-        *size = payload;
-        return ZvkErrorSuccess;
-    };
     Open();
     ASSERT_EQ(Configure(0), 0);
-    sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(answer));
+    sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(&AnswerPayload));
     for (const Row& row : rows) {
         payload = row.payload;
         sdk.SimClearCalls();
@@ -121,15 +123,9 @@ TEST_F(AcquisitionTest, NumberOfFramesFollowsThePayload)
 TEST_F(AcquisitionTest, APayloadThatChangesWhileCapturingIsRefused)
 {
     ExpectErrors();
-    static std::uint32_t payload;
-    using PayloadSizeGet = ZvkError_t (*)(ZvkHandle_t, std::uint32_t*);
-    const PayloadSizeGet answer = [](ZvkHandle_t, std::uint32_t* size) {
-        *size = payload;
-        return ZvkErrorSuccess;
-    };
     Stream(0);
     payload = 5000;
-    sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(answer));
+    sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(&AnswerPayload));
     EXPECT_EQ(Start(0), 1);
     EXPECT_EQ(TextNow(), "StartAcquisition: ERROR. AllocVideoBuffers failed.");
     EXPECT_EQ(CountInLog("AllocateVideoBuffers: ERROR. channelID=0. Payload size changed from 3072 to 5000 "

@@ -321,28 +321,6 @@ TEST_F(DeliveryTest, AFrameThatCannotBeQueuedAgainIsStillDelivered)
     EXPECT_EQ(sdk.State().queuedFrames, 15u);
 }
 
-TEST_F(DeliveryTest, RejectionsLeaveTheFrameWaiting)
-{
-    ExpectErrors();
-    Stream(0);
-    DeliverFrames(0);
-    std::uint32_t status = 0xDEAD;
-    EXPECT_EQ(Channel(0).GetImage(text(), 0, nullptr, &status), 1);
-    EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusError));
-    EXPECT_EQ(TextNow(), "GetImage: ERROR. Invalid destination pointer. channelID=0.");
-    GuardedBuffer image(3072);
-    EXPECT_EQ(Channel(0).GetImage(text(), 7, image.Data(), &status), 1);
-    EXPECT_EQ(TextNow(), "GetImage: ERROR. Invalid channelID=7. Available cameras=3");
-    EXPECT_EQ(Channel(0).GetImage(text(), 0, image.Data(), nullptr), 1);
-    ImageAttributes attributes = {};
-    status = 0xDEAD;
-    EXPECT_EQ(Attributes(-1, &attributes, &status), 1);
-    EXPECT_EQ(TextNow(), "GetImageAttributes: ERROR. Invalid channelID=-1. Available cameras=3");
-    EXPECT_EQ(status, 0xDEADu);
-    EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady));
-    Fetch(0, 3072);
-}
-
 } // namespace
 
 } // namespace maravel::test

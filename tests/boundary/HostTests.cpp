@@ -27,13 +27,14 @@ TEST_F(HostTest, NullPointersAreRefusedOneByOne)
     CommonParams params = Params(1, 0);
     ImageAttributes attributes = {};
     std::uint32_t status = 0;
+    std::uint32_t taken = 0xDEAD;
     std::int32_t type = 0;
     GuardedBuffer value(4096);
     const std::int32_t results[] = {
         channel.SetupCommonParams(text(), 0, nullptr),
         channel.GetImageAttributes(text(), 0, nullptr, &status),
         channel.GetImageAttributes(text(), 0, &attributes, nullptr),
-        channel.GetImage(text(), 0, nullptr, &status),
+        channel.GetImage(text(), 0, nullptr, &taken),
         channel.GetImage(text(), 0, value.Data(), nullptr),
         channel.ExecuteCommand(text(), 0, nullptr),
         channel.ReadValue(text(), 0, nullptr, value.Text()),
@@ -69,6 +70,8 @@ TEST_F(HostTest, NullPointersAreRefusedOneByOne)
         ++row;
     }
     EXPECT_EQ(TextNow(), "GetVideoChannel: ERROR. Null pointer passed for the descriptor.");
+    EXPECT_EQ(taken, static_cast<std::uint32_t>(ImageStatusError));
+    EXPECT_EQ(CountInLog("GetImage: ERROR. Invalid destination pointer. channelID=0."), 1);
     EXPECT_EQ(CountInLog("ReadValue: ERROR. Null pointer passed. channelID=0."), 2);
     EXPECT_EQ(CountInLog("StartAcquisition: ERROR. No buffer for the error text."), 1);
     EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusReady));
