@@ -45,15 +45,23 @@ void ExpectSettable(Session& session, std::int64_t Range::*choice)
     });
 }
 
-void ExpectRefusedOutside(Session& session, std::int64_t Range::*end, std::int64_t beyond, std::int64_t last)
+// One step outside may be refused for its increment alone; a whole range outside is a multiple of it.
+void ExpectRefusedOutside(Session& session, std::int64_t Range::*end, std::int64_t direction,
+                          std::int64_t last)
 {
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / 8;
     ForEach(SettableOf(session, ZvkFeatureDataInt), [&](const std::string& name) {
         const Kept kept(session, name);
-        const std::int64_t value = RangeOf(session, name).*end;
-        if (value == last)
+        const Range range = RangeOf(session, name);
+        if (range.*end == last)
             return;
-        CERTIFY_REFUSED(Set(session, name, value + beyond), ZvkErrorInvalidValue);
-        CERTIFY_EQUAL(std::to_string(Get(session, name)), kept.Value());
+        std::vector<std::int64_t> steps{1};
+        if (range.minimum >= -kMost && range.maximum <= kMost && range.maximum > range.minimum)
+            steps.push_back(range.maximum - range.minimum);
+        for (const std::int64_t step : steps) {
+            CERTIFY_REFUSED(Set(session, name, range.*end + direction * step), ZvkErrorInvalidValue);
+            CERTIFY_EQUAL(std::to_string(Get(session, name)), kept.Value());
+        }
     });
 }
 
