@@ -122,7 +122,7 @@ DWORD GetEnvironmentVariableW(const wchar_t* name, wchar_t* buffer, DWORD size)
         return static_cast<DWORD>(wide.size() + 1);
     }
     std::memcpy(buffer, wide.c_str(), (wide.size() + 1) * sizeof(wchar_t));
-    Fail(ERROR_SUCCESS);
+    Fail(ERROR_SUCCESS); // an empty value is none
     return static_cast<DWORD>(wide.size());
 }
 
