@@ -44,8 +44,10 @@ protected:
         std::string line = '"' + host::TextOf(fs::path(ExecutableFolder()) / MARAVEL_CAMHOST) +
                            "\" certify --strict --sdk \"" + bench_->SdkFolder() + "\" --channel " +
                            run.channel + " --junit " + In("report-" + run.channel + ".xml");
-        if (GetParam() == "Aravis")
-            line += std::string(" --known ") + kLimitsOfFakeCamera;
+        const std::string limits = GetParam() == "Aravis" ? kLimitsOfFakeCamera : "";
+        const std::string memory = MARAVEL_CHECKS_OF_MEMORY;
+        if (!limits.empty() || !memory.empty())
+            line += " --known " + limits + (limits.empty() || memory.empty() ? "" : ",") + memory;
         run.exitCode = Shell(line + " > " + In(output));
         std::ifstream file(folder_ / output);
         for (std::string text; std::getline(file, text);)
