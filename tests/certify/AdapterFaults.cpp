@@ -250,13 +250,7 @@ const FaultRow kFaults[] = {
                  };);
      },
      {}},
-    {"R3",
-     [](auto&) {
-         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto value) {
-             return Is(name, "TriggerActivation") ? ZvkErrorIO : own.ZvkFeatureEnumSet(handle, name, value);
-         });
-     },
-     {}},
+    {"R3", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(name, "TriggerActivation"), ZvkErrorIO); }, {}},
     {"R4",
      [](auto&) {
          REPLACE(ZvkCaptureStart, [](auto handle) {

@@ -77,5 +77,16 @@ std::span<const FaultRow> AdapterFaults();   // P to R
 #define REPLACE_TRANSFORM(entry, ...)                                                                        \
     sdk->SimTransformReplaceEntry(#entry,                                                                    \
                                   reinterpret_cast<void*>(static_cast<decltype(own.entry)>(__VA_ARGS__)))
+// Calls for a value give that result and do nothing when the condition on their `name` and `value` holds.
+#define GIVE(entry, condition, result)                                                                       \
+    REPLACE(entry, [](auto handle, auto name, auto value) {                                                  \
+        return (condition) ? (result) : own.entry(handle, name, value);                                      \
+    })
+// Calls that should give that error give success.
+#define FORGIVE(entry, error)                                                                                \
+    REPLACE(entry, [](auto... arguments) {                                                                   \
+        const ZvkError_t result = own.entry(arguments...);                                                   \
+        return result == (error) ? ZvkErrorSuccess : result;                                                 \
+    })
 
 } // namespace maravel::test

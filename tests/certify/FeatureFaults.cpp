@@ -38,14 +38,7 @@ const FaultRow kFaults[] = {
     {"E2",
      [](auto&) { REPLACE_LIST([](auto*, auto length, auto* found) { *found -= *found == length ? 1 : 0; }); },
      {}},
-    {"E3",
-     [](auto&) {
-         REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto size) {
-             const ZvkError_t result = own.ZvkFeaturesList(handle, list, length, found, size);
-             return result == ZvkErrorMoreData ? ZvkErrorSuccess : result;
-         });
-     },
-     {}},
+    {"E3", [](auto&) { FORGIVE(ZvkFeaturesList, ZvkErrorMoreData); }, {}},
     {"E4",
      [](auto&) {
          REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto) {
@@ -128,38 +121,10 @@ const FaultRow kFaults[] = {
          });
      },
      {"F1"}},
-    {"F3",
-     [](auto&) {
-         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Counter") && value == 1 ? ZvkErrorSuccess
-                                                      : own.ZvkFeatureIntSet(handle, name, value);
-         });
-     },
-     {}},
-    {"F4",
-     [](auto&) {
-         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Counter") && value == 10 ? ZvkErrorIO
-                                                       : own.ZvkFeatureIntSet(handle, name, value);
-         });
-     },
-     {}},
-    {"F5",
-     [](auto&) {
-         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Counter") && value == 5 ? ZvkErrorIO
-                                                      : own.ZvkFeatureIntSet(handle, name, value);
-         });
-     },
-     {}},
-    {"F6",
-     [](auto&) {
-         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Counter") && value < 1 ? ZvkErrorSuccess
-                                                     : own.ZvkFeatureIntSet(handle, name, value);
-         });
-     },
-     {}},
+    {"F3", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value == 1, ZvkErrorSuccess); }, {}},
+    {"F4", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value == 10, ZvkErrorIO); }, {}},
+    {"F5", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value == 5, ZvkErrorIO); }, {}},
+    {"F6", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value < 1, ZvkErrorSuccess); }, {}},
     {"F7",
      [](auto&) {
          REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
@@ -167,13 +132,7 @@ const FaultRow kFaults[] = {
          });
      },
      {}},
-    {"F8",
-     [](auto&) {
-         REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
-             return Is(name, "WidthMax") ? ZvkErrorSuccess : own.ZvkFeatureIntSet(handle, name, value);
-         });
-     },
-     {}},
+    {"F8", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "WidthMax"), ZvkErrorSuccess); }, {}},
     {"F9",
      [](auto&) {
          REPLACE(ZvkFeatureFloatGet, [](auto handle, auto name, auto value) {
@@ -184,13 +143,7 @@ const FaultRow kFaults[] = {
          });
      },
      {}},
-    {"F10",
-     [](auto&) {
-         REPLACE(ZvkFeatureIntGet, [](auto handle, auto name, auto value) {
-             return value == nullptr ? ZvkErrorSuccess : own.ZvkFeatureIntGet(handle, name, value);
-         });
-     },
-     {}},
+    {"F10", [](auto&) { GIVE(ZvkFeatureIntGet, value == nullptr, ZvkErrorSuccess); }, {}},
 
     {"G1",
      [](auto&) {
@@ -210,61 +163,20 @@ const FaultRow kFaults[] = {
          });
      },
      {}},
-    {"G3",
-     [](auto&) {
-         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Level") && value == 1 ? ZvkErrorSuccess
-                                                    : own.ZvkFeatureFloatSet(handle, name, value);
-         });
-     },
-     {}},
-    {"G4",
-     [](auto&) {
-         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Level") && value == 10 ? ZvkErrorIO
-                                                     : own.ZvkFeatureFloatSet(handle, name, value);
-         });
-     },
-     {}},
-    {"G5",
-     [](auto&) {
-         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Level") && value == 5.5 ? ZvkErrorSuccess
-                                                      : own.ZvkFeatureFloatSet(handle, name, value);
-         });
-     },
-     {}},
+    {"G3", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && value == 1, ZvkErrorSuccess); }, {}},
+    {"G4", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && value == 10, ZvkErrorIO); }, {}},
+    {"G5", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && value == 5.5, ZvkErrorSuccess); }, {}},
     {"G6",
      [](auto&) {
-         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Level") && (value > 10 || value < 1) && std::isfinite(value)
-                        ? ZvkErrorSuccess
-                        : own.ZvkFeatureFloatSet(handle, name, value);
-         });
+         GIVE(ZvkFeatureFloatSet, Is(name, "Level") && (value > 10 || value < 1) && std::isfinite(value),
+              ZvkErrorSuccess);
      },
      {}},
     {"G7",
-     [](auto&) {
-         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Level") && std::isnan(value) ? ZvkErrorSuccess
-                                                           : own.ZvkFeatureFloatSet(handle, name, value);
-         });
-     },
+     [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && std::isnan(value), ZvkErrorSuccess); },
      {}},
-    {"G8",
-     [](auto&) {
-         REPLACE(ZvkFeatureFloatSet, [](auto handle, auto name, auto value) {
-             return Is(name, "Temperature") ? ZvkErrorSuccess : own.ZvkFeatureFloatSet(handle, name, value);
-         });
-     },
-     {}},
-    {"G9",
-     [](auto&) {
-         REPLACE(ZvkFeatureFloatGet, [](auto handle, auto name, auto value) {
-             return value == nullptr ? ZvkErrorSuccess : own.ZvkFeatureFloatGet(handle, name, value);
-         });
-     },
-     {}},
+    {"G8", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Temperature"), ZvkErrorSuccess); }, {}},
+    {"G9", [](auto&) { GIVE(ZvkFeatureFloatGet, value == nullptr, ZvkErrorSuccess); }, {}},
 
     {"H1",
      [](auto&) {
@@ -312,28 +224,10 @@ const FaultRow kFaults[] = {
          });
      },
      {}},
-    {"H6",
-     [](auto&) {
-         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
-             return Is(entry, "Blue") ? ZvkErrorSuccess : own.ZvkFeatureEnumSet(handle, name, entry);
-         });
-     },
-     {}},
-    {"H7",
-     [](auto&) {
-         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
-             return Is(entry, "Infrared") ? ZvkErrorSuccess : own.ZvkFeatureEnumSet(handle, name, entry);
-         });
-     },
-     {}},
+    {"H6", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(value, "Blue"), ZvkErrorSuccess); }, {}},
+    {"H7", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(value, "Infrared"), ZvkErrorSuccess); }, {}},
     {"H8",
-     [](auto&) {
-         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
-             return Is(name, "Filter") && Is(entry, "NoSuchEntry")
-                        ? ZvkErrorSuccess
-                        : own.ZvkFeatureEnumSet(handle, name, entry);
-         });
-     },
+     [](auto&) { GIVE(ZvkFeatureEnumSet, Is(name, "Filter") && Is(value, "NoSuchEntry"), ZvkErrorSuccess); },
      {}},
     {"H9",
      [](auto&) {
@@ -343,20 +237,9 @@ const FaultRow kFaults[] = {
      },
      {}},
     {"H10",
-     [](auto&) {
-         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
-             return Is(name, "Lens") && entry != nullptr ? ZvkErrorSuccess
-                                                         : own.ZvkFeatureEnumSet(handle, name, entry);
-         });
-     },
+     [](auto&) { GIVE(ZvkFeatureEnumSet, Is(name, "Lens") && value != nullptr, ZvkErrorSuccess); },
      {}},
-    {"H11",
-     [](auto&) {
-         REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
-             return entry == nullptr ? ZvkErrorSuccess : own.ZvkFeatureEnumSet(handle, name, entry);
-         });
-     },
-     {}},
+    {"H11", [](auto&) { GIVE(ZvkFeatureEnumSet, value == nullptr, ZvkErrorSuccess); }, {}},
 };
 
 } // namespace

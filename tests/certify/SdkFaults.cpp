@@ -292,14 +292,7 @@ const FaultRow kFaults[] = {
          });
      },
      {}},
-    {"B12",
-     [](auto&) {
-         REPLACE(ZvkFeatureIntGet, [](auto handle, auto name, auto value) {
-             const ZvkError_t result = own.ZvkFeatureIntGet(handle, name, value);
-             return result == ZvkErrorBadHandle ? ZvkErrorSuccess : result;
-         });
-     },
-     {}},
+    {"B12", [](auto&) { FORGIVE(ZvkFeatureIntGet, ZvkErrorBadHandle); }, {}},
 
     {"C1",
      [](auto&) {
@@ -321,14 +314,7 @@ const FaultRow kFaults[] = {
          });
      },
      {}},
-    {"C3",
-     [](auto&) {
-         REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
-             const ZvkError_t result = own.ZvkCamerasList(list, length, found, size);
-             return result == ZvkErrorMoreData ? ZvkErrorSuccess : result;
-         });
-     },
-     {}},
+    {"C3", [](auto&) { FORGIVE(ZvkCamerasList, ZvkErrorMoreData); }, {}},
     {"C4",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {

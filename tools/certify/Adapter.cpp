@@ -45,46 +45,45 @@ char g_text[MARAVEL_TEXT_SIZE];
 
 #define CALL(name, ...)                                                                                      \
     {                                                                                                        \
-#name, [](const Descriptor& d, char* text,                                                           \
-                  std::int64_t index) { return d.name(text, index __VA_OPT__(, ) __VA_ARGS__); }             \
+#name, [](const Descriptor& d, char* text, std::int64_t index) { return d.name(text, __VA_ARGS__); } \
     }
 
 // Every callback that can be refused, with good arguments.
 const Call kCalls[] = {
-    CALL(SetupCommonParams, &g_params),
-    CALL(GetImageAttributes, &g_attributes, &g_status),
-    CALL(GetImage, g_text, &g_status),
-    CALL(StartAcquisition),
-    CALL(StopAcquisition),
-    CALL(ExecuteCommand, "AcquisitionStop"),
-    CALL(ReadValue, "Width", g_text),
-    CALL(WriteValue, "Width", "64"),
-    CALL(GetFeatureName, 0, g_text),
-    CALL(GetFeatureType, "Width", &g_type),
-    CALL(GetValidEnum, "PixelFormat", 0, g_text),
-    CALL(GetFeatureAttr, "Width", FeatureAttrDescription, g_text),
-    CALL(ReleaseVideoChannel),
+    CALL(SetupCommonParams, index, &g_params),
+    CALL(GetImageAttributes, index, &g_attributes, &g_status),
+    CALL(GetImage, index, g_text, &g_status),
+    CALL(StartAcquisition, index),
+    CALL(StopAcquisition, index),
+    CALL(ExecuteCommand, index, "AcquisitionStop"),
+    CALL(ReadValue, index, "Width", g_text),
+    CALL(WriteValue, index, "Width", "64"),
+    CALL(GetFeatureName, index, 0, g_text),
+    CALL(GetFeatureType, index, "Width", &g_type),
+    CALL(GetValidEnum, index, "PixelFormat", 0, g_text),
+    CALL(GetFeatureAttr, index, "Width", FeatureAttrDescription, g_text),
+    CALL(ReleaseVideoChannel, index),
 };
 
 // Each argument that must not be null, left out in turn.
 const Call kCallsWithNull[] = {
-    CALL(SetupCommonParams, nullptr),
-    CALL(GetImageAttributes, nullptr, &g_status),
-    CALL(GetImageAttributes, &g_attributes, nullptr),
-    CALL(GetImage, nullptr, &g_status),
-    CALL(GetImage, g_text, nullptr),
-    CALL(ExecuteCommand, nullptr),
-    CALL(ReadValue, nullptr, g_text),
-    CALL(ReadValue, "Width", nullptr),
-    CALL(WriteValue, nullptr, "64"),
-    CALL(WriteValue, "Width", nullptr),
-    CALL(GetFeatureName, 0, nullptr),
-    CALL(GetFeatureType, nullptr, &g_type),
-    CALL(GetFeatureType, "Width", nullptr),
-    CALL(GetValidEnum, nullptr, 0, g_text),
-    CALL(GetValidEnum, "PixelFormat", 0, nullptr),
-    CALL(GetFeatureAttr, nullptr, FeatureAttrDescription, g_text),
-    CALL(GetFeatureAttr, "Width", FeatureAttrDescription, nullptr),
+    CALL(SetupCommonParams, index, nullptr),
+    CALL(GetImageAttributes, index, nullptr, &g_status),
+    CALL(GetImageAttributes, index, &g_attributes, nullptr),
+    CALL(GetImage, index, nullptr, &g_status),
+    CALL(GetImage, index, g_text, nullptr),
+    CALL(ExecuteCommand, index, nullptr),
+    CALL(ReadValue, index, nullptr, g_text),
+    CALL(ReadValue, index, "Width", nullptr),
+    CALL(WriteValue, index, nullptr, "64"),
+    CALL(WriteValue, index, "Width", nullptr),
+    CALL(GetFeatureName, index, 0, nullptr),
+    CALL(GetFeatureType, index, nullptr, &g_type),
+    CALL(GetFeatureType, index, "Width", nullptr),
+    CALL(GetValidEnum, index, nullptr, 0, g_text),
+    CALL(GetValidEnum, index, "PixelFormat", 0, nullptr),
+    CALL(GetFeatureAttr, index, nullptr, FeatureAttrDescription, g_text),
+    CALL(GetFeatureAttr, index, "Width", FeatureAttrDescription, nullptr),
 };
 
 // The calls are refused with a text; `index` is the channel's.
