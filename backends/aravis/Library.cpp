@@ -1,7 +1,9 @@
 #include "Library.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <optional>
 
 namespace maravel::aravis {
 
@@ -14,6 +16,14 @@ namespace {
 
 // Null outside of a session. Deleted by ZvkShutdown.
 constinit Library* g_library MARAVEL_GUARDED_BY(g_mutex) = nullptr;
+
+// A look waits a second for answers. What was seen this short a time ago, in an earlier session too, still
+// holds: no camera starts up faster.
+constexpr std::chrono::seconds kFresh{2};
+
+// Aravis keeps its list of cameras for the process, whatever sessions come and go. Before the library's lock.
+constinit backend::Mutex g_discovery;
+constinit std::optional<std::chrono::steady_clock::time_point> g_lastLook MARAVEL_GUARDED_BY(g_discovery);
 
 } // namespace
 
@@ -41,12 +51,11 @@ void Library::Note(const Identity& seen)
 
 void Library::LookRound()
 {
-    Lock discovery(discovery_);
-    // A look waits a second for answers; what was seen within the last one is as fresh.
-    if (lookedRound && std::chrono::steady_clock::now() - lastLook_ < std::chrono::seconds(1))
-        return;
-    arv_update_device_list();
-    lastLook_ = std::chrono::steady_clock::now();
+    Lock discovery(g_discovery);
+    if (!g_lastLook || std::chrono::steady_clock::now() - *g_lastLook > kFresh) {
+        arv_update_device_list();
+        g_lastLook = std::chrono::steady_clock::now();
+    }
     std::vector<Identity> seen;
     for (unsigned i = 0; i < arv_get_n_devices(); ++i)
         seen.push_back({texts_.Keep(arv_get_device_id(i)), texts_.Keep(arv_get_device_address(i)),
@@ -61,12 +70,6 @@ void Library::LookRound()
     for (const Identity& identity : seen)
         Note(identity);
     lookedRound = true;
-}
-
-void Library::TearDown()
-{
-    cameras.clear();
-    arv_shutdown();
 }
 
 Session::Session()
@@ -125,8 +128,7 @@ void ShutDownLibrary() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
     while (library->users > 0)
         library->unused.Wait(g_mutex);
     lock.Unlock();
-    library->TearDown();
-    delete library;
+    delete library; // closes what is open
     lock.Relock();
     g_library = nullptr;
 }

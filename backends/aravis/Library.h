@@ -6,7 +6,6 @@
 #include "backends/common/Handles.h"
 #include "backends/common/Lock.h"
 
-#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -15,14 +14,13 @@ namespace maravel::aravis {
 // The started library. Guarded by its lock but for what says otherwise.
 class Library
 {
+    TextStore texts_; // which the cameras refer to
+
 public:
-    // Any thread, without the lock: it takes a second, unless the last look ended within one. Cameras are
+    // Any thread, without the lock: it takes a second, unless the last look is fresh. Cameras are
     // remembered until ZvkShutdown, because their texts and handles are, and so that one that comes back is
     // the same.
     void LookRound();
-
-    // Closes what is open. Nobody uses the library any more.
-    void TearDown();
 
     Camera* FindCamera(const char* id) const;
     std::vector<std::unique_ptr<Camera>> cameras;
@@ -34,10 +32,6 @@ public:
 
 private:
     void Note(const Identity& seen);
-
-    TextStore texts_;
-    backend::Mutex discovery_;                       // before the library's lock
-    std::chrono::steady_clock::time_point lastLook_; // guarded by discovery_
 };
 
 // The library's lock. Nothing that waits for a camera is called under it.

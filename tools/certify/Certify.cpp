@@ -122,14 +122,11 @@ public:
         const auto begin = Clock::now();
         WriteHeader();
         Print(HeaderAsText(report_.header));
-        for (const Chosen& one : chosen) {
-            if (camhost::EndRequested())
-                break;
-            Print(GroupAsText(*one.group));
-            std::vector<std::string> checks = one.checks;
-            while (!checks.empty() && !camhost::EndRequested())
-                RunGroup(checks);
-        }
+        std::vector<std::string> checks;
+        for (const Chosen& one : chosen)
+            checks.insert(checks.end(), one.checks.begin(), one.checks.end());
+        while (!checks.empty() && !camhost::EndRequested())
+            RunSome(checks);
         if (unclean_)
             PutBack();
         report_.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
@@ -159,6 +156,13 @@ private:
         header.mode = std::string(order_.strict ? "strict" : "") +
                       (order_.strict && order_.readOnly ? ", " : "") + (order_.readOnly ? "read-only" : "");
         DescribeCamera();
+    }
+
+    void Begin(const std::string& id)
+    {
+        const auto group = std::ranges::find(Catalogue(), id.front(), &GroupText::letter);
+        if (report_.results.empty() || report_.results.back().id.front() != id.front())
+            Print(GroupAsText(*group));
     }
 
     void Take(Result result)
@@ -211,8 +215,8 @@ private:
     }
 
     // Runs the checks in one process, and takes those away that it ran. What one check keeps it from running
-    // is left for the next process.
-    void RunGroup(std::vector<std::string>& checks)
+    // is left for the next process, and so is the group after a failure.
+    void RunSome(std::vector<std::string>& checks)
     {
         std::string names;
         for (const std::string& id : checks)
@@ -222,8 +226,10 @@ private:
         std::size_t done = 0;
         for (std::string line; child->ReadLine(&line);) {
             const worker::Message message = worker::Parse(line);
-            if (message.kind == worker::Message::Kind::Begin)
+            if (message.kind == worker::Message::Kind::Begin) {
                 running = message.result.id;
+                Begin(running);
+            }
             else if (message.kind == worker::Message::Kind::Left)
                 report_.left.push_back(message.text);
             else if (message.kind == worker::Message::Kind::End) {
@@ -235,7 +241,9 @@ private:
         const std::string end = child->Wait();
         unclean_ = !end.empty();
         if (!running.empty() || (done == 0 && !camhost::EndRequested())) {
-            Take({.id = running.empty() ? checks.front() : running,
+            if (running.empty())
+                Begin(running = checks.front());
+            Take({.id = running,
                   .outcome = Outcome::Failed,
                   .text = "the process ended during this check: " + (end.empty() ? "exit code 0" : end),
                   .seconds = 0});

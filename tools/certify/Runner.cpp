@@ -187,13 +187,24 @@ int RunAsWorker(const Settings& settings, const std::vector<std::string>& words)
         TellCameraOf(session);
         return 0;
     }
-    for (const std::string& id : words) {
-        const Check* check = FindCheck(id);
+    bool clean = true;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const Check* check = FindCheck(words[i]);
         if (check == nullptr || camhost::EndRequested())
             break;
-        worker::TellBegin(id);
-        watchdog.Runs(id);
-        worker::Tell(RunCheck(session, *check));
+        worker::TellBegin(words[i]);
+        watchdog.Runs(words[i]);
+        const Result result = RunCheck(session, *check);
+        worker::Tell(result);
+        clean = clean && result.outcome != Outcome::Failed;
+        if (i + 1 == words.size() || words[i + 1].front() == words[i].front())
+            continue;
+        // What a failed check did to this process must not reach the next group. A start of the SDK takes
+        // seconds, so that a process that is as it was goes on.
+        if (!clean)
+            break;
+        watchdog.Runs(worker::kSettings);
+        PutBackAll(session);
     }
     watchdog.Runs(worker::kSettings);
     PutBackAll(session);
