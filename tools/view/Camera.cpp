@@ -2,7 +2,6 @@
 
 #include "camhost/Features.h"
 
-#include <atomic>
 #include <charconv>
 #include <cstdlib>
 
@@ -14,7 +13,6 @@ using camhost::Trigger;
 using host::Outcome;
 
 constexpr std::size_t kMostJobs = 64;
-constexpr std::size_t kMostFrames = 6; // the newest one, and those that viewers still read
 
 const char* TriggerName(Trigger trigger)
 {
@@ -110,18 +108,24 @@ bool Camera::RunJob()
     return true;
 }
 
-// One that nobody looks at any more, or a new one.
 std::shared_ptr<Frame> Camera::FreeFrame()
 {
-    for (const std::shared_ptr<Frame>& frame : pool_)
-        if (frame.use_count() == 1) {
-            std::atomic_thread_fence(std::memory_order_acquire);
-            return frame;
+    std::unique_ptr<Frame> frame;
+    {
+        const std::lock_guard lock(pool_->mutex);
+        if (!pool_->frames.empty()) {
+            frame = std::move(pool_->frames.back());
+            pool_->frames.pop_back();
         }
-    auto frame = std::make_shared<Frame>();
-    if (pool_.size() < kMostFrames)
-        pool_.push_back(frame);
-    return frame;
+    }
+    if (frame == nullptr)
+        frame = std::make_unique<Frame>();
+    return {frame.release(), [pool = pool_](Frame* used) {
+                std::unique_ptr<Frame> owner(used);
+                const std::lock_guard lock(pool->mutex);
+                if (pool->frames.size() < FramePool::kMostFrames)
+                    pool->frames.push_back(std::move(owner));
+            }};
 }
 
 bool Camera::TakeImage()

@@ -28,6 +28,17 @@ struct Frame
 };
 using FramePointer = std::shared_ptr<const Frame>;
 
+// Frames that nobody looks at any more. Viewers give theirs back on threads of their own, maybe after the
+// camera's end.
+struct FramePool
+{
+    FramePool() { frames.reserve(kMostFrames); }
+
+    static constexpr std::size_t kMostFrames = 6; // the newest one, and those that viewers still read
+    std::mutex mutex;
+    std::vector<std::unique_ptr<Frame>> frames;
+};
+
 struct FeatureFacts
 {
     std::string name, description;
@@ -97,7 +108,7 @@ private:
     void KeepSettings(camhost::Options* options);
     bool ReadIfThere(const char* feature, std::string* value);
     std::optional<double> NumberOf(const char* feature);
-    std::shared_ptr<Frame> FreeFrame();
+    std::shared_ptr<Frame> FreeFrame(); // a used one, or a new one
 
     const host::Channel channel_;
     const std::string name_;
@@ -107,7 +118,7 @@ private:
     camhost::Options options_;
     std::optional<camhost::Acquisition> acquisition_;
     std::vector<FeatureFacts> features_;
-    std::vector<std::shared_ptr<Frame>> pool_;
+    const std::shared_ptr<FramePool> pool_ = std::make_shared<FramePool>();
     Clock::time_point lastImage_{}, lastLook_{};
     struct Arrival
     {
