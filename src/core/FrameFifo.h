@@ -44,12 +44,11 @@ public:
 
     bool Contains(const ZvkFrame_t* frame) const noexcept
     {
-        for (std::size_t i = 0; i < count_; ++i) {
-            if (frames_[(first_ + i) % frames_.size()] == frame) {
-                return true;
-            }
+        std::size_t i = 0;
+        while (i < count_ && frames_[(first_ + i) % frames_.size()] != frame) {
+            ++i;
         }
-        return false;
+        return i < count_;
     }
 
     std::size_t Count() const noexcept { return count_; }

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <thread>
 
@@ -93,29 +94,34 @@ std::FILE* OpenLogFile()
     return _fsopen((folder + PathSeparator + kFileName).c_str(), "w+", _SH_DENYNO);
 }
 
-char* PutDigits(char* next, unsigned value, int count) noexcept
+// `before`, then the last `count` digits of `value`.
+char* PutNumber(char* next, char before, unsigned value, int count) noexcept
 {
+    *next = before;
     for (int i = count; i > 0; value /= 10) {
-        next[--i] = static_cast<char>('0' + value % 10);
+        next[i--] = static_cast<char>('0' + value % 10);
     }
-    return next + count;
+    return next + count + 1;
 }
 
-// "[%02d:%02d:%02d:%03d L%05u] ". The time by hand: as a format it costs as much as a whole message, and
-// every line has it.
-std::size_t FormatPrefix(char* buffer, std::size_t size, unsigned line) noexcept
+// "[%02d:%02d:%02d:%03d L%05u] " by hand: every line has it, and as a format it costs as much as a message.
+// Returns its end.
+char* PutPrefix(char* next, unsigned line) noexcept
 {
     SYSTEMTIME now = {};
     GetLocalTime(&now);
-    char* next = buffer;
-    *next++ = '[';
-    for (const unsigned part : {now.wHour, now.wMinute, now.wSecond}) {
-        next = PutDigits(next, part, 2);
-        *next++ = ':';
+    next = PutNumber(next, '[', now.wHour, 2);
+    next = PutNumber(next, ':', now.wMinute, 2);
+    next = PutNumber(next, ':', now.wSecond, 2);
+    next = PutNumber(next, ':', now.wMilliseconds, 3);
+    *next++ = ' ';
+    int digits = 5;
+    for (unsigned more = line / 100'000; more != 0; more /= 10) {
+        ++digits;
     }
-    next = PutDigits(next, now.wMilliseconds, 3);
-    const auto length = static_cast<std::size_t>(next - buffer);
-    return length + static_cast<std::size_t>(FormatErrorText(next, size - length, " L%05u] ", line));
+    next = PutNumber(next, 'L', line, digits);
+    std::memcpy(next, "] ", 2);
+    return next + 2;
 }
 
 } // namespace
@@ -134,14 +140,14 @@ void WriteLog(unsigned line, const char* format, ...) noexcept
     writers.fetch_add(1, kOrder);
     if (std::FILE* file = openLog.load(kOrder); file != nullptr) {
         char text[kMaxPrefix + kMaxMessage];
-        const std::size_t prefix = FormatPrefix(text, kMaxPrefix, line);
+        char* const start = PutPrefix(text, line);
         std::va_list arguments;
         va_start(arguments, format);
-        const std::size_t message = FormatText(text + prefix, kMaxMessage, format, arguments);
+        const char* const end = start + FormatText(start, kMaxMessage, format, arguments);
         va_end(arguments);
         // Past the stream's own buffer: one call to the system, and nothing is left to flush. A full disk or
         // a lost folder costs lines, never more.
-        static_cast<void>(_write(_fileno(file), text, static_cast<unsigned>(prefix + message)));
+        static_cast<void>(_write(_fileno(file), text, static_cast<unsigned>(end - text)));
     }
     writers.fetch_sub(1, kWritten);
 }

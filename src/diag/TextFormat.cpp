@@ -74,9 +74,8 @@ struct Conversion
 Conversion TakeConversion(const char*& format) noexcept
 {
     Conversion conversion;
-    if (*format == '0') {
+    for (; *format == '0'; ++format) {
         conversion.zeroPadded = true;
-        ++format;
     }
     for (; *format >= '0' && *format <= '9'; ++format) {
         conversion.width = conversion.width * 10 + static_cast<std::size_t>(*format - '0');
@@ -86,9 +85,7 @@ Conversion TakeConversion(const char*& format) noexcept
         format += 2;
     }
     conversion.letter = *format;
-    if (*format != '\0') {
-        ++format;
-    }
+    format += *format != '\0' ? 1 : 0;
     return conversion;
 }
 
@@ -180,12 +177,8 @@ std::size_t FormatText(char* buffer, std::size_t size, const char* format, std::
         case 'X': {
             const std::uint64_t value =
                 conversion.is64Bit ? va_arg(arguments, unsigned long long) : va_arg(arguments, unsigned int);
-            if (conversion.letter == 'X') {
-                PutNumber<16>(out, conversion, value, false);
-            }
-            else {
-                PutNumber<10>(out, conversion, value, false);
-            }
+            conversion.letter == 'X' ? PutNumber<16>(out, conversion, value, false)
+                                     : PutNumber<10>(out, conversion, value, false);
             break;
         }
         case 'f':
