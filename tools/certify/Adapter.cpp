@@ -9,8 +9,7 @@
 #include <limits>
 #include <map>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::adapter {
 
 using Descriptor = VideoChannelDescriptor;
 
@@ -342,8 +341,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'P', kChecks};
 
-const Group kAdapterGroup{'P', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::adapter

@@ -4,8 +4,7 @@
 
 #include <algorithm>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::buffer {
 
 constexpr std::size_t kMostBytes = 256U << 20; // that one check announces
 
@@ -171,8 +170,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'L', kChecks};
 
-const Group kBufferGroup{'L', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::buffer

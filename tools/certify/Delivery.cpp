@@ -5,8 +5,7 @@
 
 #include <thread>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::delivery {
 
 using std::chrono::milliseconds;
 
@@ -177,8 +176,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'Q', kChecks};
 
-const Group kDeliveryGroup{'Q', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::delivery

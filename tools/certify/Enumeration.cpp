@@ -6,8 +6,7 @@
 
 #include <set>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::enumeration {
 
 constexpr std::uint32_t kSize = sizeof(ZvkCameraInfo_t);
 
@@ -176,8 +175,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'C', kChecks};
 
-const Group kEnumerationGroup{'C', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::enumeration

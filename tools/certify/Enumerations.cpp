@@ -5,8 +5,7 @@
 
 #include <set>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::enumerations {
 
 constexpr const char* kNoEntry = "NoSuchEntry";
 
@@ -178,8 +177,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'H', kChecks};
 
-const Group kEnumerationsGroup{'H', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::enumerations

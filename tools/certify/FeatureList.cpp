@@ -6,8 +6,7 @@
 #include <cctype>
 #include <set>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::feature_list {
 
 constexpr std::uint32_t kSize = sizeof(ZvkFeatureInfo_t);
 constexpr int kListings = 5;
@@ -182,8 +181,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'E', kChecks};
 
-const Group kFeatureListGroup{'E', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::feature_list

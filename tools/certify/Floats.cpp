@@ -6,8 +6,7 @@
 #include <cmath>
 #include <limits>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::floats {
 
 constexpr double kTolerance = 0.02; // cameras round to ticks of a clock and steps of an amplifier
 
@@ -111,8 +110,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'G', kChecks};
 
-const Group kFloatsGroup{'G', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::floats

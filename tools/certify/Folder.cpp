@@ -8,8 +8,7 @@
 #include "diagnosis/Machine.h"
 #include "host/Utf8Path.h"
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::folder {
 
 namespace fs = std::filesystem;
 
@@ -181,8 +180,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'A', kChecks};
 
-const Group kFolderGroup{'A', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::folder

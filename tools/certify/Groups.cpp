@@ -7,10 +7,10 @@ namespace maravel::certify {
 std::span<const Group> Groups()
 {
     static const Group groups[] = {
-        kFolderGroup,   kLifeGroup,     kEnumerationGroup,  kOpeningGroup,  kFeatureListGroup,
-        kIntegersGroup, kFloatsGroup,   kEnumerationsGroup, kTextsGroup,    kStandardGroup,
-        kRegionGroup,   kBufferGroup,   kStreamGroup,       kTriggersGroup, kTransformGroup,
-        kAdapterGroup,  kDeliveryGroup, kRobustnessGroup,
+        folder::kGroup,   life::kGroup,     enumeration::kGroup,  opening::kGroup,  feature_list::kGroup,
+        integers::kGroup, floats::kGroup,   enumerations::kGroup, texts::kGroup,    standard::kGroup,
+        region::kGroup,   buffer::kGroup,   streaming::kGroup,    triggers::kGroup, transform::kGroup,
+        adapter::kGroup,  delivery::kGroup, robustness::kGroup,
     };
     return groups;
 }

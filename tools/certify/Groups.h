@@ -1,27 +1,63 @@
-// The groups of checks; each stands in a file of its own.
+// The groups of checks; each stands in a file of its own, and its words in a namespace of their own.
 #pragma once
 
 #include "Check.h"
 
 namespace maravel::certify {
 
-extern const Group kFolderGroup;       // A
-extern const Group kLifeGroup;         // B
-extern const Group kEnumerationGroup;  // C
-extern const Group kOpeningGroup;      // D
-extern const Group kFeatureListGroup;  // E
-extern const Group kIntegersGroup;     // F
-extern const Group kFloatsGroup;       // G
-extern const Group kEnumerationsGroup; // H
-extern const Group kTextsGroup;        // I
-extern const Group kStandardGroup;     // J
-extern const Group kRegionGroup;       // K
-extern const Group kBufferGroup;       // L
-extern const Group kStreamGroup;       // M
-extern const Group kTriggersGroup;     // N
-extern const Group kTransformGroup;    // O
-extern const Group kAdapterGroup;      // P
-extern const Group kDeliveryGroup;     // Q
-extern const Group kRobustnessGroup;   // R
+namespace folder {
+extern const Group kGroup; // A
+}
+namespace life {
+extern const Group kGroup; // B
+}
+namespace enumeration {
+extern const Group kGroup; // C
+}
+namespace opening {
+extern const Group kGroup; // D
+}
+namespace feature_list {
+extern const Group kGroup; // E
+}
+namespace integers {
+extern const Group kGroup; // F
+}
+namespace floats {
+extern const Group kGroup; // G
+}
+namespace enumerations {
+extern const Group kGroup; // H
+}
+namespace texts {
+extern const Group kGroup; // I
+}
+namespace standard {
+extern const Group kGroup; // J
+}
+namespace region {
+extern const Group kGroup; // K
+}
+namespace buffer {
+extern const Group kGroup; // L
+}
+namespace streaming {
+extern const Group kGroup; // M
+}
+namespace triggers {
+extern const Group kGroup; // N
+}
+namespace transform {
+extern const Group kGroup; // O
+}
+namespace adapter {
+extern const Group kGroup; // P
+}
+namespace delivery {
+extern const Group kGroup; // Q
+}
+namespace robustness {
+extern const Group kGroup; // R
+}
 
 } // namespace maravel::certify

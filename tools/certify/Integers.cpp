@@ -5,8 +5,7 @@
 
 #include <limits>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::integers {
 
 struct Range
 {
@@ -128,8 +127,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'F', kChecks};
 
-const Group kIntegersGroup{'F', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::integers

@@ -7,8 +7,7 @@
 #include <chrono>
 #include <thread>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::life {
 
 using Clock = std::chrono::steady_clock;
 
@@ -146,8 +145,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'B', kChecks};
 
-const Group kLifeGroup{'B', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::life

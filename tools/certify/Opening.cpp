@@ -8,8 +8,7 @@
 
 #include <string_view>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::opening {
 
 constexpr int kReopenings = 20;
 
@@ -203,8 +202,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'D', kChecks};
 
-const Group kOpeningGroup{'D', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::opening

@@ -6,10 +6,7 @@
 
 #include <random>
 
-namespace maravel::certify {
-namespace {
-
-using namespace region;
+namespace maravel::certify::region {
 
 constexpr int kRandomRegions = 100;
 
@@ -229,8 +226,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'K', kChecks};
 
-const Group kRegionGroup{'K', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::region

@@ -9,8 +9,7 @@
 #include <limits>
 #include <thread>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::robustness {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
@@ -215,8 +214,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'R', kChecks};
 
-const Group kRobustnessGroup{'R', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::robustness

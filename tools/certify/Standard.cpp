@@ -9,8 +9,7 @@
 #include <cmath>
 #include <map>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::standard {
 
 constexpr const char* kEdges[] = {"RisingEdge", "FallingEdge", "AnyEdge", "LevelHigh", "LevelLow"};
 
@@ -273,8 +272,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'J', kChecks};
 
-const Group kStandardGroup{'J', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::standard

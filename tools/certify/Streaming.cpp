@@ -4,8 +4,7 @@
 
 #include <algorithm>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::streaming {
 
 using std::chrono::milliseconds;
 
@@ -189,8 +188,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'M', kChecks};
 
-const Group kStreamGroup{'M', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::streaming

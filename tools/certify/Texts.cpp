@@ -6,8 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::texts {
 
 constexpr std::uint32_t kRoom = 8192;                    // for any text
 constexpr std::chrono::milliseconds kAdapterWaits{1000}; // for a command to be done
@@ -267,8 +266,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'I', kChecks};
 
-const Group kTextsGroup{'I', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::texts

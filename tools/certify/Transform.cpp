@@ -9,8 +9,7 @@
 #include <cstring>
 #include <thread>
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::transform {
 
 // Even, for formats that share a value between pixels, and of no vector's width.
 constexpr std::uint32_t kWidth = 60, kHeight = 6;
@@ -294,8 +293,6 @@ const Check kChecks[] = {
     {"O16", Stage::Loaded, Effect::Reads, ExpectLarge},
 };
 
-} // namespace
+const Group kGroup{'O', kChecks};
 
-const Group kTransformGroup{'O', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::transform

@@ -3,8 +3,7 @@
 #include "Groups.h"
 #include "Ways.h"
 
-namespace maravel::certify {
-namespace {
+namespace maravel::certify::triggers {
 
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
@@ -221,8 +220,6 @@ const Check kChecks[] = {
      }},
 };
 
-} // namespace
+const Group kGroup{'N', kChecks};
 
-const Group kTriggersGroup{'N', kChecks};
-
-} // namespace maravel::certify
+} // namespace maravel::certify::triggers
