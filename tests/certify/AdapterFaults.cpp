@@ -50,7 +50,7 @@ private:
     std::vector<std::thread> threads_;
 } g_lingerers;
 
-const FaultRow kFaults[] = {
+const FaultRow kAdapterFaults[] = {
     {"P1",
      [](auto& settings) { settings.adapter = host::TextOf(settings.sdk / "bin" / certify::kRuntimeFile); },
      {}},
@@ -319,7 +319,7 @@ const FaultRow kFaults[] = {
 
 std::span<const FaultRow> AdapterFaults()
 {
-    return kFaults;
+    return kAdapterFaults;
 }
 
 } // namespace maravel::test

@@ -66,7 +66,7 @@ namespace {
         return result;                                                                                       \
     })
 
-const FaultRow kFaults[] = {
+const FaultRow kCameraFaults[] = {
     {"I1",
      [](auto&) {
          REPLACE(ZvkFeatureStringGet, [](auto handle, auto name, auto buffer, auto size, auto length) {
@@ -246,7 +246,7 @@ const FaultRow kFaults[] = {
 
 std::span<const FaultRow> CameraFaults()
 {
-    return kFaults;
+    return kCameraFaults;
 }
 
 } // namespace maravel::test

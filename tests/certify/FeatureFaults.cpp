@@ -24,7 +24,7 @@ ZvkError_t ListChanged(ZvkHandle_t handle, ZvkFeatureInfo_t* list, std::uint32_t
         return ListChanged(handle, array, room, filled, size, __VA_ARGS__);                                  \
     })
 
-const FaultRow kFaults[] = {
+const FaultRow kFeatureFaults[] = {
     {"E1",
      [](auto&) {
          REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto size) {
@@ -246,7 +246,7 @@ const FaultRow kFaults[] = {
 
 std::span<const FaultRow> FeatureFaults()
 {
-    return kFaults;
+    return kFeatureFaults;
 }
 
 } // namespace maravel::test

@@ -76,7 +76,7 @@ void RememberClosed()
     });
 }
 
-const FaultRow kFaults[] = {
+const FaultRow kSdkFaults[] = {
     {"A1",
      [](auto& settings) {
          UseCopy(settings, [](auto& sdkFolder) { fs::remove(sdkFolder / "bin" / "ZvkImageTransform.dll"); });
@@ -515,7 +515,7 @@ const FaultRow kFaults[] = {
 
 std::span<const FaultRow> SdkFaults()
 {
-    return kFaults;
+    return kSdkFaults;
 }
 
 } // namespace maravel::test

@@ -37,7 +37,7 @@ std::atomic<int> g_queued; // and not yet back
 std::atomic<bool> g_arrived, g_stopped;
 std::thread::id g_starter; // that runs the check
 
-const FaultRow kFaults[] = {
+const FaultRow kStreamFaults[] = {
     {"L1",
      [](auto&) {
          REPLACE(ZvkFrameAnnounce, [](auto handle, auto frame, auto size) {
@@ -224,7 +224,7 @@ const FaultRow kFaults[] = {
 
 std::span<const FaultRow> StreamFaults()
 {
-    return kFaults;
+    return kStreamFaults;
 }
 
 } // namespace maravel::test

@@ -37,7 +37,7 @@ void Mistake(certify::Settings&)
         return result;                                                                                       \
     })
 
-const FaultRow kFaults[] = {
+const FaultRow kTransformFaults[] = {
     {"O1",
      [](auto&) {
          REPLACE_TRANSFORM(
@@ -131,7 +131,7 @@ const FaultRow kFaults[] = {
 
 std::span<const FaultRow> TransformFaults()
 {
-    return kFaults;
+    return kTransformFaults;
 }
 
 } // namespace maravel::test

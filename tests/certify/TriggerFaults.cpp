@@ -24,7 +24,7 @@ bool IsSet(ZvkHandle_t camera, const char* name, std::string_view wanted)
         return (when) ? ZvkErrorSuccess : own.ZvkFeatureEnumSet(camera, name, entry);                        \
     })
 
-const FaultRow kFaults[] = {
+const FaultRow kTriggerFaults[] = {
     {"N1",
      [](auto&) {
          INSTEAD_OF_COMMAND(Is(name, "TriggerSoftware"), { own.ZvkFeatureCommandRun(camera, name); });
@@ -75,7 +75,7 @@ const FaultRow kFaults[] = {
 
 std::span<const FaultRow> TriggerFaults()
 {
-    return kFaults;
+    return kTriggerFaults;
 }
 
 } // namespace maravel::test

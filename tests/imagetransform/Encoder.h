@@ -9,6 +9,8 @@
 
 namespace maravel::test {
 
+inline constexpr std::uint32_t kRgb8 = 0x02180014; // as the PFNC numbers it
+
 struct Rgb
 {
     double red, green, blue; // 0..1

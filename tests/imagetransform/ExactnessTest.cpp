@@ -11,7 +11,6 @@
 namespace maravel::test {
 namespace {
 
-constexpr ZvkPixelFormat_t kRgb8 = 0x02180014;
 constexpr std::uint8_t kGap = 0xA5;
 constexpr const char* kInstructionSets[] = {"plain", "ssse3", "avx2", "avx512vbmi"};
 

@@ -14,7 +14,6 @@ namespace maravel::test {
 namespace {
 
 constexpr ZvkPixelFormat_t kMono8 = 0x01080001;
-constexpr ZvkPixelFormat_t kRgb8 = 0x02180014;
 constexpr ZvkPixelFormat_t kBgr8 = 0x02180015;
 constexpr std::uint8_t kGuard = 0xA5;
 constexpr std::size_t kGuardBytes = 16;

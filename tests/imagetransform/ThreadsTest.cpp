@@ -1,4 +1,5 @@
 // The threads of the library: how many there are, and that none is left.
+#include "imagetransform/Encoder.h"
 #include "imagetransform/ThreadsInUse.h"
 #include "simulated/HeapInUse.h"
 #include "simulated/SdkLibraries.h"
@@ -16,7 +17,6 @@ namespace maravel::test {
 namespace {
 
 constexpr ZvkPixelFormat_t kBayerRG8 = 0x01080009;
-constexpr ZvkPixelFormat_t kRgb8 = 0x02180014;
 
 // Converts a mosaic whose bytes follow from `seed`.
 std::vector<std::uint8_t> Convert(const TransformLibrary& library, std::uint32_t width, std::uint32_t height,
