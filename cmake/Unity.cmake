@@ -1,0 +1,42 @@
+# maravel_unity(TARGET): compiles the target's files eight at a time, since the headers of libraries for JSON, TOML and
+# command lines are most of what a file consists of. Files that are generated, or that have options of their own, stay
+# apart. To be called after those options are set.
+#
+# CMake's own property UNITY_BUILD does the same, but its files name absolute paths, so that nothing that was compiled
+# in one folder is taken from the compiler's cache in another.
+option(MARAVEL_UNITY "Compile several files at once" ON)
+set(MARAVEL_UNITY_FILES 8)
+
+function(maravel_unity target)
+  if(NOT MARAVEL_UNITY)
+    return()
+  endif()
+  get_target_property(sources ${target} SOURCES)
+  set(apart "")
+  set(together "")
+  foreach(source IN LISTS sources)
+    cmake_path(ABSOLUTE_PATH source NORMALIZE OUTPUT_VARIABLE file)
+    cmake_path(RELATIVE_PATH file BASE_DIRECTORY ${CMAKE_SOURCE_DIR} OUTPUT_VARIABLE name)
+    get_source_file_property(options ${source} COMPILE_OPTIONS)
+    get_source_file_property(definitions ${source} COMPILE_DEFINITIONS)
+    get_source_file_property(generated ${source} GENERATED)
+    if(options OR definitions OR generated OR NOT source MATCHES "\\.cpp$")
+      list(APPEND apart ${source})
+    else()
+      list(APPEND together ${name})
+    endif()
+  endforeach()
+  set(number 0)
+  while(together)
+    list(SUBLIST together 0 ${MARAVEL_UNITY_FILES} batch)
+    list(REMOVE_ITEM together ${batch})
+    list(TRANSFORM batch REPLACE "(.+)" "#include \"\\1\"")
+    list(JOIN batch "\n" text)
+    set(unity ${CMAKE_CURRENT_BINARY_DIR}/${target}-${number}.cpp)
+    file(CONFIGURE OUTPUT ${unity} CONTENT "${text}\n" @ONLY)
+    list(APPEND apart ${unity})
+    math(EXPR number "${number} + 1")
+  endwhile()
+  set_target_properties(${target} PROPERTIES SOURCES "${apart}")
+  target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR})
+endfunction()
