@@ -31,6 +31,16 @@ std::vector<Arrival> Streamed(Session& session)
     return frames.Arrivals();
 }
 
+// Those of a few frames that came whole: of another one the record may tell nothing.
+std::vector<Arrival> WholeOnes(Session& session)
+{
+    auto arrivals = Streamed(session);
+    std::erase_if(arrivals, [](const Arrival& arrival) { return arrival.frame.receiveStatus != 0; });
+    if (arrivals.empty())
+        throw Skip{"no frame came whole"};
+    return arrivals;
+}
+
 std::int64_t ValueOf(const Session& session, const char* name)
 {
     std::int64_t value = 0;
@@ -74,7 +84,7 @@ const Check kChecks[] = {
      }},
     {"M3", Stage::Opened, Effect::Writes,
      [](Session& session) {
-         const auto arrivals = Streamed(session);
+         const auto arrivals = WholeOnes(session);
          for (std::size_t i = 1; i < arrivals.size(); ++i)
              CERTIFY(arrivals[i].frame.timestamp > arrivals[i - 1].frame.timestamp,
                      "the time stamp " << arrivals[i].frame.timestamp << " follows "
@@ -90,7 +100,7 @@ const Check kChecks[] = {
          const std::int64_t width = ValueOf(session, "Width");
          const std::int64_t height = ValueOf(session, "Height");
          const std::int64_t format = PixelFormatOf(session);
-         for (const Arrival& arrival : Streamed(session)) {
+         for (const Arrival& arrival : WholeOnes(session)) {
              CERTIFY_EQUAL(std::int64_t{arrival.frame.width}, width);
              CERTIFY_EQUAL(std::int64_t{arrival.frame.height}, height);
              CERTIFY_EQUAL(static_cast<std::int64_t>(arrival.frame.pixelFormat), format);
