@@ -1,12 +1,10 @@
 // A host that streams from every camera and then ends in the way that its argument names; run by LifeTests.
 // It returns 7 when it got as far as to stream.
-#include "maravel/VideoChannel.h"
-#include "platform/Win32.h"
+#include "host/AdapterLibrary.h"
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,54 +15,41 @@ constexpr int kStreamed = 7;
 
 int StreamAndEnd(const char* adapterFile, const std::string& end)
 {
-    const HMODULE adapter = LoadLibraryA(adapterFile);
-    if (adapter == nullptr) {
+    std::string reason;
+    auto adapter = maravel::host::AdapterLibrary::Load(adapterFile, &reason);
+    std::vector<maravel::host::Channel> channels;
+    if (adapter == nullptr || !adapter->CollectChannels(&channels) || channels.empty()) {
+        std::fprintf(stderr, "no channels %s\n", reason.c_str());
         return 2;
     }
-    const FARPROC entry = GetProcAddress(adapter, "GetVideoChannel");
-    GetVideoChannelFn getVideoChannel = nullptr;
-    std::memcpy(&getVideoChannel, &entry, sizeof getVideoChannel);
-    char text[MARAVEL_TEXT_SIZE] = "";
-    std::vector<VideoChannelDescriptor> channels;
-    VideoChannelDescriptor channel = {};
-    channel.structSize = sizeof channel;
-    while (getVideoChannel(text, static_cast<std::int32_t>(channels.size()), &channel) == MARAVEL_SUCCESS) {
-        channels.push_back(channel);
-    }
-    for (const VideoChannelDescriptor& each : channels) {
+    for (const maravel::host::Channel& channel : channels) {
         CommonParams params = {};
         params.exposure = 0.001;
         params.acqContinuous = 1;
-        params.roiwidth = 100'000;
-        params.roiheight = 100'000;
-        each.SetupCommonParams(text, each.channelID, &params);
-        if (each.StartAcquisition(text, each.channelID) != MARAVEL_SUCCESS) {
-            std::fprintf(stderr, "%s\n", text);
+        params.roiwidth = params.roiheight = 100'000;
+        channel.SetupCommonParams(params);
+        if (const auto start = channel.StartAcquisition(); !start) {
+            std::fprintf(stderr, "%s\n", start.text.c_str());
             return 3;
         }
-        std::uint32_t status = ImageStatusPending;
-        for (int i = 0; status != ImageStatusReady && i < 5000; ++i) {
+        for (int i = 0; channel.QueryImageStatus() != ImageStatusReady; ++i) {
+            if (i == 5000) {
+                return 4;
+            }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            each.QueryImageStatus(text, each.channelID, &status);
         }
-        if (status != ImageStatusReady) {
-            return 4;
-        }
-    }
-    if (channels.empty()) {
-        return 5;
     }
     if (end == "unload") {
-        FreeLibrary(adapter);
-        return kStreamed;
+        adapter.reset();
     }
-    if (end == "exit-from-thread") {
+    else if (end == "exit-from-thread") {
         std::thread([] { std::exit(kStreamed); }).join();
     }
-    if (end == "quick") {
+    else if (end == "quick") {
         std::_Exit(kStreamed);
     }
-    return kStreamed; // "return": the runtime's exit list ends the adapter
+    static_cast<void>(adapter.release()); // "return": the runtime's exit list ends the adapter
+    return kStreamed;
 }
 
 } // namespace

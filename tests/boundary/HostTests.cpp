@@ -150,7 +150,7 @@ TEST_F(HostTest, ACallFromInsideAnotherCallOfTheSameThreadIsAnsweredAtOnce)
         EXPECT_EQ(channel.GetImage(error.Text(), 0, value.Data(), &status), 1);
         EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusError));
         EXPECT_EQ(channel.ReleaseVideoChannel(error.Text(), 0), 1);
-        EXPECT_EQ(GetVideoChannelOf(error.Text(), 0, &descriptor), 1);
+        EXPECT_EQ(EntryPoint()(error.Text(), 0, &descriptor), 1);
         EXPECT_EQ(channel.ReadValue(error.Text(), 0, "Gain", value.Text()), 1);
         EXPECT_EQ(error.AsText(), "ReadValue: ERROR. Called from inside another call of the same thread.");
         ++calls;
@@ -261,7 +261,7 @@ TEST_F(HostTest, ManyThreadsCallEverythingWhileFramesArrive)
                     [&] { channel.GetValidEnum(error.Text(), id, "PixelFormat", 0, value.Text()); },
                     [&] { channel.GetFeatureAttr(error.Text(), id, "Width", 3, value.Text()); },
                     [&] { random() % 8 == 0 ? channel.ReleaseVideoChannel(error.Text(), id) : 0; },
-                    [&] { random() % 8 == 0 ? GetVideoChannelOf(error.Text(), call % 4, &descriptor) : 0; },
+                    [&] { random() % 8 == 0 ? EntryPoint()(error.Text(), call % 4, &descriptor) : 0; },
                     [&] { channel.StartAcquisition(error.Text(), id); },
                     [&] { channel.StartAcquisition(error.Text(), id); },
                     [&] { channel.QueryImageStatus(error.Text(), id, &status); },

@@ -3,7 +3,6 @@
 #include "support/SdkControl.h"
 #include "support/TestPlatform.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace maravel::test {
@@ -48,7 +47,7 @@ public:
     }
 
     std::size_t CameraCount() const override { return 2; }
-    std::string SdkFolder() const override { return SdkFolderNamed("sdk"); }
+    std::string SdkFolder() const override { return test::SdkFolder(); }
     std::string Serial(std::size_t camera) const override { return camera == 0 ? "SIM-A" : "SIM-B"; }
     void Unplug(std::size_t camera) override { sdk_.SimUnplug(static_cast<std::uint32_t>(camera), 1); }
     void PlugIn(std::size_t camera) override { sdk_.SimUnplug(static_cast<std::uint32_t>(camera), 0); }
@@ -57,7 +56,7 @@ public:
 
 private:
     bool allowViolations_ = false;
-    SdkControl sdk_{SdkFolderNamed("sdk")};
+    SdkControl sdk_{test::SdkFolder()};
 };
 
 } // namespace
@@ -65,11 +64,6 @@ private:
 std::unique_ptr<Bench> MakeSimulatedBench()
 {
     return std::make_unique<SimulatedBench>();
-}
-
-std::string SdkFolderNamed(const std::string& name)
-{
-    return (std::filesystem::path(ExecutableFolder()).parent_path() / name).string();
 }
 
 } // namespace maravel::test

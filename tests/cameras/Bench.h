@@ -34,7 +34,4 @@ public:
 std::unique_ptr<Bench> MakeSimulatedBench();
 std::unique_ptr<Bench> MakeAravisBench(); // null: not on this system
 
-// An SDK folder beside the folder of this program.
-std::string SdkFolderNamed(const std::string& name);
-
 } // namespace maravel::test

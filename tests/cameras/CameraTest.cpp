@@ -1,7 +1,5 @@
 #include "CameraTest.h"
 
-#include "platform/Win32.h"
-
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -15,7 +13,7 @@ std::vector<std::string> BenchNames()
     std::vector<std::string> names;
     if (only == nullptr || std::string(only) == "sdk")
         names.emplace_back("Simulated");
-    const bool built = std::filesystem::exists(SdkFolderNamed("sdk-aravis"));
+    const bool built = std::filesystem::exists(SdkFolder("sdk-aravis"));
     if (only == nullptr ? built : std::string(only) == "sdk-aravis")
         names.emplace_back("Aravis");
     return names;
@@ -68,7 +66,7 @@ void CameraTest::SetUp()
 void CameraTest::LoadAdapter()
 {
     std::string reason;
-    adapter_ = host::AdapterLibrary::Load(ExecutableFolder() + PathSeparator + MARAVEL_ADAPTER_FILE, &reason);
+    adapter_ = host::AdapterLibrary::Load(AdapterFile(), &reason);
     ASSERT_NE(adapter_, nullptr) << reason;
 }
 
@@ -91,12 +89,8 @@ void CameraTest::Open()
 
 CommonParams CameraTest::Params(int acqContinuous)
 {
-    CommonParams params = {};
-    params.exposure = 0.01;
-    params.acqContinuous = acqContinuous;
-    params.acqTriggerLowToHigh = 1;
-    params.roiwidth = 512;
-    params.roiheight = 512;
+    CommonParams params = test::Params(acqContinuous);
+    params.roiwidth = params.roiheight = 512;
     return params;
 }
 

@@ -5,6 +5,7 @@
 
 #include "Bench.h"
 #include "host/AdapterLibrary.h"
+#include "support/HostCalls.h"
 #include "support/TestPlatform.h"
 
 #include <chrono>

@@ -91,11 +91,6 @@ exposure_us = 200.0
 
 std::optional<fs::path> g_copy; // that UseCopy made
 
-fs::path SdkFolder()
-{
-    return (fs::path(ExecutableFolder()).parent_path() / "sdk").lexically_normal();
-}
-
 std::vector<FaultRow> AllFaults()
 {
     std::vector<FaultRow> rows;
@@ -144,7 +139,7 @@ private:
 class CertifyTest : public testing::Test
 {
 protected:
-    CertifyTest() : control_(host::TextOf(SdkFolder()))
+    CertifyTest() : control_(SdkFolder())
     {
         sdk = &control_;
         BindOwn();
@@ -166,7 +161,7 @@ protected:
         const Folder folder;
         const PrivateMachine machine; // whose log the adapter writes
         Settings settings{.sdk = SdkFolder(),
-                          .adapter = host::TextOf(fs::path(ExecutableFolder()) / MARAVEL_ADAPTER_FILE),
+                          .adapter = AdapterFile(),
                           .camera = {},
                           .program = fs::path(ExecutableFolder()) / MARAVEL_CAMHOST,
                           .folder = folder.Path() / "own",

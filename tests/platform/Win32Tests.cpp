@@ -164,7 +164,7 @@ TEST(Win32Libraries, LoadResolveFree)
 {
     EXPECT_EQ(LoadLibraryA("no-such-library.dll"), nullptr);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
-    const std::string adapter = ExecutableFolder() + PathSeparator + MARAVEL_ADAPTER_FILE;
+    const std::string adapter = AdapterFile();
     const HMODULE library = LoadLibraryExA(
         adapter.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     ASSERT_NE(library, nullptr);

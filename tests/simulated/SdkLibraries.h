@@ -42,7 +42,7 @@ public:
     HMODULE module; // null it to leave the library loaded
 };
 
-inline const std::string kSimulatedSdk = ExecutableFolder() + "/../sdk";
+inline const std::string kSimulatedSdk = SdkFolder();
 
 #define POINTER(result, name, parameters) result(*name) parameters = Find<result(*) parameters>(#name);
 

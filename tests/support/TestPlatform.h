@@ -15,6 +15,12 @@ void SetEnvironment(const std::string& name, const std::string& value);
 // The folder of the running program, without a separator at its end.
 std::string ExecutableFolder();
 
+// An SDK folder beside that one.
+std::string SdkFolder(const std::string& name = "sdk");
+
+// The adapter that is built into the folder of the program.
+std::string AdapterFile();
+
 // Whether a library of that file name is loaded into this process.
 bool IsModuleLoaded(const std::string& fileName);
 

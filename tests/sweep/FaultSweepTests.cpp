@@ -132,20 +132,9 @@ void Sweep::Finish(const Scenario& scenario)
 
 void Sweep::CheckState(const Scenario& scenario)
 {
-    const SimStateInfo state = host_->sdk.State();
-    const std::uint32_t running = scenario.IsWholeLife() ? 0 : 1;
-    const std::pair<const char*, bool> rules[] = {
-        {"started", state.started == running},
-        {"open cameras", state.openCameras == running},
-        {"capturing", state.capturingCameras == 0},
-        {"acquiring", state.acquiringCameras == 0},
-        {"announced frames", state.announcedFrames == 0},
-        {"queued frames", state.queuedFrames == 0},
-        {"threads", state.started != 0 || state.workerThreads == 0}};
-    for (const auto& [what, isKept] : rules) {
-        if (!isKept) {
-            Complain(std::string("left over: ") + what);
-        }
+    const std::string left = host_->LeftOver(scenario.IsWholeLife() ? 0 : 1);
+    if (!left.empty()) {
+        Complain("left over: " + left);
     }
 }
 
@@ -184,24 +173,7 @@ Sweep::Reference Sweep::Learn(const Scenario& scenario)
 void Sweep::CheckAnswer(const Answer& answer, const std::string& log)
 {
     const bool hasText = !answer.text.empty();
-    bool agrees = false;
-    switch (answer.rule) {
-    case TextRule::WithFailure:
-        agrees = hasText == (answer.status != MARAVEL_SUCCESS);
-        break;
-    case TextRule::MayEndSilently:
-        agrees = answer.status != MARAVEL_SUCCESS || !hasText;
-        break;
-    case TextRule::MayWarn:
-        agrees = hasText || answer.status == MARAVEL_SUCCESS;
-        break;
-    case TextRule::WithOpenResult:
-        // A camera that opened and does not close again is the one thing to tell of an opened channel.
-        agrees =
-            answer.detail != 0 ? hasText : !hasText || answer.text.find("while closing") != std::string::npos;
-        break;
-    }
-    if (!agrees) {
+    if (!answer.IsConsistent()) {
         Complain(answer.operation + " answered " + std::to_string(answer.status) + " with the text '" +
                  answer.text + "'");
     }
@@ -212,7 +184,7 @@ void Sweep::CheckAnswer(const Answer& answer, const std::string& log)
 
 void Sweep::CheckAnswers(const Reference& reference, const Point& point)
 {
-    const std::string log = host_->Log();
+    const std::string log = host_->LogSinceRecord();
     const std::vector<Answer>& answers = host_->Answers();
     bool isSame = true; // so far, the fault has not shown
     for (std::size_t i = 0; i < answers.size(); ++i) {

@@ -64,9 +64,7 @@ void FetchFrames(SweepHost& host, int channel, int frames = kFrames)
             Emit(host, channel, &incomplete);
         }
         Emit(host, channel, nullptr);
-        host.Query(channel);
-        host.Attributes(channel);
-        host.Fetch(channel);
+        host.Poll(channel);
     }
 }
 

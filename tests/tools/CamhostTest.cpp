@@ -194,7 +194,7 @@ TEST_F(Camhost, WhatCannotBeLoadedEndsWithThree)
 {
     std::ofstream("text.dll") << "no library";
     fs::create_directory("incomplete");
-    const std::string foreign = ExecutableFolder() + "/../sdk/bin/ZvkImageTransform.dll";
+    const std::string foreign = SdkFolder() + "/bin/ZvkImageTransform.dll";
     const std::pair<std::string, const char*> rows[] = {
         {"--adapter missing.dll", "there is no such file"},
         {"--adapter text.dll", "cannot be loaded"},
@@ -552,7 +552,7 @@ TEST_F(Camhost, WordsOfFaultsOnDemandAreChecked)
         ExpectFailure(RunBare("list --simulate \"" + std::string(faults) + "\""), 2, says);
     const fs::path empty = "sdk/bin";
     fs::create_directories(empty);
-    fs::copy(ExecutableFolder() + "/../sdk/bin/ZvkImageTransform.dll", empty / "ZvkC.dll");
+    fs::copy(SdkFolder() + "/bin/ZvkImageTransform.dll", empty / "ZvkC.dll");
     ExpectFailure(RunBare("list --sdk sdk --simulate \"busy 0\""), 2, "--simulate needs the simulated SDK");
 }
 

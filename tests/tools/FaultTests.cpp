@@ -4,6 +4,7 @@
 #include "diagnosis/Faults.h"
 #include "host/AdapterLibrary.h"
 #include "platform/Win32.h"
+#include "support/HostCalls.h"
 #include "support/SdkControl.h"
 #include "support/TestPlatform.h"
 
@@ -90,7 +91,7 @@ protected:
     static fs::path CopySdk()
     {
         fs::remove_all("sdk");
-        fs::copy(ExecutableFolder() + "/../sdk", "sdk", fs::copy_options::recursive);
+        fs::copy(SdkFolder(), "sdk", fs::copy_options::recursive);
         return "sdk";
     }
     static void Describe(const std::string& description)
@@ -108,12 +109,11 @@ protected:
     // A program of the test's own, for what camhost does not do wrong.
     static void Host(const std::function<void(const host::AdapterLibrary&, Channels&, SdkControl&)>& body)
     {
-        SdkControl sdk(ExecutableFolder() + "/../sdk");
-        SetEnvironment("ZORVIK_HOME", ExecutableFolder() + "/../sdk");
+        SdkControl sdk(SdkFolder());
+        SetEnvironment("ZORVIK_HOME", SdkFolder());
         {
             std::string reason;
-            const auto adapter = host::AdapterLibrary::Load(
-                ExecutableFolder() + PathSeparator + MARAVEL_ADAPTER_FILE, &reason);
+            const auto adapter = host::AdapterLibrary::Load(AdapterFile(), &reason);
             ASSERT_NE(adapter, nullptr) << reason;
             Channels channels;
             ASSERT_TRUE(adapter->CollectChannels(&channels));
@@ -125,11 +125,7 @@ protected:
     }
     static void Start(const Channel& channel)
     {
-        CommonParams params = {};
-        params.exposure = 0.001;
-        params.acqContinuous = 1;
-        params.roiwidth = params.roiheight = 100000;
-        EXPECT_TRUE(channel.SetupCommonParams(params));
+        EXPECT_TRUE(channel.SetupCommonParams(Params(1, 0, 0.001)));
         EXPECT_TRUE(channel.StartAcquisition());
     }
     // True when an image was there.

@@ -1,5 +1,6 @@
 // The fake GigE Vision cameras of Aravis, as processes of their own on the loopback interface.
 #include "cameras/Bench.h"
+#include "support/TestPlatform.h"
 
 #include <arpa/inet.h>
 #include <array>
@@ -121,7 +122,7 @@ public:
 
     std::size_t CameraCount() const override { return possible_; }
     std::string WhyNone() const override { return whyNone_; }
-    std::string SdkFolder() const override { return SdkFolderNamed("sdk-aravis"); }
+    std::string SdkFolder() const override { return test::SdkFolder("sdk-aravis"); }
     std::string Serial(std::size_t camera) const override { return kSerials[camera]; }
     void Unplug(std::size_t camera) override { Kill(camera); }
     bool SendsRamp() const override { return true; }

@@ -1,6 +1,18 @@
 #include "support/TestPlatform.h"
 
+#include <filesystem>
+
 namespace maravel::test {
+
+std::string SdkFolder(const std::string& name)
+{
+    return (std::filesystem::path(ExecutableFolder()).parent_path() / name).string();
+}
+
+std::string AdapterFile()
+{
+    return (std::filesystem::path(ExecutableFolder()) / MARAVEL_ADAPTER_FILE).string();
+}
 
 RegistryEntry RegistryKeyOnly(const std::string& key)
 {
