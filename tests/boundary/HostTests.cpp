@@ -1,5 +1,6 @@
 // Hosts that are careless, hostile or many.
 #include "boundary/AdapterTest.h"
+#include "support/RandomHost.h"
 
 #include "sdk/ZvkTypes.h"
 
@@ -236,40 +237,11 @@ TEST_F(HostTest, ManyThreadsCallEverythingWhileFramesArrive)
     std::vector<std::thread> hosts;
     for (int thread = 0; thread < kThreads; ++thread) {
         hosts.emplace_back([&, thread] {
-            std::minstd_rand random(static_cast<unsigned>(thread + 1));
-            GuardedBuffer error(256, 0);
-            GuardedBuffer value(256, 0);
-            GuardedBuffer image(64 * 48 * 3);
+            std::mt19937 random(static_cast<unsigned>(thread + 1));
+            HostCalls host(EntryPoint(), channel);
             for (int call = 0; call < kCalls; ++call) {
-                const std::int64_t id =
-                    static_cast<std::int64_t>(random() % 4) - (random() % 16 == 0 ? 4 : 0);
-                const CommonParams params =
-                    Params(static_cast<int>(random() % 2), static_cast<int>(random() % 2));
-                ImageAttributes attributes = {};
-                attributes.structSize = sizeof attributes;
-                std::uint32_t status = 0;
-                std::int32_t type = 0;
-                VideoChannelDescriptor descriptor = {};
-                descriptor.structSize = sizeof descriptor;
-                const std::function<void()> work[] = {
-                    [&] { channel.SetupCommonParams(error.Text(), id, &params); },
-                    [&] { channel.StopAcquisition(error.Text(), id); },
-                    [&] { channel.ReadValue(error.Text(), id, "ExposureTime", value.Text()); },
-                    [&] { channel.WriteValue(error.Text(), id, "Gain", "1.5"); },
-                    [&] { channel.GetFeatureName(error.Text(), id, call % 90, value.Text()); },
-                    [&] { channel.GetFeatureType(error.Text(), id, "Width", &type); },
-                    [&] { channel.GetValidEnum(error.Text(), id, "PixelFormat", 0, value.Text()); },
-                    [&] { channel.GetFeatureAttr(error.Text(), id, "Width", 3, value.Text()); },
-                    [&] { random() % 8 == 0 ? channel.ReleaseVideoChannel(error.Text(), id) : 0; },
-                    [&] { random() % 8 == 0 ? EntryPoint()(error.Text(), call % 4, &descriptor) : 0; },
-                    [&] { channel.StartAcquisition(error.Text(), id); },
-                    [&] { channel.StartAcquisition(error.Text(), id); },
-                    [&] { channel.QueryImageStatus(error.Text(), id, &status); },
-                    [&] { channel.GetImageAttributes(error.Text(), id, &attributes, &status); },
-                    [&] { channel.GetImage(error.Text(), id, image.Data(), &status); },
-                    [&] { channel.GetImage(error.Text(), id, image.Data(), &status); },
-                };
-                work[random() % std::size(work)]();
+                const auto id = static_cast<std::int64_t>(random() % 4) - (random() % 16 == 0 ? 4 : 0);
+                CallAnything(host, Drawing::Threads, id, std::size_t{64} * 48 * 3, random);
             }
         });
     }

@@ -1,7 +1,7 @@
 // Every conversion with odd sizes: source and destination have exactly the bytes that they need.
-#include "fuzz/FuzzInput.h"
 #include "imagetransform/TransformInfo.h"
 #include "sdk/ImageTransformEntryPoints.h"
+#include "support/Input.h"
 
 #include <vector>
 
@@ -30,7 +30,7 @@ constexpr ZvkPixelFormat_t kFormats[] = {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    maravel::fuzz::Input input(data, size);
+    maravel::test::Input input(data, size);
     const auto choice = input.Take<std::uint8_t>();
     const ZvkPixelFormat_t format =
         choice < std::size(kFormats) ? kFormats[choice] : input.Take<ZvkPixelFormat_t>();

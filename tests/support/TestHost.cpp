@@ -113,6 +113,9 @@ TestHost::~TestHost()
 
 void TestHost::LoadAdapter()
 {
+    if (adapter_ != nullptr) {
+        return;
+    }
     adapter_ = LoadLibraryA(adapterFile_.c_str());
     ASSERT_NE(adapter_, nullptr) << adapterFile_ << " does not load";
     Resolve("GetVideoChannel", getVideoChannel_);

@@ -23,7 +23,7 @@ public:
     TestHost(const TestHost&) = delete;
     TestHost& operator=(const TestHost&) = delete;
 
-    void LoadAdapter();
+    void LoadAdapter(); // unless it is
     void UnloadAdapter();
 
     // A further function that the loaded adapter exports.

@@ -1,4 +1,4 @@
-// Draws values from a fuzzer's input; past its end everything is zero.
+// Draws values from bytes: a fuzzer's input, or what a generator gives. Past their end everything is zero.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-namespace maravel::fuzz {
+namespace maravel::test {
 
 class Input
 {
@@ -52,4 +52,4 @@ private:
     std::size_t size_;
 };
 
-} // namespace maravel::fuzz
+} // namespace maravel::test
