@@ -1,32 +1,57 @@
 // Whether every frame that a camera emitted turned up somewhere.
 #pragma once
 
-#include "soak/SoakChannel.h"
+#include "support/SdkControl.h"
 
+#include <array>
 #include <cstdint>
-#include <map>
+#include <istream>
 #include <string>
 #include <vector>
 
 namespace maravel::soak {
 
-// Sums over all cameras and sessions.
-struct Totals
+// What is summed over all channels and sessions.
+enum Sum
 {
-    std::uint64_t emitted = 0;           // complete ones
-    std::uint64_t fetched = 0;           // by the host
-    std::uint64_t waiting = 0;           // when a session ended; gone with it
-    std::uint64_t discardedAtStop = 0;   // stored, and not fetched before the stop
-    std::uint64_t arrivedAfterStop = 0;  // complete ones
-    std::uint64_t incomplete = 0;        // emitted
-    std::uint64_t lostWithoutBuffer = 0; // never emitted: the host was slow
-    std::uint64_t calls = 0;
-    std::uint64_t refusals = 0;
+    Emitted, // complete frames
+    Fetched,
+    Waiting,
+    Discarded,
+    Late,
+    Incomplete,
+    Lost,
+    Calls,
+    Refusals,
+    Faults,
+    Restarts,
+    SumCount
 };
+inline constexpr std::array<const char*, SumCount> kSumNames = {"complete frames emitted",
+                                                                "= fetched",
+                                                                "+ waiting when a session ended",
+                                                                "+ discarded by a stop",
+                                                                "+ arrived after a stop",
+                                                                "incomplete frames, all requeued",
+                                                                "frames lost, no buffer queued",
+                                                                "host calls",
+                                                                "of these refused, with a text",
+                                                                "SDK calls made to fail",
+                                                                "restarts"};
+using Sums = std::array<std::uint64_t, SumCount>;
 
-// Compares a session's log, what the cameras say and what the host threads noted, and adds it to the totals.
-// Nothing may arrive meanwhile: every camera is stopped or has no buffer left. Returns what does not add up.
-std::vector<std::string> Audit(const std::string& log, const std::vector<SimStatistics>& cameras,
-                               const std::vector<const Ledger*>& books, Totals* totals);
+// What a host fetched of one acquisition, from a start to the next stop that succeeded.
+struct Acquisition
+{
+    std::uint64_t fetched = 0;
+    bool isDrained = false; // it was everything
+};
+using Acquisitions = std::vector<Acquisition>; // of a channel; the last one goes on
+
+// Compares a session's log, what the cameras say and what the host fetched of each channel, and adds it to
+// the sums. Nothing may arrive meanwhile: every camera is stopped or has no buffer left. Returns what does
+// not add up.
+std::vector<std::string> Audit(std::istream& log, const std::vector<SimStatistics>& cameras,
+                               const std::vector<Acquisitions>& fetched, Sums& sums);
 
 } // namespace maravel::soak

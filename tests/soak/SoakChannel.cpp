@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <thread>
-#include <utility>
 
 namespace maravel::soak {
 
@@ -11,7 +10,7 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kLargestImage = 1 << 20;
+constexpr std::size_t kLargestImage = 64 * 48 * 3;
 constexpr int kManual = 0;
 constexpr int kFreeRun = 1;
 constexpr int kHardware = 2;
@@ -21,69 +20,60 @@ constexpr milliseconds kInFlight{50};
 // Faults that happen once are over after so many attempts, and a camera is plugged in again.
 constexpr int kAttempts = 100;
 
-CommonParams ParamsFor(int mode)
-{
-    CommonParams params = {};
-    params.exposure = 0.0002;
-    params.acqContinuous = mode == kManual ? 0 : 1;
-    params.acqTriggered = mode == kHardware ? 1 : 0;
-    params.acqTriggerLowToHigh = 1;
-    params.roiwidth = 100'000;
-    params.roiheight = 100'000;
-    return params;
-}
-
 } // namespace
 
-SoakChannel::SoakChannel(const host::Channel& channel, test::SdkControl& sdk, std::uint32_t seed)
-    : channel_(channel), sdk_(sdk), random_(seed), features_(channel.FeatureNames()), image_(kLargestImage)
+SoakChannel::SoakChannel(test::TestHost& host, std::size_t index, std::uint32_t seed)
+    : HostCalls(host.EntryPoint(), host.Channel(index)), sdk_(host.sdk),
+      index_(static_cast<std::int64_t>(index)), random_(seed), image_(kLargestImage)
 {
 }
 
 void SoakChannel::Complain(const std::string& what)
 {
-    complaints_.push_back("channel " + std::to_string(channel_.Index()) + ": " + what);
+    complaints_.push_back("channel " + std::to_string(index_) + ": " + what);
 }
 
-std::vector<std::string> SoakChannel::TakeComplaints()
+void SoakChannel::Settle(Sums& sums, std::vector<std::string>& complaints)
 {
-    return std::exchange(complaints_, {});
+    sums[Calls] += std::exchange(calls_, 0);
+    sums[Refusals] += std::exchange(refusals_, 0);
+    complaints.insert(complaints.end(), complaints_.begin(), complaints_.end());
+    complaints_.clear();
 }
 
-bool SoakChannel::Note(const char* operation, const host::Outcome& outcome)
+void SoakChannel::Note(const test::Answer& answer)
 {
-    ++ledger_.calls;
-    if (!outcome) {
-        ++ledger_.refusals;
-        if (outcome.text.empty()) {
-            Complain(std::string(operation) + " failed without a text");
-        }
+    ++calls_;
+    refusals_ += answer.status != MARAVEL_SUCCESS;
+    if (!answer.IsConsistent()) {
+        Complain(answer.operation + " answered " + std::to_string(answer.status) + " with the text '" +
+                 answer.text + "'");
     }
-    return outcome.ok;
+    if (isNowhere_ && answer.status == MARAVEL_SUCCESS && answer.operation != "QueryImageStatus") {
+        Complain("a channel that does not exist is served: " + answer.operation);
+    }
 }
 
 // False when none waits.
 bool SoakChannel::FetchOne()
 {
-    if (channel_.QueryImageStatus() != ImageStatusReady) {
+    Query(index_);
+    if (ImageStatus() != ImageStatusReady) {
         return false;
     }
-    std::uint32_t status = ImageStatusError;
     if (Random(8) == 0) {
-        ImageAttributes attributes;
-        if (Note("GetImageAttributes", channel_.GetImageAttributes(&attributes, &status)) &&
-            attributes.timestamp <= lastTimestamp_) {
+        ImageAttributes attributes = {};
+        attributes.structSize = sizeof attributes;
+        if (Attributes(index_, &attributes) == MARAVEL_SUCCESS && attributes.timestamp <= lastTimestamp_) {
             Complain("an image is older than the one before");
         }
         lastTimestamp_ = attributes.timestamp;
     }
-    if (!Note("GetImage", channel_.GetImage(image_.data(), &status)) || status != ImageStatusReady) {
-        Complain("an image that waits is not delivered, status " + std::to_string(status));
+    if (Fetch(index_, image_.Data()) != MARAVEL_SUCCESS || ImageStatus() != ImageStatusReady) {
+        Complain("an image that waits is not delivered, status " + std::to_string(ImageStatus()));
         return false;
     }
-    ++ledger_.fetched;
-    ++ledger_.fetchedSinceStop;
-    ++frames_;
+    ++fetched_.back().fetched;
     return true;
 }
 
@@ -93,24 +83,24 @@ void SoakChannel::Drain()
     }
 }
 
-void SoakChannel::SetUpAndStart()
+bool SoakChannel::SetUpAndStart(int mode)
 {
-    mode_ = Random(4) == 0 ? kManual : Random(6) == 0 ? kHardware : kFreeRun;
-    if (!Note("SetupCommonParams", channel_.SetupCommonParams(ParamsFor(mode_)))) {
-        return;
+    mode_ = mode;
+    if (Configure(index_, test::Params(mode != kManual, mode == kHardware, 0.0002)) != MARAVEL_SUCCESS) {
+        return false;
     }
     // A start that is refused half-way may have left the camera running.
     isStreaming_ = true;
     lastTimestamp_ = 0;
-    Note("StartAcquisition", channel_.StartAcquisition());
+    return Start(index_) == MARAVEL_SUCCESS;
 }
 
 bool SoakChannel::StopUntilDone(bool isDrained)
 {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        if (Note("StopAcquisition", channel_.StopAcquisition())) {
-            ledger_.stopped.push_back({ledger_.fetchedSinceStop, isDrained});
-            ledger_.fetchedSinceStop = 0;
+        if (Stop(index_) == MARAVEL_SUCCESS) {
+            fetched_.back().isDrained = isDrained;
+            fetched_.emplace_back();
             isStreaming_ = false;
             return true;
         }
@@ -124,7 +114,7 @@ bool SoakChannel::Quieten()
 {
     bool isQuiet = false;
     for (int attempt = 0; attempt < kAttempts && !isQuiet; ++attempt) {
-        isQuiet = Note("ExecuteCommand", channel_.ExecuteCommand("AcquisitionStop"));
+        isQuiet = Execute(index_, "AcquisitionStop") == MARAVEL_SUCCESS;
     }
     Drain();
     std::this_thread::sleep_for(kInFlight);
@@ -132,28 +122,9 @@ bool SoakChannel::Quieten()
     return isQuiet;
 }
 
-bool SoakChannel::StopDrained()
-{
-    return StopUntilDone(Quieten());
-}
-
-void SoakChannel::Release()
-{
-    Note("ReleaseVideoChannel", channel_.Release());
-}
-
 bool SoakChannel::Works()
 {
-    if (isStreaming_ && !StopUntilDone(false)) {
-        return false;
-    }
-    mode_ = kFreeRun;
-    if (!Note("SetupCommonParams", channel_.SetupCommonParams(ParamsFor(mode_)))) {
-        return false;
-    }
-    isStreaming_ = true;
-    lastTimestamp_ = 0;
-    if (!Note("StartAcquisition", channel_.StartAcquisition())) {
+    if ((isStreaming_ && !StopUntilDone(false)) || !SetUpAndStart(kFreeRun)) {
         return false;
     }
     const Clock::time_point deadline = Clock::now() + kFirstFrame;
@@ -167,67 +138,43 @@ bool SoakChannel::Works()
 }
 
 // What no host should do, which the adapter is to survive.
-void SoakChannel::Provoke()
+void SoakChannel::CallNowhere()
 {
-    std::string value;
-    std::int32_t type = 0;
-    std::uint32_t status = 0;
-    channel_.ReadValue("NoSuchFeature", &value);
-    channel_.GetFeatureType("", &type);
-    channel_.WriteValue("Width", "not a number");
-    channel_.GetImage(nullptr, &status);
-    VideoChannelDescriptor elsewhere = channel_.Descriptor();
-    elsewhere.channelID = Random(2) == 0 ? -1 : 1'000'000;
-    const host::Channel nowhere(elsewhere);
-    if (nowhere.StartAcquisition() || nowhere.StopAcquisition() || nowhere.Release()) {
-        Complain("a channel that does not exist is served");
-    }
-}
-
-void SoakChannel::UseFeatures()
-{
-    const std::string& feature =
-        features_[static_cast<std::size_t>(Random(static_cast<int>(features_.size())))];
-    std::string value;
-    std::int32_t type = 0;
-    Note("ReadValue", channel_.ReadValue(feature, &value));
-    Note("GetFeatureType", channel_.GetFeatureType(feature, &type));
-    channel_.Description(feature);
-    channel_.IsWritable(feature);
-    if (type == FeatureTypeEnum) {
-        channel_.EnumEntries(feature);
-    }
-    Note("WriteValue", channel_.WriteValue("Gain", std::to_string(Random(10))));
+    Fetch(index_, nullptr);
+    isNowhere_ = true;
+    CallAnything(*this, test::Drawing::Threads, Random(2) == 0 ? -1 : 1'000'000, kLargestImage, random_);
+    isNowhere_ = false;
 }
 
 void SoakChannel::Step()
 {
     const int chance = Random(1000);
     if (!isStreaming_ || chance < 3) {
-        SetUpAndStart();
+        SetUpAndStart(Random(4) == 0 ? kManual : Random(6) == 0 ? kHardware : kFreeRun);
     }
     else if (chance < 6) {
         StopUntilDone(false);
         // The first channel stays open, so that the adapter stays up.
-        if (channel_.Index() != 0 && Random(2) == 0) {
-            Release();
+        if (index_ != 0 && Random(2) == 0) {
+            Close();
         }
     }
     else if (chance < 7) {
         StopDrained();
     }
-    else if (chance < 12) {
-        UseFeatures();
+    else if (chance < 20) {
+        CallAnything(*this, test::Drawing::Soak, index_, kLargestImage, random_);
+        Write(index_, "Gain", std::to_string(Random(10)));
     }
-    else if (chance < 14) {
-        Provoke();
+    else if (chance < 25) {
+        CallNowhere();
     }
     else if (!FetchOne()) {
         if (mode_ == kManual) {
-            Note("StartAcquisition", channel_.StartAcquisition());
+            Start(index_);
         }
         else if (mode_ == kHardware) {
-            sdk_.SimPulseLine(static_cast<std::uint32_t>(channel_.Index()), "Line0");
+            sdk_.SimPulseLine(static_cast<std::uint32_t>(index_), "Line0");
         }
         std::this_thread::sleep_for(milliseconds(1));
     }

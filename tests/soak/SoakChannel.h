@@ -1,10 +1,10 @@
 // One host thread's dealings with one channel, and the books that it keeps.
 #pragma once
 
-#include "host/Channel.h"
-#include "support/SdkControl.h"
+#include "soak/SoakAudit.h"
+#include "support/RandomHost.h"
+#include "support/TestHost.h"
 
-#include <atomic>
 #include <cstdint>
 #include <random>
 #include <string>
@@ -12,68 +12,51 @@
 
 namespace maravel::soak {
 
-// Frames of one acquisition, from a start to the next stop that succeeded.
-struct Acquisition
-{
-    std::uint64_t fetched;
-    bool isDrained; // the host had fetched everything before it stopped
-};
-
-// What one session, from a start of the adapter to the next, came to.
-struct Ledger
-{
-    std::uint64_t fetched = 0;
-    std::uint64_t fetchedSinceStop = 0;
-    std::vector<Acquisition> stopped;
-    std::uint64_t calls = 0;
-    std::uint64_t refusals = 0; // calls that failed, with a text
-};
-
-// Not for several threads at once, but for Frames().
-class SoakChannel
+// Not for several threads at once.
+class SoakChannel : private test::HostCalls
 {
 public:
-    SoakChannel(const host::Channel& channel, test::SdkControl& sdk, std::uint32_t seed);
+    SoakChannel(test::TestHost& host, std::size_t index, std::uint32_t seed);
 
     // One random thing that a host does: mostly fetching.
     void Step();
     // Sets up free run, starts, and waits for an image; false when none comes. No fault may be armed.
     bool Works();
+    // Fetches all that waits.
+    void Drain();
     // Has the camera send nothing more and fetches everything; false when the camera does not listen.
     bool Quieten();
     // The same, and stops; false when that fails.
-    bool StopDrained();
-    void Drain();
+    bool StopDrained() { return StopUntilDone(Quieten()); }
     // Closes the camera.
-    void Release();
+    void Close() { Release(index_); }
 
-    bool IsStreaming() const { return isStreaming_; }
-    const Ledger& Books() const { return ledger_; }
-    std::uint64_t Frames() const { return frames_; }
-    // What went wrong since the last call.
-    std::vector<std::string> TakeComplaints();
+    // Of one session, from a start of the adapter to the next.
+    const Acquisitions& Fetched() const { return fetched_; }
+    // Counts calls and what went wrong since the last call of this.
+    void Settle(Sums& sums, std::vector<std::string>& complaints);
 
 private:
-    bool Note(const char* operation, const host::Outcome& outcome);
+    void Note(const test::Answer& answer) override;
     bool FetchOne();
-    void SetUpAndStart();
+    bool SetUpAndStart(int mode);
     bool StopUntilDone(bool isDrained);
-    void Provoke();
-    void UseFeatures();
+    void CallNowhere();
     void Complain(const std::string& what);
     int Random(int below) { return static_cast<int>(random_() % static_cast<std::uint32_t>(below)); }
 
-    host::Channel channel_;
     test::SdkControl& sdk_;
+    const std::int64_t index_;
     std::mt19937 random_;
-    std::vector<std::string> features_;
-    std::vector<unsigned char> image_;
+    test::GuardedBuffer image_;
     std::vector<std::string> complaints_;
-    Ledger ledger_;
-    std::atomic<std::uint64_t> frames_ = 0;
+    Acquisitions fetched_ = Acquisitions(1);
+    std::uint64_t calls_ = 0;
+    std::uint64_t refusals_ = 0;
     std::uint64_t lastTimestamp_ = 0;
     int mode_ = 0;
     bool isStreaming_ = false;
+    bool isNowhere_ = false; // the call is for a channel that does not exist
 };
 
 } // namespace maravel::soak
