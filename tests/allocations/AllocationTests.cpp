@@ -37,8 +37,7 @@ protected:
     {
         failures_ = 0;
         for (std::int32_t i = 0; i < 3; ++i) {
-            Guarded<VideoChannelDescriptor> channel;
-            channel->structSize = sizeof(VideoChannelDescriptor);
+            Guarded<VideoChannelDescriptor> channel(sizeof(VideoChannelDescriptor));
             if (GetVideoChannel(i, channel.Get()) == MARAVEL_SUCCESS) {
                 callbacks_ = *channel;
             }

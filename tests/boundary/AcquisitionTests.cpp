@@ -110,7 +110,7 @@ TEST_F(AcquisitionTest, NumberOfFramesFollowsThePayload)
     const Row rows[] = {{0x100000, 16}, {0x100001, 8}, {0x800000, 8}, {0x800001, 4}, {3072, 16}};
     Open();
     ASSERT_EQ(Configure(0), 0);
-    sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(&AnswerPayload));
+    Replace("ZvkPayloadSizeGet", AnswerPayload);
     for (const Row& row : rows) {
         payload = row.payload;
         sdk.SimClearCalls();
@@ -125,7 +125,7 @@ TEST_F(AcquisitionTest, APayloadThatChangesWhileCapturingIsRefused)
     ExpectErrors();
     Stream(0);
     payload = 5000;
-    sdk.SimReplaceEntry("ZvkPayloadSizeGet", reinterpret_cast<void*>(&AnswerPayload));
+    Replace("ZvkPayloadSizeGet", AnswerPayload);
     EXPECT_EQ(Start(0), 1);
     EXPECT_EQ(TextNow(), "StartAcquisition: ERROR. AllocVideoBuffers failed.");
     EXPECT_EQ(CountInLog("AllocateVideoBuffers: ERROR. channelID=0. Payload size changed from 3072 to 5000 "
@@ -184,7 +184,6 @@ TEST_F(AcquisitionTest, StartFailures)
                      row.text);
         Open();
         ASSERT_EQ(Configure(1, row.continuous, 0), 0);
-        ClearText();
         ClearLog();
         sdk.SimClearCalls();
         sdk.SimFailCalls(row.faults.data(), static_cast<std::uint32_t>(row.faults.size()));
@@ -203,7 +202,6 @@ TEST_F(AcquisitionTest, StartFailures)
         if (row.continuous == 0) {
             EXPECT_EQ(Stop(1), 0);
         }
-        ClearText();
         EXPECT_EQ(Start(1), 0) << TextNow();
         EXPECT_EQ(TextNow(), "");
         DeliverFrames(1);
@@ -231,8 +229,7 @@ TEST_F(AcquisitionTest, AnImageSizeThatNoImageHasFailsTheStart)
 {
     ExpectErrors();
     static std::int64_t side;
-    using IntGet = ZvkError_t (*)(ZvkHandle_t, const char*, std::int64_t*);
-    const IntGet answer = [](ZvkHandle_t, const char*, std::int64_t* value) {
+    const auto answer = [](ZvkHandle_t, const char*, std::int64_t* value) {
         *value = side;
         return ZvkErrorSuccess;
     };
@@ -241,7 +238,7 @@ TEST_F(AcquisitionTest, AnImageSizeThatNoImageHasFailsTheStart)
     for (const std::int64_t size :
          {std::int64_t{0}, std::int64_t{-1}, INT64_MIN, INT64_MAX, std::int64_t{1} << 31}) {
         side = size;
-        sdk.SimReplaceEntry("ZvkFeatureIntGet", reinterpret_cast<void*>(answer));
+        Replace("ZvkFeatureIntGet", answer);
         EXPECT_EQ(Start(1), 1) << size;
         EXPECT_EQ(CountInLog("AllocateVideoBuffers: ERROR. channelID=1. No memory for a converted image of " +
                              std::to_string(size) + " x " + std::to_string(size) + " pixels."),

@@ -27,9 +27,10 @@ protected:
 
     // Collects all channels, all of which must open.
     void Open();
+    using TestHost::Configure;
     std::int32_t Configure(std::int64_t channel, int acqContinuous = 1, int acqTriggered = 0)
     {
-        return TestHost::Configure(channel, Params(acqContinuous, acqTriggered));
+        return Configure(channel, Params(acqContinuous, acqTriggered));
     }
     // The image status.
     std::uint32_t Status(std::int64_t channel);

@@ -10,11 +10,6 @@ namespace {
 class ConfigurationTest : public AdapterTest
 {
 protected:
-    std::int32_t SetupWith(std::int64_t channel, const CommonParams& params)
-    {
-        return Channel(0).SetupCommonParams(text(), channel, &params);
-    }
-
     // The calls of one set-up on a camera that is open already, from the trigger features to the offsets.
     std::vector<std::string> FeatureWrites()
     {
@@ -57,8 +52,8 @@ TEST_F(ConfigurationTest, TriggerModes)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.label != nullptr ? row.label : "none");
         for (const char* selector : {"AcquisitionStart", "FrameStart"}) {
-            ASSERT_EQ(Channel(0).WriteValue(text(), 0, "TriggerSelector", selector), 0);
-            ASSERT_EQ(Channel(0).WriteValue(text(), 0, "TriggerSource", "Software"), 0);
+            ASSERT_EQ(Write(0, "TriggerSelector", selector), 0);
+            ASSERT_EQ(Write(0, "TriggerSource", "Software"), 0);
         }
         sdk.SimClearCalls();
         ClearLog();
@@ -87,12 +82,10 @@ TEST_F(ConfigurationTest, ACameraThatTriggersItselfGetsALine)
 {
     Open();
     ASSERT_EQ(Configure(0, 1, 1), 0);
-    ZvkError_t (*const answer)(ZvkHandle_t, const char*, const char**) = [](ZvkHandle_t, const char*,
-                                                                            const char** entry) {
+    Replace("ZvkFeatureEnumGet", [](ZvkHandle_t, const char*, const char** entry) {
         *entry = "Freerun";
-        return ZvkError_t{ZvkErrorSuccess};
-    };
-    sdk.SimReplaceEntry("ZvkFeatureEnumGet", reinterpret_cast<void*>(answer));
+        return ZvkErrorSuccess;
+    });
     ClearLog();
     EXPECT_EQ(Configure(0, 1, 1), 0);
     EXPECT_EQ(CountInLog("ResetTriggerSource: Set to 'Line0'"), 1);
@@ -103,16 +96,14 @@ TEST_F(ConfigurationTest, ALineThatTheUserChoseStays)
     Open();
     CommonParams params = Params(1, 1);
     params.acqTriggerLowToHigh = 0;
-    ASSERT_EQ(SetupWith(0, params), 0);
-    ASSERT_EQ(Channel(0).WriteValue(text(), 0, "TriggerSource", "Line1"), 0);
+    ASSERT_EQ(Configure(0, params), 0);
+    ASSERT_EQ(Write(0, "TriggerSource", "Line1"), 0);
     sdk.SimClearCalls();
     ClearLog();
-    EXPECT_EQ(SetupWith(0, params), 0);
+    EXPECT_EQ(Configure(0, params), 0);
     EXPECT_EQ(CountInLog("ResetTriggerSource: Set to 'Line0'"), 0);
     EXPECT_EQ(CountInLog("SetTriggerActivation: Set to 'FallingEdge'"), 1);
-    GuardedBuffer value(256);
-    ASSERT_EQ(Channel(0).ReadValue(text(), 0, "TriggerSource", value.Text()), 0);
-    EXPECT_EQ(value.AsText(), "Line1");
+    EXPECT_EQ(Read(0, "TriggerSource"), "Line1");
 }
 
 TEST_F(ConfigurationTest, AnOldCameraIsTriggeredByItsExposureMode)
@@ -121,7 +112,6 @@ TEST_F(ConfigurationTest, AnOldCameraIsTriggeredByItsExposureMode)
     for (const auto& [triggered, entry] : {std::pair{1, "Timed"}, std::pair{0, "Off"}}) {
         sdk.SimClearCalls();
         ClearLog();
-        ClearText();
         EXPECT_EQ(Configure(2, 1, triggered), 0) << TextNow();
         EXPECT_EQ(CountInLog("SetTriggerSelector: WARNING. TriggerSelector not supported."), 2);
         EXPECT_EQ(CountInLog("SetTriggerActivation: WARNING. TriggerActivation not supported."), 1);
@@ -134,13 +124,13 @@ TEST_F(ConfigurationTest, AnOldCameraIsTriggeredByItsExposureMode)
 TEST_F(ConfigurationTest, AutomaticExposureOwnsTheExposureTime)
 {
     Open();
-    ASSERT_EQ(Channel(0).WriteValue(text(), 0, "ExposureAuto", "Continuous"), 0);
+    ASSERT_EQ(Write(0, "ExposureAuto", "Continuous"), 0);
     sdk.SimClearCalls();
     ClearLog();
     EXPECT_EQ(Configure(0), 0);
     EXPECT_EQ(CountInLog("SetupCommonParams: bExposureAutoOff=0"), 1);
     EXPECT_EQ(sdk.SimCallCount("ZvkFeatureFloatSet"), 0u);
-    ASSERT_EQ(Channel(0).WriteValue(text(), 0, "ExposureAuto", "Off"), 0);
+    ASSERT_EQ(Write(0, "ExposureAuto", "Off"), 0);
     sdk.SimFailCall("ZvkFeatureEnumGet", 1, -3, 0); // as a camera without the feature answers
     ClearLog();
     EXPECT_EQ(Configure(0), 0);
@@ -169,7 +159,7 @@ TEST_F(ConfigurationTest, RegionOfInterest)
         params.roiwidth = row.width;
         params.roiheight = row.height;
         sdk.SimClearCalls();
-        EXPECT_EQ(SetupWith(0, params), 0) << TextNow();
+        EXPECT_EQ(Configure(0, params), 0) << TextNow();
         std::vector<std::string> writes;
         for (const std::string& call : WithoutSuccess(sdk.Calls())) {
             if (call.starts_with("ZvkFeatureIntSet")) {
@@ -219,7 +209,6 @@ TEST_F(ConfigurationTest, Failures)
     ASSERT_EQ(Configure(2), 0);
     for (const Row& row : rows) {
         SCOPED_TRACE(row.reported.back());
-        ClearText();
         ClearLog();
         sdk.SimClearCalls();
         sdk.SimFailCalls(row.faults.data(), static_cast<std::uint32_t>(row.faults.size()));
@@ -244,7 +233,6 @@ TEST_F(ConfigurationTest, HardwareSourceFailures)
     ExpectErrors();
     Open();
     ASSERT_EQ(Configure(0), 0);
-    ClearText();
     sdk.SimFailCall("ZvkFeatureEnumGet", 2, -5, 0);
     EXPECT_EQ(Configure(0, 1, 1), 0);
     EXPECT_EQ(
@@ -265,9 +253,8 @@ TEST_F(ConfigurationTest, UnreadableMaximaOnlyWarnInTheLog)
     CommonParams params = Params(1, 0);
     params.roiwidth = 32;
     params.roiheight = 24;
-    ClearText();
     sdk.SimFailCall("ZvkFeatureIntGet", 1, -3, 1);
-    EXPECT_EQ(SetupWith(0, params), 0);
+    EXPECT_EQ(Configure(0, params), 0);
     EXPECT_EQ(TextNow(), "");
     EXPECT_EQ(
         CountInLog(
@@ -293,7 +280,7 @@ TEST_F(ConfigurationTest, ACameraWithoutOffsets)
     EXPECT_EQ(CountInLog(warning), 2);
     CommonParams params = Params(1, 0);
     params.roix = 16;
-    EXPECT_EQ(SetupWith(2, params), 1);
+    EXPECT_EQ(Configure(2, params), 1);
     EXPECT_EQ(
         TextNow(),
         "SetupCommonParams: ERROR. ZvkFeatureIntSet OffsetX=16 failed. ChannelID=2. Reason=ZvkErrorNotFound (-3)");

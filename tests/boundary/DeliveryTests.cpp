@@ -10,11 +10,6 @@ namespace {
 class DeliveryTest : public AdapterTest
 {
 protected:
-    std::int32_t Attributes(std::int64_t channel, ImageAttributes* attributes, std::uint32_t* status)
-    {
-        return Channel(0).GetImageAttributes(text(), channel, attributes, status);
-    }
-
     static SimFrameRequest Shaped(std::uint32_t width, std::uint32_t height, std::uint32_t pixelFormat)
     {
         SimFrameRequest request = {};
@@ -30,12 +25,18 @@ protected:
     {
         Open();
         ASSERT_EQ(Configure(1), 0);
-        ASSERT_EQ(Channel(1).WriteValue(text(), 1, "PixelFormat", format), 0) << TextNow();
+        ASSERT_EQ(Write(1, "PixelFormat", format), 0) << TextNow();
         ASSERT_EQ(Start(1), 0) << TextNow();
     }
 };
 
 constexpr std::size_t kColorPixels = 32 * 16;
+
+// A transform that takes every image and writes nothing.
+ZvkError_t CompareNothing(const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t)
+{
+    return ZvkErrorSuccess;
+}
 
 TEST_F(DeliveryTest, MonochromeFormatsArriveByteForByte)
 {
@@ -53,7 +54,7 @@ TEST_F(DeliveryTest, MonochromeFormatsArriveByteForByte)
     ASSERT_EQ(Configure(0), 0);
     for (const Row& row : rows) {
         SCOPED_TRACE(row.format);
-        ASSERT_EQ(Channel(0).WriteValue(text(), 0, "PixelFormat", row.format), 0) << TextNow();
+        ASSERT_EQ(Write(0, "PixelFormat", row.format), 0) << TextNow();
         ASSERT_EQ(Start(0), 0);
         EXPECT_EQ(CountInLog(std::string("AllocateVideoBuffers: Incoming video format: ZvkPixelFormat") +
                              row.format + " Channel: 0 Camera: 0x" +
@@ -68,11 +69,9 @@ TEST_F(DeliveryTest, MonochromeFormatsArriveByteForByte)
         request.bytes = bytes.data();
         request.byteCount = static_cast<std::uint32_t>(bytes.size());
         DeliverFrame(0, request);
-        Guarded<ImageAttributes> attributes;
-        attributes->structSize = 56;
-        std::uint32_t status = 0xDEAD;
-        EXPECT_EQ(Attributes(0, attributes.Get(), &status), 0);
-        EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusReady));
+        Guarded<ImageAttributes> attributes(56);
+        EXPECT_EQ(Attributes(0, attributes.Get()), 0);
+        EXPECT_EQ(ImageStatus(), static_cast<std::uint32_t>(ImageStatusReady));
         EXPECT_EQ(attributes->pixelType, row.pixelType);
         EXPECT_EQ(attributes->pitch, 64);
         EXPECT_EQ(Fetch(0, row.payload), bytes);
@@ -94,10 +93,8 @@ TEST_F(DeliveryTest, AttributesHoldTheFramesOwnFields)
     DeliverFrames(0);
     for (const std::int32_t size : {44, 45, 56, -1, 0}) {
         SCOPED_TRACE(size);
-        Guarded<ImageAttributes> attributes;
-        attributes->structSize = size;
-        std::uint32_t status = 0xDEAD;
-        EXPECT_EQ(Attributes(0, attributes.Get(), &status), 0); // the same frame each time
+        Guarded<ImageAttributes> attributes(size);
+        EXPECT_EQ(Attributes(0, attributes.Get()), 0); // the same frame each time
         const std::int32_t expected[] = {size, 40, 30, 40, 0, 0,
                                          0,    40, 30, 8,  6, static_cast<std::int32_t>(0xA5A5A5A5)};
         EXPECT_EQ(std::memcmp(attributes.Bytes(), expected, sizeof expected), 0);
@@ -106,8 +103,7 @@ TEST_F(DeliveryTest, AttributesHoldTheFramesOwnFields)
     EXPECT_EQ(CountInLog("GetImageAttributes: INFO offsetX=8, offsetY=6, width=40, height=30"), 5);
     Fetch(0, 3072);
     Guarded<ImageAttributes> next;
-    std::uint32_t status = 0;
-    EXPECT_EQ(Attributes(0, next.Get(), &status), 0);
+    EXPECT_EQ(Attributes(0, next.Get()), 0);
     EXPECT_EQ(next->width, 64);
 }
 
@@ -115,9 +111,8 @@ TEST_F(DeliveryTest, AnEmptyFifoAnswersPending)
 {
     Stream(0);
     Guarded<ImageAttributes> attributes;
-    std::uint32_t status = 0xDEAD;
-    EXPECT_EQ(Attributes(0, attributes.Get(), &status), 0);
-    EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusPending));
+    EXPECT_EQ(Attributes(0, attributes.Get()), 0);
+    EXPECT_EQ(ImageStatus(), static_cast<std::uint32_t>(ImageStatusPending));
     EXPECT_EQ(attributes->width, static_cast<std::int32_t>(0xA5A5A5A5));
     ClearLog();
     EXPECT_EQ(Fetch(0, 16, 0, ImageStatusPending), std::vector<unsigned char>(16, 0xA5));
@@ -142,10 +137,8 @@ TEST_F(DeliveryTest, ColourArrivesAsThreePlanes)
     request.bytes = rgb.data();
     request.byteCount = static_cast<std::uint32_t>(rgb.size());
     DeliverFrame(1, request);
-    Guarded<ImageAttributes> attributes;
-    attributes->structSize = 56;
-    std::uint32_t status = 0;
-    EXPECT_EQ(Attributes(1, attributes.Get(), &status), 0);
+    Guarded<ImageAttributes> attributes(56);
+    EXPECT_EQ(Attributes(1, attributes.Get()), 0);
     EXPECT_EQ(attributes->pixelType, 2);
     EXPECT_EQ(Fetch(1, planes.size()), planes);
     EXPECT_EQ(sdk.State().queuedFrames, 16u);
@@ -157,7 +150,7 @@ TEST_F(DeliveryTest, AFormatWithoutConversionEmptiesTheConversion)
     DeliverFrames(1);
     Fetch(1, kColorPixels * 3);
     ASSERT_EQ(Stop(1), 0);
-    ASSERT_EQ(Channel(1).WriteValue(text(), 1, "PixelFormat", "Mono8"), 0);
+    ASSERT_EQ(Write(1, "PixelFormat", "Mono8"), 0);
     ASSERT_EQ(Start(1), 0);
     const std::uint64_t transforms = sdk.SimTransformCallCount("ZvkImageTransform");
     EXPECT_EQ(transforms, 1u);
@@ -252,7 +245,7 @@ TEST_F(DeliveryTest, AFrameOfAnotherFormatIsNotWrittenWhereTheHostHasLessMemoryT
     ASSERT_EQ(Configure(0), 0);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.started);
-        ASSERT_EQ(Channel(0).WriteValue(text(), 0, "PixelFormat", row.started), 0);
+        ASSERT_EQ(Write(0, "PixelFormat", row.started), 0);
         ASSERT_EQ(Start(0), 0);
         DeliverFrame(0, Shaped(64, 48, row.sent));
         EXPECT_EQ(Fetch(0, row.announced) != std::vector<unsigned char>(row.announced, 0xA5), row.delivered);
@@ -264,12 +257,8 @@ TEST_F(DeliveryTest, AFrameOfAnotherFormatIsNotWrittenWhereTheHostHasLessMemoryT
 TEST_F(DeliveryTest, AnImageThatIsNotOfTheFramesSizeIsNotWritten)
 {
     ExpectErrors();
-    using Transform = ZvkError_t (*)(const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t);
-    const Transform careless = [](const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t) {
-        return ZvkErrorSuccess; // compares nothing
-    };
     StreamColor("RGB8");
-    sdk.SimTransformReplaceEntry("ZvkImageTransform", reinterpret_cast<void*>(careless));
+    ReplaceTransform("ZvkImageTransform", CompareNothing);
     DeliverFrame(1, Shaped(16, 8, 0x02180014));
     EXPECT_EQ(Fetch(1, std::size_t{16} * 8 * 3), std::vector<unsigned char>(std::size_t{16} * 8 * 3, 0xA5));
     EXPECT_EQ(
@@ -283,18 +272,13 @@ TEST_F(DeliveryTest, AWrongImageSizeFromTheTransformWritesNothing)
     ExpectErrors();
     static std::uint32_t width;
     static std::uint32_t height;
-    using SetImageInfo = ZvkError_t (*)(ZvkPixelFormat_t, std::uint32_t, std::uint32_t, ZvkImage*);
-    const SetImageInfo inventing = [](ZvkPixelFormat_t, std::uint32_t, std::uint32_t, ZvkImage* image) {
+    const auto inventing = [](ZvkPixelFormat_t, std::uint32_t, std::uint32_t, ZvkImage* image) {
         image->imageInfo.width = width;
         image->imageInfo.height = height;
         return ZvkErrorSuccess;
     };
-    using Transform = ZvkError_t (*)(const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t);
-    const Transform nothing = [](const ZvkImage*, ZvkImage*, const ZvkTransformInfo*, std::uint32_t) {
-        return ZvkErrorSuccess;
-    };
-    sdk.SimTransformReplaceEntry("ZvkSetImageInfoFromPixelFormat", reinterpret_cast<void*>(inventing));
-    sdk.SimTransformReplaceEntry("ZvkImageTransform", reinterpret_cast<void*>(nothing));
+    ReplaceTransform("ZvkSetImageInfoFromPixelFormat", inventing);
+    ReplaceTransform("ZvkImageTransform", CompareNothing);
     for (const auto& [w, h] :
          {std::pair{0u, 16u}, {33u, 16u}, {0x10000u, 0x10000u}, {0xFFFFFFFFu, 0xFFFFFFFFu}}) {
         width = w;

@@ -65,9 +65,8 @@ class FeatureTest : public AdapterTest
 protected:
     FeatureTest()
     {
-        std::string description = kTestCameras;
-        description.insert(description.find("[[camera]]", 20), kExtraFeatures);
-        description_ = description;
+        description_ = kTestCameras;
+        description_.insert(description_.find("[[camera]]", 20), kExtraFeatures);
         Restore();
         Open();
         ClearLog();
@@ -79,18 +78,6 @@ protected:
         sdk.SimSetDescription(description_.c_str());
     }
 
-    std::int32_t Read(const char* name)
-    {
-        value_ = std::make_unique<GuardedBuffer>(256);
-        return Channel(0).ReadValue(text(), 0, name, value_->Text());
-    }
-    std::string Value() { return value_->AsText(); }
-    std::int32_t Write(const char* name, const char* value)
-    {
-        return Channel(0).WriteValue(text(), 0, name, value);
-    }
-
-    std::unique_ptr<GuardedBuffer> value_;
     std::string description_;
 };
 
@@ -129,14 +116,13 @@ TEST_F(FeatureTest, ValuesThereAndBack)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.name) + " " + row.written);
-        EXPECT_EQ(Write(row.name, row.written), 0) << TextNow();
+        EXPECT_EQ(Write(0, row.name, row.written), 0) << TextNow();
         const std::vector<std::string> log = Log();
         EXPECT_EQ(log.back(), row.line);
         EXPECT_EQ(log.front().find("WriteValue: channelID=0, addr='" + std::string(row.name) + "', val='" +
                                    row.written + "'"),
                   0u);
-        EXPECT_EQ(Read(row.name), 0) << TextNow();
-        EXPECT_EQ(Value(), row.read);
+        EXPECT_EQ(Read(0, row.name), row.read) << TextNow();
         EXPECT_EQ(Log().back(), "ReadValue: channelID=0, addr='" + std::string(row.name) + "'");
         EXPECT_EQ(TextNow(), "");
         ClearLog();
@@ -153,9 +139,8 @@ TEST_F(FeatureTest, NumbersDoNotFollowTheHostsLocale)
     if (!UseDecimalComma()) {
         GTEST_SKIP() << "no locale with a decimal comma on this machine";
     }
-    EXPECT_EQ(Write("TestFloat", "12.75"), 0);
-    EXPECT_EQ(Read("TestFloat"), 0);
-    EXPECT_EQ(Value(), "12.750000");
+    EXPECT_EQ(Write(0, "TestFloat", "12.75"), 0);
+    EXPECT_EQ(Read(0, "TestFloat"), "12.750000");
     EXPECT_EQ(CountInLog("WriteValue: ZvkFeatureDataFloat: 'TestFloat' set to '12.750000'"), 1);
     std::setlocale(LC_ALL, "C");
 }
@@ -163,15 +148,16 @@ TEST_F(FeatureTest, NumbersDoNotFollowTheHostsLocale)
 TEST_F(FeatureTest, CommandsAndUnknownTypesHaveNoValue)
 {
     ExpectErrors();
-    EXPECT_EQ(Read("TestCommand"), 0);
-    EXPECT_EQ(value_->AsBytes(), std::vector<unsigned char>(256, 0xA5));
-    EXPECT_EQ(Write("TestCommand", "1"), 1);
+    Read(0, "TestCommand");
+    EXPECT_EQ(Result(), 0);
+    EXPECT_TRUE(IsTextUntouched());
+    EXPECT_EQ(Write(0, "TestCommand", "1"), 1);
     EXPECT_EQ(Log().back(), "WriteValue: WARNING. ZvkFeatureDataCommand called (unhandeled).");
     EXPECT_EQ(TextNow(), "");
-    EXPECT_EQ(Write("TestRaw", "1"), 1);
+    EXPECT_EQ(Write(0, "TestRaw", "1"), 1);
     EXPECT_EQ(Log().back(), "WriteValue: WARNING. Unknown featureDataType (unhandeled).");
     EXPECT_EQ(TextNow(), "");
-    EXPECT_EQ(Read("TestRaw"), 1);
+    Read(0, "TestRaw");
     EXPECT_EQ(TextNow(), "ReadValue: ERROR for feature 'TestRaw'. Unknown feature type=7.");
 }
 
@@ -205,17 +191,16 @@ TEST_F(FeatureTest, Failures)
         {{"ZvkStartup", 9, -1, 0}, "", "1", "WriteValue: ERROR. Feature '' not found for channelID=0."},
     };
     // clang-format on
-    ASSERT_EQ(Read("TestInt"), 0);
+    ASSERT_NE(Read(0, "TestInt"), "");
     for (const Row& row : rows) {
         ClearLog();
-        ClearText();
         sdk.SimFailCalls(&row.fault, 1);
-        EXPECT_EQ(row.value == nullptr ? Read(row.name) : Write(row.name, row.value), 1);
+        row.value == nullptr ? static_cast<void>(Read(0, row.name))
+                             : static_cast<void>(Write(0, row.name, row.value));
+        EXPECT_EQ(Result(), 1);
         EXPECT_EQ(TextNow(), row.text);
         EXPECT_EQ(Log().back(), row.text);
-        if (row.value == nullptr) {
-            EXPECT_EQ(value_->AsBytes(), std::vector<unsigned char>(256, 0xA5));
-        }
+        EXPECT_TRUE(row.value != nullptr || IsTextUntouched());
         Restore();
     }
     EXPECT_EQ(sdk.SimCallCount("ZvkFeatureIntSet"), 0u);
@@ -224,15 +209,14 @@ TEST_F(FeatureTest, Failures)
 TEST_F(FeatureTest, EveryCallbackThatNeedsACameraSaysThatItCannotOpenIt)
 {
     ExpectErrors();
-    GuardedBuffer value(256);
     sdk.SimFailCall("ZvkCameraOpen", 1, -6, 1);
     const std::string tail =
         ": ERROR. Error while opening camera. channelID=0. Reason=ZvkErrorInvalidAccess (-6)";
-    EXPECT_EQ(Read("TestInt"), 1);
+    Read(0, "TestInt");
     EXPECT_EQ(TextNow(), "ReadValue" + tail);
-    EXPECT_EQ(Write("TestInt", "1"), 1);
+    EXPECT_EQ(Write(0, "TestInt", "1"), 1);
     EXPECT_EQ(TextNow(), "WriteValue" + tail);
-    EXPECT_EQ(Channel(0).ExecuteCommand(text(), 0, "TestCommand"), 1);
+    EXPECT_EQ(Execute(0, "TestCommand"), 1);
     EXPECT_EQ(TextNow(), "ExecuteCommand" + tail);
 }
 
@@ -240,8 +224,7 @@ TEST_F(FeatureTest, CommandsRunAndAreAwaited)
 {
     using std::chrono::milliseconds;
     using std::chrono::steady_clock;
-    const auto run = [&](const char* name) { return Channel(0).ExecuteCommand(text(), 0, name); };
-    EXPECT_EQ(run("TestCommand"), 0);
+    EXPECT_EQ(Execute(0, "TestCommand"), 0);
     EXPECT_EQ(CountInLog("ExecuteCommand: channelID=0, feature='TestCommand'"), 1);
     EXPECT_EQ(CountInLog("ExecuteCommand: SUCCESS. ChannelID=0. Feature='TestCommand' executed."), 1);
     EXPECT_EQ(sdk.SimCallCount("ZvkFeatureCommandIsDone"), 1u);
@@ -249,35 +232,31 @@ TEST_F(FeatureTest, CommandsRunAndAreAwaited)
     ExpectErrors();
     sdk.SimHoldCommand(0, "TestCommand", 1);
     const steady_clock::time_point start = steady_clock::now();
-    EXPECT_EQ(run("TestCommand"), 0);
+    EXPECT_EQ(Execute(0, "TestCommand"), 0);
     EXPECT_GE(steady_clock::now() - start, milliseconds(1000));
     EXPECT_EQ(CountInLog("ExecuteCommand: ERROR. Timeout exceeded. ChannelID=0. Feature='TestCommand'."), 1);
     EXPECT_EQ(TextNow(), "");
     sdk.SimHoldCommand(0, "TestCommand", 0);
 
     sdk.SimFailCall("ZvkFeatureCommandIsDone", 1, -20, 0);
-    EXPECT_EQ(run("TestCommand"), 0);
+    EXPECT_EQ(Execute(0, "TestCommand"), 0);
     EXPECT_EQ(TextNow(), "");
     sdk.SimFailCall("ZvkFeatureCommandRun", 1, -6, 0);
-    EXPECT_EQ(run("TestCommand"), 1);
+    EXPECT_EQ(Execute(0, "TestCommand"), 1);
     EXPECT_EQ(
         TextNow(),
         "ExecuteCommand: ERROR while executing command. ChannelID=0. Feature='TestCommand'. Reason=ZvkErrorInvalidAccess (-6)");
     sdk.SimClearCalls();
-    EXPECT_EQ(run("Missing"), 1);
+    EXPECT_EQ(Execute(0, "Missing"), 1);
     EXPECT_EQ(TextNow(), "ExecuteCommand: ERROR. Feature 'Missing' not found for channelID=0.");
     EXPECT_EQ(sdk.SimCallCount(nullptr), 0u);
-    EXPECT_EQ(run("TestInt"), 1);
+    EXPECT_EQ(Execute(0, "TestInt"), 1);
     EXPECT_NE(TextNow().find("Reason=ZvkErrorWrongType (-10)"), std::string::npos) << TextNow();
 }
 
 TEST_F(FeatureTest, NamesAreListedInByteOrder)
 {
-    std::vector<std::string> names;
-    GuardedBuffer name(256);
-    while (Channel(0).GetFeatureName(text(), 0, static_cast<std::int32_t>(names.size()), name.Text()) == 0) {
-        names.push_back(name.AsText());
-    }
+    const std::vector<std::string> names = Names(0);
     EXPECT_GT(names.size(), 60u);
     EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
     EXPECT_EQ(std::count(names.begin(), names.end(), "TestRaw"), 0);
@@ -288,23 +267,22 @@ TEST_F(FeatureTest, NamesAreListedInByteOrder)
     EXPECT_LT(at("Gain"), at("GainAuto"));
     EXPECT_LT(at("GainAuto"), at("Gamma"));
     for (const std::int32_t index : {-1, static_cast<std::int32_t>(names.size()), INT32_MAX, INT32_MIN}) {
-        EXPECT_EQ(Channel(0).GetFeatureName(text(), 0, index, name.Text()), 1);
+        EXPECT_EQ(Name(0, index), "");
+        EXPECT_EQ(Result(), 1);
+        EXPECT_EQ(TextNow(), "");
     }
-    EXPECT_EQ(TextNow(), "");
     EXPECT_EQ(Log().size(), 0u);
 }
 
 TEST_F(FeatureTest, AFeatureListOfAnEarlierOpeningIsNotReadPastItsEnd)
 {
     ExpectErrors();
-    Guarded<VideoChannelDescriptor> descriptor;
-    descriptor->structSize = 684;
+    Guarded<VideoChannelDescriptor> descriptor(684);
     sdk.SimFailCall("ZvkFeaturesList", 2, -3, 0);
     ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
     EXPECT_EQ(descriptor->openResult, 1);
-    GuardedBuffer name(256);
     for (std::int32_t index = 0; index < 112; ++index) {
-        EXPECT_EQ(Channel(1).GetFeatureName(text(), 1, index, name.Text()), 1);
+        Name(1, index);
         EXPECT_EQ(TextNow().find("GetFeatureName: ERROR. Invalid Zorvik feature index="), 0u) << TextNow();
     }
     ExpectViolations();
@@ -317,9 +295,8 @@ TEST_F(FeatureTest, Types)
         {"TestEnum", 1}, {"TestInt", 2},    {"TestFloat", 3}, {"TestCommand", 4},
         {"TestBool", 5}, {"TestString", 6}, {"TestRaw", -1}};
     for (const auto& [name, expected] : rows) {
-        std::int32_t type = 0xBAD;
-        EXPECT_EQ(Channel(0).GetFeatureType(text(), 0, name, &type), 0);
-        EXPECT_EQ(type, expected) << name;
+        EXPECT_EQ(Type(0, name), expected) << name;
+        EXPECT_EQ(Result(), 0);
     }
     std::int32_t type = 0xBAD;
     EXPECT_EQ(Channel(0).GetFeatureType(text(), 0, "testEnum", &type), 1);
@@ -330,77 +307,65 @@ TEST_F(FeatureTest, Types)
 TEST_F(FeatureTest, ValidEntriesOfAnEnumeration)
 {
     ExpectErrors();
-    ASSERT_EQ(Read("TestInt"), 0);
-    const auto entry = [&](const char* name, std::uint32_t index) {
-        value_ = std::make_unique<GuardedBuffer>(256);
-        return Channel(0).GetValidEnum(text(), 0, name, index, value_->Text());
-    };
-    EXPECT_EQ(entry("TestEnum", 0), 0);
-    EXPECT_EQ(Value(), "Off");
-    EXPECT_EQ(entry("TestEnum", 1), 0);
-    EXPECT_EQ(Value(), "Continuous");
+    ASSERT_NE(Read(0, "TestInt"), "");
+    EXPECT_EQ(Entry(0, "TestEnum", 0), "Off");
+    EXPECT_EQ(Entry(0, "TestEnum", 1), "Continuous");
     for (const std::uint32_t index : {2u, 3u, 0xFFFFFFFFu}) {
         ClearLog();
-        EXPECT_EQ(entry("TestEnum", index), 1);
+        Entry(0, "TestEnum", index);
+        EXPECT_EQ(Result(), 1);
         EXPECT_EQ(Log().back(), "GetValidEnum: INFO: Feature 'TestEnum' : 2/3 entries marked as available.");
     }
-    EXPECT_EQ(entry("Missing", 0), 1);
+    Entry(0, "Missing", 0);
+    EXPECT_EQ(Result(), 1);
     EXPECT_EQ(TextNow(), "");
-    EXPECT_EQ(entry("TestInt", 0), 1);
+    Entry(0, "TestInt", 0);
     EXPECT_EQ(
         TextNow(),
         "GetValidEnum: ERROR. ZvkFeatureEnumRangeQuery failed for feature TestInt. Reason=ZvkErrorWrongType (-10)");
     for (const std::uint32_t nth : {1u, 2u}) {
         sdk.SimFailCall("ZvkFeatureEnumRangeQuery", nth, -20, 0);
-        EXPECT_EQ(entry("TestEnum", 0), 1);
+        Entry(0, "TestEnum", 0);
         EXPECT_EQ(
             TextNow(),
             "GetValidEnum: ERROR. ZvkFeatureEnumRangeQuery failed for feature TestEnum. Reason=ZvkErrorIO (-20)");
         Restore();
     }
     sdk.SimFailCall("ZvkFeatureEnumIsAvailable", 1, -20, 0); // counts as not available
-    EXPECT_EQ(entry("TestEnum", 0), 0);
-    EXPECT_EQ(Value(), "Continuous");
+    EXPECT_EQ(Entry(0, "TestEnum", 0), "Continuous");
 }
 
 TEST_F(FeatureTest, EntriesThatTheSdkInvents)
 {
     ExpectErrors();
-    ASSERT_EQ(Read("TestInt"), 0);
-    using EnumRange = ZvkError_t (*)(ZvkHandle_t, const char*, const char**, std::uint32_t, std::uint32_t*);
+    ASSERT_NE(Read(0, "TestInt"), "");
     static std::string longEntry(5000, 'e');
     static std::uint32_t claimed;
-    const EnumRange inventing = [](ZvkHandle_t, const char*, const char** entries, std::uint32_t length,
-                                   std::uint32_t* filled) {
-        if (entries != nullptr && length >= 2) {
-            entries[0] = nullptr;
-            entries[1] = longEntry.c_str();
-        }
-        *filled = entries == nullptr ? 2 : claimed;
-        return ZvkErrorSuccess;
-    };
-    using IsAvailable = ZvkError_t (*)(ZvkHandle_t, const char*, const char*, ZvkBool_t*);
-    const IsAvailable always = [](ZvkHandle_t, const char*, const char*, ZvkBool_t* available) {
+    Replace("ZvkFeatureEnumRangeQuery",
+            [](ZvkHandle_t, const char*, const char** entries, std::uint32_t length, std::uint32_t* filled) {
+                if (entries != nullptr && length >= 2) {
+                    entries[0] = nullptr;
+                    entries[1] = longEntry.c_str();
+                }
+                *filled = entries == nullptr ? 2 : claimed;
+                return ZvkErrorSuccess;
+            });
+    Replace("ZvkFeatureEnumIsAvailable", [](ZvkHandle_t, const char*, const char*, ZvkBool_t* available) {
         *available = 0xFF;
         return ZvkErrorSuccess;
-    };
-    sdk.SimReplaceEntry("ZvkFeatureEnumRangeQuery", reinterpret_cast<void*>(inventing));
-    sdk.SimReplaceEntry("ZvkFeatureEnumIsAvailable", reinterpret_cast<void*>(always));
+    });
     for (const std::uint32_t count : {2u, 0xFFFFFFFFu}) {
         claimed = count;
-        GuardedBuffer entry(256);
-        EXPECT_EQ(Channel(0).GetValidEnum(text(), 0, "TestEnum", 0, entry.Text()), 0);
-        EXPECT_EQ(entry.AsText(), longEntry.substr(0, 255));
-        EXPECT_EQ(Channel(0).GetValidEnum(text(), 0, "TestEnum", 1, entry.Text()), 1);
+        EXPECT_EQ(Entry(0, "TestEnum", 0), longEntry.substr(0, 255));
+        Entry(0, "TestEnum", 1);
+        EXPECT_EQ(Result(), 1);
     }
-    const EnumRange absurd = [](ZvkHandle_t, const char*, const char**, std::uint32_t,
-                                std::uint32_t* filled) {
-        *filled = 0xFFFFFFFF;
-        return ZvkErrorSuccess;
-    };
-    sdk.SimReplaceEntry("ZvkFeatureEnumRangeQuery", reinterpret_cast<void*>(absurd));
-    GuardedBuffer entry(256);
-    EXPECT_EQ(Channel(0).GetValidEnum(text(), 0, "TestEnum", 0, entry.Text()), 1);
+    Replace("ZvkFeatureEnumRangeQuery",
+            [](ZvkHandle_t, const char*, const char**, std::uint32_t, std::uint32_t* filled) {
+                *filled = 0xFFFFFFFF;
+                return ZvkErrorSuccess;
+            });
+    Entry(0, "TestEnum", 0);
     EXPECT_EQ(TextNow(),
               "GetValidEnum: ERROR. The SDK lists 4294967295 entries of feature TestEnum, more than 65536.");
 }
@@ -408,58 +373,48 @@ TEST_F(FeatureTest, EntriesThatTheSdkInvents)
 TEST_F(FeatureTest, ABooleanOf2ReadsAsFalse)
 {
     Open();
-    const auto boolGet = [](ZvkHandle_t, const char*, ZvkBool_t* value) {
+    Replace("ZvkFeatureBoolGet", [](ZvkHandle_t, const char*, ZvkBool_t* value) {
         *value = 2;
         return ZvkErrorSuccess;
-    };
-    const auto access = [](ZvkHandle_t, const char*, ZvkBool_t* readable, ZvkBool_t* writeable) {
+    });
+    Replace("ZvkFeatureAccessQuery", [](ZvkHandle_t, const char*, ZvkBool_t* readable, ZvkBool_t* writeable) {
         *readable = *writeable = 2;
         return ZvkErrorSuccess;
-    };
-    const auto available = [](ZvkHandle_t, const char*, const char*, ZvkBool_t* value) {
+    });
+    Replace("ZvkFeatureEnumIsAvailable", [](ZvkHandle_t, const char*, const char*, ZvkBool_t* value) {
         *value = 2;
         return ZvkErrorSuccess;
-    };
-    sdk.SimReplaceEntry("ZvkFeatureBoolGet", reinterpret_cast<void*>(+boolGet));
-    sdk.SimReplaceEntry("ZvkFeatureAccessQuery", reinterpret_cast<void*>(+access));
-    sdk.SimReplaceEntry("ZvkFeatureEnumIsAvailable", reinterpret_cast<void*>(+available));
-    GuardedBuffer value(256);
-    EXPECT_EQ(Channel(0).ReadValue(text(), 0, "TestBool", value.Text()), 0) << TextNow();
-    EXPECT_EQ(value.AsText(), "False");
-    EXPECT_EQ(Channel(0).GetFeatureAttr(text(), 0, "TestBool", 2, value.Text()), 0);
-    EXPECT_EQ(value.AsText(), "False");
-    EXPECT_EQ(Channel(0).GetValidEnum(text(), 0, "TestEnum", 0, value.Text()), 0) << TextNow();
+    });
+    EXPECT_EQ(Read(0, "TestBool"), "False") << TextNow();
+    EXPECT_EQ(Attribute(0, "TestBool", 2), "False");
+    EXPECT_NE(Entry(0, "TestEnum", 0), "") << TextNow();
 }
 
 TEST_F(FeatureTest, Attributes)
 {
     ExpectErrors();
-    const auto attribute = [&](const char* name, std::uint32_t kind) {
-        value_ = std::make_unique<GuardedBuffer>(256);
-        const std::int32_t result = Channel(0).GetFeatureAttr(text(), 0, name, kind, value_->Text());
-        return result == 0 ? Value() : "failed";
-    };
     // The camera is closed: only what the lists hold can be answered.
-    EXPECT_EQ(attribute("TestInt", 1), "An integer 100% ours");
-    EXPECT_EQ(attribute("TestInt", 2), "False");
+    EXPECT_EQ(Attribute(0, "TestInt", 1), "An integer 100% ours");
+    EXPECT_EQ(Attribute(0, "TestInt", 2), "False");
     EXPECT_EQ(
         Log().back(),
         "GetFeatureAttr: ERROR while querying read feature access for 'TestInt': Reason=ZvkErrorBadHandle (-4)");
-    EXPECT_EQ(attribute("TestInt", 3), "False");
+    EXPECT_EQ(Attribute(0, "TestInt", 3), "False");
     EXPECT_EQ(
         Log().back(),
         "GetFeatureAttr: ERROR while querying write feature access for 'TestInt': Reason=ZvkErrorBadHandle (-4)");
     EXPECT_EQ(TextNow(), "");
-    ASSERT_EQ(Read("TestInt"), 0);
-    EXPECT_EQ(attribute("TestInt", 2), "True");
-    EXPECT_EQ(attribute("TestInt", 3), "True");
-    EXPECT_EQ(attribute("TestReadOnly", 2), "True");
-    EXPECT_EQ(attribute("TestReadOnly", 3), "False");
+    ASSERT_NE(Read(0, "TestInt"), "");
+    EXPECT_EQ(Attribute(0, "TestInt", 2), "True");
+    EXPECT_EQ(Attribute(0, "TestInt", 3), "True");
+    EXPECT_EQ(Attribute(0, "TestReadOnly", 2), "True");
+    EXPECT_EQ(Attribute(0, "TestReadOnly", 3), "False");
     for (const std::uint32_t kind : {0u, 4u, 7u, 0xFFFFFFFFu}) {
-        attribute("TestInt", kind);
-        EXPECT_EQ(value_->AsBytes(), std::vector<unsigned char>(256, 0xA5));
+        Attribute(0, "TestInt", kind);
+        EXPECT_TRUE(IsTextUntouched());
     }
-    EXPECT_EQ(attribute("Missing", 1), "failed");
+    Attribute(0, "Missing", 1);
+    EXPECT_EQ(Result(), 1);
     EXPECT_EQ(TextNow(), "GetFeatureAttr: ERROR. channelID=0. Feature 'Missing' not found.");
     ExpectViolations(); // the closed camera's null handle
 }
@@ -467,31 +422,24 @@ TEST_F(FeatureTest, Attributes)
 TEST_F(FeatureTest, TextsOfTheSdkAreCut)
 {
     static std::string longText(10'000, 't');
-    using EnumGet = ZvkError_t (*)(ZvkHandle_t, const char*, const char**);
-    const EnumGet longEntry = [](ZvkHandle_t, const char*, const char** value) {
+    Replace("ZvkFeatureEnumGet", [](ZvkHandle_t, const char*, const char** value) {
         *value = longText.c_str();
         return ZvkErrorSuccess;
-    };
-    const EnumGet nullEntry = [](ZvkHandle_t, const char*, const char** value) {
+    });
+    Replace("ZvkFeatureStringGet",
+            [](ZvkHandle_t, const char*, char* buffer, std::uint32_t size, std::uint32_t* filled) {
+                std::memset(buffer, 's', size);
+                *filled = size;
+                return ZvkErrorSuccess;
+            });
+    EXPECT_EQ(Read(0, "TestEnum"), std::string(255, 't'));
+    EXPECT_EQ(Read(0, "TestString"), std::string(255, 's'));
+    Replace("ZvkFeatureEnumGet", [](ZvkHandle_t, const char*, const char** value) {
         *value = nullptr;
         return ZvkErrorSuccess;
-    };
-    using StringGet = ZvkError_t (*)(ZvkHandle_t, const char*, char*, std::uint32_t, std::uint32_t*);
-    const StringGet unterminated = [](ZvkHandle_t, const char*, char* buffer, std::uint32_t size,
-                                      std::uint32_t* filled) {
-        std::memset(buffer, 's', size);
-        *filled = size;
-        return ZvkErrorSuccess;
-    };
-    sdk.SimReplaceEntry("ZvkFeatureEnumGet", reinterpret_cast<void*>(longEntry));
-    sdk.SimReplaceEntry("ZvkFeatureStringGet", reinterpret_cast<void*>(unterminated));
-    EXPECT_EQ(Read("TestEnum"), 0);
-    EXPECT_EQ(Value(), std::string(255, 't'));
-    EXPECT_EQ(Read("TestString"), 0);
-    EXPECT_EQ(Value(), std::string(255, 's'));
-    sdk.SimReplaceEntry("ZvkFeatureEnumGet", reinterpret_cast<void*>(nullEntry));
-    EXPECT_EQ(Read("TestEnum"), 0);
-    EXPECT_EQ(Value(), "");
+    });
+    EXPECT_EQ(Read(0, "TestEnum"), "");
+    EXPECT_EQ(Result(), 0);
 }
 
 } // namespace

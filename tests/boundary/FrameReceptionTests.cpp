@@ -21,8 +21,7 @@ protected:
     }
 };
 
-using CommandRun = ZvkError_t (*)(ZvkHandle_t, const char*);
-CommandRun runCommand;
+ZvkError_t (*runCommand)(ZvkHandle_t, const char*);
 SdkControl* control;
 ZvkError_t startResult;
 
@@ -41,11 +40,10 @@ ZvkError_t RunAndSend(ZvkHandle_t camera, const char* name)
 TEST_F(FrameReceptionTest, FramesThatComeBeforeTheStartReturnsAreKeptUnlessItFails)
 {
     ExpectErrors();
-    runCommand = reinterpret_cast<CommandRun>(sdk.SimOriginalEntry("ZvkFeatureCommandRun"));
     control = &sdk;
     Open();
     ASSERT_EQ(Configure(0), 0);
-    sdk.SimReplaceEntry("ZvkFeatureCommandRun", reinterpret_cast<void*>(&RunAndSend));
+    Replace("ZvkFeatureCommandRun", RunAndSend, &runCommand);
     startResult = ZvkErrorSuccess;
     ASSERT_EQ(Start(0), 0) << TextNow();
     Fetch(0, 3072);
@@ -193,15 +191,12 @@ TEST_F(FrameReceptionTest, LateAndRepeatedCallbacksAreDropped)
     ExpectErrors();
     Stream(0);
     static ZvkFrame_t* last = nullptr;
-    using FrameQueue = ZvkError_t (*)(ZvkHandle_t, const ZvkFrame_t*, ZvkFrameCallback);
-    static FrameQueue original;
-    original = reinterpret_cast<FrameQueue>(sdk.SimOriginalEntry("ZvkCaptureFrameQueue"));
-    const FrameQueue remembering = [](ZvkHandle_t camera, const ZvkFrame_t* frame,
-                                      ZvkFrameCallback callback) {
+    static ZvkError_t (*original)(ZvkHandle_t, const ZvkFrame_t*, ZvkFrameCallback);
+    const auto remembering = [](ZvkHandle_t camera, const ZvkFrame_t* frame, ZvkFrameCallback callback) {
         last = const_cast<ZvkFrame_t*>(frame);
         return original(camera, frame, callback);
     };
-    sdk.SimReplaceEntry("ZvkCaptureFrameQueue", reinterpret_cast<void*>(remembering));
+    Replace("ZvkCaptureFrameQueue", remembering, &original);
     DeliverFrames(0);
     Fetch(0, 3072);
     ASSERT_NE(last, nullptr);

@@ -82,7 +82,6 @@ TEST_F(HostTest, NamesAndValuesOfEverySizeAndContent)
 {
     ExpectErrors();
     Open();
-    GuardedBuffer value(256);
     std::vector<std::string> names = {"",        "%s%n%d%x%p",         "\x01\x02\x7f", "\xff\xfe\x80",
                                       "Width\n", std::string(255, 'a')};
     for (const std::size_t size : {255u, 256u, 4096u, 1'000'000u}) {
@@ -90,20 +89,22 @@ TEST_F(HostTest, NamesAndValuesOfEverySizeAndContent)
         names.emplace_back(size, '%');
     }
     for (const std::string& name : names) {
-        VideoChannelDescriptor& channel = Channel(0);
-        std::int32_t type = 0;
-        EXPECT_EQ(channel.ReadValue(text(), 0, name.c_str(), value.Text()), 1);
+        Read(0, name);
+        EXPECT_EQ(Result(), 1);
         EXPECT_EQ(TextNow(),
                   ("ReadValue: ERROR. Feature '" + name + "' not found for channelID=0.").substr(0, 255));
         EXPECT_LE(TextNow().size(), 255u);
-        EXPECT_EQ(channel.WriteValue(text(), 0, name.c_str(), name.c_str()), 1);
-        EXPECT_EQ(channel.ExecuteCommand(text(), 0, name.c_str()), 1);
-        EXPECT_EQ(channel.GetFeatureType(text(), 0, name.c_str(), &type), 1);
-        EXPECT_EQ(channel.GetFeatureAttr(text(), 0, name.c_str(), 1, value.Text()), 1);
-        EXPECT_EQ(channel.GetValidEnum(text(), 0, name.c_str(), 0, value.Text()), 1);
-        channel.WriteValue(text(), 0, "DeviceUserID", name.c_str());
-        channel.WriteValue(text(), 0, "PixelFormat", name.c_str());
-        channel.WriteValue(text(), 0, "Width", name.c_str());
+        EXPECT_EQ(Write(0, name, name), 1);
+        EXPECT_EQ(Execute(0, name), 1);
+        Type(0, name);
+        EXPECT_EQ(Result(), 1);
+        Attribute(0, name, 1);
+        EXPECT_EQ(Result(), 1);
+        Entry(0, name, 0);
+        EXPECT_EQ(Result(), 1);
+        Write(0, "DeviceUserID", name);
+        Write(0, "PixelFormat", name);
+        Write(0, "Width", name);
         EXPECT_LE(TextNow().size(), 255u);
     }
 }
@@ -113,10 +114,8 @@ TEST_F(HostTest, NamesAndValuesOfEverySizeAndContent)
 std::function<void()> timer;
 bool isDeliveredInside = false;
 
-template <class... Arguments>
-using Entry = ZvkError_t (*)(Arguments...);
-Entry<ZvkHandle_t, const char*, std::int64_t*> intGet;
-Entry<ZvkHandle_t, const ZvkFrame_t*, ZvkFrameCallback> frameQueue;
+ZvkError_t (*intGet)(ZvkHandle_t, const char*, std::int64_t*);
+ZvkError_t (*frameQueue)(ZvkHandle_t, const ZvkFrame_t*, ZvkFrameCallback);
 
 ZvkError_t IntGetWithTimer(ZvkHandle_t camera, const char* name, std::int64_t* value)
 {
@@ -136,34 +135,27 @@ ZvkError_t FrameQueueWithTimer(ZvkHandle_t camera, const ZvkFrame_t* frame, ZvkF
 TEST_F(HostTest, ACallFromInsideAnotherCallOfTheSameThreadIsAnsweredAtOnce)
 {
     ExpectErrors();
-    intGet = reinterpret_cast<decltype(intGet)>(sdk.SimOriginalEntry("ZvkFeatureIntGet"));
-    frameQueue = reinterpret_cast<decltype(frameQueue)>(sdk.SimOriginalEntry("ZvkCaptureFrameQueue"));
     Stream(0);
-    const VideoChannelDescriptor channel = Channel(0);
-    GuardedBuffer error(256, 0);
+    HostCalls inner(EntryPoint(), Channel(0));
     int calls = 0;
     timer = [&] {
-        GuardedBuffer value(256);
-        std::uint32_t status = 0xDEAD;
         VideoChannelDescriptor descriptor = {};
-        EXPECT_EQ(channel.QueryImageStatus(error.Text(), 0, &status), 0);
-        EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusPending));
-        EXPECT_EQ(channel.GetImage(error.Text(), 0, value.Data(), &status), 1);
-        EXPECT_EQ(status, static_cast<std::uint32_t>(ImageStatusError));
-        EXPECT_EQ(channel.ReleaseVideoChannel(error.Text(), 0), 1);
-        EXPECT_EQ(EntryPoint()(error.Text(), 0, &descriptor), 1);
-        EXPECT_EQ(channel.ReadValue(error.Text(), 0, "Gain", value.Text()), 1);
-        EXPECT_EQ(error.AsText(), "ReadValue: ERROR. Called from inside another call of the same thread.");
+        EXPECT_EQ(inner.Query(0), 0);
+        EXPECT_EQ(inner.ImageStatus(), static_cast<std::uint32_t>(ImageStatusPending));
+        EXPECT_EQ(inner.Fetch(0, &descriptor), 1);
+        EXPECT_EQ(inner.ImageStatus(), static_cast<std::uint32_t>(ImageStatusError));
+        EXPECT_EQ(inner.Release(0), 1);
+        EXPECT_EQ(inner.GetVideoChannel(0, &descriptor), 1);
+        inner.Read(0, "Gain");
+        EXPECT_EQ(inner.TextNow(), "ReadValue: ERROR. Called from inside another call of the same thread.");
         ++calls;
     };
     DeliverFrames(0);
-    sdk.SimReplaceEntry("ZvkFeatureIntGet", reinterpret_cast<void*>(&IntGetWithTimer));
-    GuardedBuffer width(256);
-    EXPECT_EQ(channel.ReadValue(text(), 0, "Width", width.Text()), 0) << TextNow();
-    EXPECT_EQ(width.AsText(), "64");
+    Replace("ZvkFeatureIntGet", IntGetWithTimer, &intGet);
+    EXPECT_EQ(Read(0, "Width"), "64") << TextNow();
     EXPECT_EQ(calls, 1);
     // The same on a thread of the SDK that queues an incomplete frame again.
-    sdk.SimReplaceEntry("ZvkCaptureFrameQueue", reinterpret_cast<void*>(&FrameQueueWithTimer));
+    Replace("ZvkCaptureFrameQueue", FrameQueueWithTimer, &frameQueue);
     SimFrameRequest incomplete = {};
     incomplete.fields = SimFrameHasStatus;
     incomplete.receiveStatus = -1;
@@ -183,7 +175,6 @@ TEST_F(HostTest, ACallFromInsideAnotherCallOfTheSameThreadIsAnsweredAtOnce)
 TEST_F(HostTest, AReleaseWaitsForACallbackHoweverLongThatTakes)
 {
     ExpectErrors();
-    frameQueue = reinterpret_cast<decltype(frameQueue)>(sdk.SimOriginalEntry("ZvkCaptureFrameQueue"));
     Stream(0);
     ASSERT_EQ(Configure(1), 0);
     ASSERT_EQ(Start(1), 0);
@@ -195,7 +186,7 @@ TEST_F(HostTest, AReleaseWaitsForACallbackHoweverLongThatTakes)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     };
-    sdk.SimReplaceEntry("ZvkCaptureFrameQueue", reinterpret_cast<void*>(&FrameQueueWithTimer));
+    Replace("ZvkCaptureFrameQueue", FrameQueueWithTimer, &frameQueue);
     std::thread camera([&] {
         SimFrameRequest incomplete = {};
         incomplete.fields = SimFrameHasStatus;
@@ -207,8 +198,7 @@ TEST_F(HostTest, AReleaseWaitsForACallbackHoweverLongThatTakes)
     }
     std::atomic<bool> wentOn{false};
     std::thread host([&] {
-        GuardedBuffer error(256, 0);
-        EXPECT_EQ(Channel(0).ReleaseVideoChannel(error.Text(), 1), 0);
+        EXPECT_EQ(HostCalls(EntryPoint(), Channel(0)).Release(1), 0);
         wentOn = mayGoOn.load();
     });
     std::this_thread::sleep_for(
@@ -282,9 +272,8 @@ TEST_F(HostTest, CallbacksFromManyThreadsOfTheSdk)
     std::vector<unsigned char> image(64 * 48 * 3);
     const auto fetchAll = [&] {
         for (const std::int64_t id : {0, 1}) {
-            std::uint32_t status = 0;
-            Channel(0).GetImage(text(), id, image.data(), &status);
-            fetched += status == ImageStatusReady ? 1 : 0;
+            TestHost::Fetch(id, image.data());
+            fetched += ImageStatus() == ImageStatusReady ? 1 : 0;
         }
     };
     for (int i = 0; i < 400; ++i) {

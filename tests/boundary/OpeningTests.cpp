@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 namespace maravel::test {
 
@@ -24,8 +25,7 @@ T At(const unsigned char* bytes, std::size_t offset)
 
 TEST_F(OpeningTest, DescriptorHoldsEveryFieldAtItsOffset)
 {
-    Guarded<VideoChannelDescriptor> descriptor;
-    descriptor->structSize = 684;
+    Guarded<VideoChannelDescriptor> descriptor(684);
     ASSERT_EQ(GetVideoChannel(0, descriptor.Get()), 0);
     const unsigned char* bytes = descriptor.Bytes();
     EXPECT_EQ(At<std::int32_t>(bytes, 0), 684);
@@ -58,8 +58,7 @@ TEST_F(OpeningTest, ExtendedCallbacksGoByStructSize)
     Open();
     for (const std::int32_t size : {-0x7FFFFFFF, -1, 0, 4, 88, 607, 608, 609, 684, 0x7FFFFFFF}) {
         SCOPED_TRACE(size);
-        Guarded<VideoChannelDescriptor> descriptor;
-        descriptor->structSize = size;
+        Guarded<VideoChannelDescriptor> descriptor(size);
         ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
         const bool extended = size > 608;
         for (const std::size_t offset : {640u, 648u, 656u, 664u, 672u}) {
@@ -76,8 +75,7 @@ TEST_F(OpeningTest, CallsOfAnOpeningInTheirOrder)
 {
     Open();
     sdk.SimClearCalls();
-    Guarded<VideoChannelDescriptor> descriptor;
-    descriptor->structSize = 684;
+    Guarded<VideoChannelDescriptor> descriptor(684);
     ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
     std::vector<std::string> names;
     for (const std::string& call : sdk.Calls()) {
@@ -165,10 +163,8 @@ TEST_F(OpeningTest, FailuresOfTheSdk)
         SCOPED_TRACE(std::string(row.faults[0].entry) + " " + std::to_string(row.faults[0].nth));
         Open();
         ClearLog();
-        ClearText();
         sdk.SimFailCalls(row.faults.data(), static_cast<std::uint32_t>(row.faults.size()));
-        Guarded<VideoChannelDescriptor> descriptor;
-        descriptor->structSize = 684;
+        Guarded<VideoChannelDescriptor> descriptor(684);
         EXPECT_EQ(GetVideoChannel(row.camera, descriptor.Get()), 0);
         EXPECT_EQ(descriptor->openResult, row.opened ? 0 : 1);
         EXPECT_EQ(descriptor->channelID, row.camera);
@@ -200,8 +196,7 @@ TEST_F(OpeningTest, ACameraThatWillNotCloseIsAskedTwice)
     Open();
     const SimFault faults[] = {{"ZvkFeaturesList", 1, -1, 0}, {"ZvkCameraClose", 1, -1, 0}};
     sdk.SimFailCalls(faults, 2);
-    Guarded<VideoChannelDescriptor> descriptor;
-    descriptor->structSize = 684;
+    Guarded<VideoChannelDescriptor> descriptor(684);
     EXPECT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
     EXPECT_EQ(descriptor->openResult, 1);
     EXPECT_EQ(CountInLog("GetVideoChannel: Camera CLOSED successfully. channelID 1 (Color [T1])"), 1);
@@ -210,13 +205,10 @@ TEST_F(OpeningTest, ACameraThatWillNotCloseIsAskedTwice)
 
 TEST_F(OpeningTest, TextsOfAnyLengthAreCutAndTerminated)
 {
-    using CamerasList = ZvkError_t (*)(ZvkCameraInfo_t*, std::uint32_t, std::uint32_t*, std::uint32_t);
-    static CamerasList original;
-    static std::string text;
-    original = reinterpret_cast<CamerasList>(sdk.SimOriginalEntry("ZvkCamerasList"));
-    text.assign(5000, 'm');
-    const CamerasList withLongTexts = [](ZvkCameraInfo_t* list, std::uint32_t length, std::uint32_t* found,
-                                         std::uint32_t size) {
+    static ZvkError_t (*original)(ZvkCameraInfo_t*, std::uint32_t, std::uint32_t*, std::uint32_t);
+    static const std::string text(5000, 'm');
+    const auto withLongTexts = [](ZvkCameraInfo_t* list, std::uint32_t length, std::uint32_t* found,
+                                  std::uint32_t size) {
         const ZvkError_t result = original(list, length, found, size);
         if (list != nullptr) {
             list[0].modelName = text.c_str();
@@ -226,7 +218,7 @@ TEST_F(OpeningTest, TextsOfAnyLengthAreCutAndTerminated)
         }
         return result;
     };
-    sdk.SimReplaceEntry("ZvkCamerasList", reinterpret_cast<void*>(withLongTexts));
+    Replace("ZvkCamerasList", withLongTexts, &original);
     Open();
     EXPECT_EQ(std::string(Channel(0).label), "Zorvik/HVN TL: " + text.substr(0, 255 - 15));
     EXPECT_EQ(std::string(Channel(0).serialNumber), text.substr(0, 255));
@@ -274,14 +266,12 @@ TEST_F(OpeningTest, PacketSizeIsNegotiatedWhereTheStreamCan)
 
 TEST_F(OpeningTest, AFeatureListThatChangesBetweenItsQueries)
 {
-    using FeaturesList =
-        ZvkError_t (*)(ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t*, std::uint32_t);
-    static FeaturesList original;
+    static ZvkError_t (*original)(ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t*,
+                                  std::uint32_t);
     static std::int64_t change;
     static std::string last;
-    original = reinterpret_cast<FeaturesList>(sdk.SimOriginalEntry("ZvkFeaturesList"));
-    const FeaturesList changing = [](ZvkHandle_t camera, ZvkFeatureInfo_t* list, std::uint32_t length,
-                                     std::uint32_t* found, std::uint32_t size) {
+    const auto changing = [](ZvkHandle_t camera, ZvkFeatureInfo_t* list, std::uint32_t length,
+                             std::uint32_t* found, std::uint32_t size) {
         const ZvkError_t result = original(camera, list, length, found, size);
         if (list != nullptr) {
             last = list[length - 1].name;
@@ -290,32 +280,24 @@ TEST_F(OpeningTest, AFeatureListThatChangesBetweenItsQueries)
         return result;
     };
     Open();
-    Guarded<VideoChannelDescriptor> descriptor;
-    descriptor->structSize = 684;
-    sdk.SimReplaceEntry("ZvkFeaturesList", reinterpret_cast<void*>(changing));
+    Guarded<VideoChannelDescriptor> descriptor(684);
+    Replace("ZvkFeaturesList", changing, &original);
     for (const std::int64_t by : {-5, 7, 1'000'000}) {
         change = by;
         ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
         EXPECT_EQ(descriptor->openResult, 0);
-        GuardedBuffer name(256);
-        int count = 0;
-        std::string previous;
-        while (descriptor->GetFeatureName(text(), 1, count, name.Text()) == 0) {
-            EXPECT_LT(previous, name.AsText()) << "each is listed once";
-            previous = name.AsText();
-            ++count;
-        }
-        EXPECT_GT(count, 20);
-        std::int32_t type = 0;
-        EXPECT_EQ(descriptor->GetFeatureType(text(), 1, last.c_str(), &type), by < 0 ? 1 : 0)
-            << "what the list ends before does not exist";
+        const std::vector<std::string> names = Names(1);
+        EXPECT_EQ(std::adjacent_find(names.begin(), names.end(), std::greater_equal<>()), names.end())
+            << "each is listed once";
+        EXPECT_GT(names.size(), 20u);
+        Type(1, last);
+        EXPECT_EQ(Result(), by < 0 ? 1 : 0) << "what the list ends before does not exist";
     }
-    const FeaturesList absurd = [](ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t* found,
-                                   std::uint32_t) {
-        *found = 0xFFFFFFFF;
-        return ZvkErrorSuccess;
-    };
-    sdk.SimReplaceEntry("ZvkFeaturesList", reinterpret_cast<void*>(absurd));
+    Replace("ZvkFeaturesList",
+            [](ZvkHandle_t, ZvkFeatureInfo_t*, std::uint32_t, std::uint32_t* found, std::uint32_t) {
+                *found = 0xFFFFFFFF;
+                return ZvkErrorSuccess;
+            });
     ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
     EXPECT_EQ(descriptor->openResult, 1);
     EXPECT_EQ(
@@ -340,17 +322,16 @@ TEST_F(OpeningTest, AvailabilityFlagsAreNeverCleared)
             Guarded<VideoChannelDescriptor> first;
             ASSERT_EQ(GetVideoChannel(0, first.Get()), 0);
         }
-        sdk.SimReplaceEntry("ZvkFeaturesList", reinterpret_cast<void*>(+none));
+        Replace("ZvkFeaturesList", none);
         ClearLog();
-        Guarded<VideoChannelDescriptor> descriptor;
-        descriptor->structSize = 684;
+        Guarded<VideoChannelDescriptor> descriptor(684);
         ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
         const std::string flag = wasKnown ? "1" : "0";
         EXPECT_TRUE(IsInLog("bExposureTimeAvail=" + flag + ", bExposureTimeAbsAvail=0, bTriggerSourceAvail=" +
                             flag + ", bTriggerActivationAvail=" + flag + ", bExposureModeAvail=" + flag +
                             ", bTriggerModeAvail=" + flag));
-        GuardedBuffer name(256);
-        EXPECT_EQ(descriptor->GetFeatureName(text(), 1, 0, name.Text()), 1) << "the list is a new one";
+        callbacks_ = *descriptor;
+        EXPECT_TRUE(Names(1).empty()) << "the list is a new one";
         ResetSdk();
     }
 }
@@ -358,8 +339,7 @@ TEST_F(OpeningTest, AvailabilityFlagsAreNeverCleared)
 TEST_F(OpeningTest, AnExposureThatCannotBeReadLeavesItsLowerBoundToo)
 {
     ExpectErrors();
-    Guarded<VideoChannelDescriptor> descriptor;
-    descriptor->structSize = 684;
+    Guarded<VideoChannelDescriptor> descriptor(684);
     ASSERT_EQ(GetVideoChannel(0, descriptor.Get()), 0);
     EXPECT_EQ(descriptor->exposureTime, 0.001);
     EXPECT_EQ(descriptor->exposureTimeMin, 10.0) << "microseconds";
@@ -386,8 +366,7 @@ TEST_F(OpeningTest, AChannelThatStreamsCanBeHandedOutAgainAndStreamAfterwards)
     Stream(1);
     ASSERT_EQ(Configure(0), 0);
     DeliverFrames(1, 3);
-    Guarded<VideoChannelDescriptor> descriptor;
-    descriptor->structSize = 684;
+    Guarded<VideoChannelDescriptor> descriptor(684);
     ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
     EXPECT_EQ(Status(1), static_cast<std::uint32_t>(ImageStatusPending));
     ASSERT_EQ(Configure(1), 0) << TextNow();

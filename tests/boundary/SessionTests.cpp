@@ -49,14 +49,13 @@ protected:
             {"Width", "32"},          {"Gain", "1.5"},       {"GainAuto", "Off"},
             {"DeviceUserID", "here"}, {"ReverseX", "False"},
         };
-        char value[256];
         for (const auto& [name, text] : values) {
-            EXPECT_EQ(Channel(1).ReadValue(this->text(), 1, name, value), 0) << name;
-            EXPECT_EQ(Channel(1).WriteValue(this->text(), 1, name, text), 0) << name;
+            Read(1, name);
+            EXPECT_EQ(Result(), 0) << name;
+            EXPECT_EQ(Write(1, name, text), 0) << name;
         }
-        EXPECT_EQ(Channel(1).ExecuteCommand(text(), 1, "TriggerSoftware"), 0);
-        char entry[256];
-        EXPECT_EQ(Channel(1).GetValidEnum(text(), 1, "GainAuto", 0, entry), 0);
+        EXPECT_EQ(Execute(1, "TriggerSoftware"), 0);
+        EXPECT_NE(Entry(1, "GainAuto", 0), "");
     }
 
     // Where the machine or the run speaks, a name in angle brackets; repeated lines once, with their number.

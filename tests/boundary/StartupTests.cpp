@@ -162,7 +162,6 @@ TEST_F(StartupTest, WithoutSdkFolderNothingIsLoaded)
     for (const std::string& home : {std::string(), file, file + "-missing"}) {
         SCOPED_TRACE(home);
         SetEnvironment("ZORVIK_HOME", home);
-        ClearText();
         EXPECT_EQ(StartWithoutChannel(), 1);
         EXPECT_EQ(TextNow(), "GetVideoChannel: ERROR while loading 'ZvkC.dll'.");
         EXPECT_EQ(CountInLog("GetZvkApiPath: ZvkAPI not found."), 1);
@@ -176,7 +175,6 @@ TEST_F(StartupTest, LaterIndicesNeedAStart)
     Guarded<VideoChannelDescriptor> descriptor;
     EXPECT_EQ(GetVideoChannel(1, descriptor.Get()), 1);
     EXPECT_EQ(TextNow(), "GetVideoChannel: ERROR while loading 'ZvkC.dll'.");
-    ClearText();
     Open();
     for (const std::int32_t index : {-1, 3, 0x7FFFFFFF, -0x7FFFFFFF - 1}) {
         EXPECT_EQ(GetVideoChannel(index, descriptor.Get()), 1);
@@ -190,7 +188,6 @@ TEST_F(StartupTest, ALibraryThatIsMissingMeansNoChannels)
     for (const std::vector<std::string>& libraries :
          {std::vector<std::string>{}, {"ZvkC.dll"}, {"ZvkImageTransform.dll"}}) {
         SetEnvironment("ZORVIK_HOME", MakeSdkFolder(libraries));
-        ClearText();
         EXPECT_EQ(StartWithoutChannel(), 1);
         EXPECT_EQ(TextNow(), "");
         EXPECT_EQ(CountInLog("InitializeAdapter"), 0);
@@ -233,7 +230,6 @@ TEST_F(StartupTest, FailedEnumerationMeansNoChannels)
     for (const Row& row : rows) {
         ResetSdk();
         sdk.SimFailCall("ZvkCamerasList", row.nth, row.code, 0);
-        ClearText();
         EXPECT_EQ(StartWithoutChannel(), 1);
         EXPECT_EQ(CountInLog(row.line), 1) << row.line;
         EXPECT_EQ(TextNow(), "");
@@ -297,22 +293,19 @@ TEST_F(StartupTest, AListThatNeverSettlesOrIsAbsurdEndsTheEnumeration)
 {
     ExpectErrors();
     static std::uint32_t next = 0;
-    using CamerasList = ZvkError_t (*)(ZvkCameraInfo_t*, std::uint32_t, std::uint32_t*, std::uint32_t);
-    const CamerasList growing = [](ZvkCameraInfo_t*, std::uint32_t, std::uint32_t* found, std::uint32_t) {
+    next = 0;
+    Replace("ZvkCamerasList", [](ZvkCameraInfo_t*, std::uint32_t, std::uint32_t* found, std::uint32_t) {
         *found = ++next;
         return ZvkErrorMoreData * (next > 1);
-    };
-    next = 0;
-    sdk.SimReplaceEntry("ZvkCamerasList", reinterpret_cast<void*>(growing));
+    });
     EXPECT_EQ(StartWithoutChannel(), 1);
     EXPECT_EQ(CountInLog(
                   "EnumCameras: ERROR. The number of cameras changed at each of 100 listings. None is used."),
               1);
-    const CamerasList absurd = [](ZvkCameraInfo_t*, std::uint32_t, std::uint32_t* found, std::uint32_t) {
+    Replace("ZvkCamerasList", [](ZvkCameraInfo_t*, std::uint32_t, std::uint32_t* found, std::uint32_t) {
         *found = 0xFFFFFFFF;
         return ZvkErrorSuccess;
-    };
-    sdk.SimReplaceEntry("ZvkCamerasList", reinterpret_cast<void*>(absurd));
+    });
     EXPECT_EQ(StartWithoutChannel(), 1);
     EXPECT_EQ(
         CountInLog("EnumCameras: ERROR. The SDK lists 4294967295 cameras, more than 4096. None is used."), 1);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
@@ -41,6 +42,10 @@ public:
         return {Data(), end};
     }
     std::vector<unsigned char> AsBytes() const { return {Data(), Data() + size_}; }
+    bool IsFilledWith(unsigned char fill) const
+    {
+        return std::all_of(Data(), Data() + size_, [fill](unsigned char byte) { return byte == fill; });
+    }
 
 private:
     static constexpr std::ptrdiff_t kWall = 64;
@@ -55,6 +60,8 @@ template <class Record>
 class Guarded
 {
 public:
+    Guarded() = default;
+    explicit Guarded(std::int32_t structSize) { (*this)->structSize = structSize; }
     Record* operator->() { return reinterpret_cast<Record*>(buffer_.Data()); }
     Record& operator*() { return *reinterpret_cast<Record*>(buffer_.Data()); }
     Record* Get() { return reinterpret_cast<Record*>(buffer_.Data()); }

@@ -5,6 +5,7 @@
 #include "support/Guarded.h"
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -87,11 +88,31 @@ public:
     }
     std::uint32_t ImageStatus() const { return imageStatus_; }
 
+    // These return a text, which is empty when they fail.
     std::string Read(std::int64_t channel, const std::string& feature)
     {
-        Call("ReadValue", WithFailure, callbacks_.ReadValue, channel, feature.c_str(), NewValue());
-        return value_.AsText();
+        return TextOf("ReadValue", WithFailure, callbacks_.ReadValue, channel, feature.c_str());
     }
+    std::string Attribute(std::int64_t channel, const std::string& feature, std::uint32_t kind)
+    {
+        return TextOf("GetFeatureAttr", WithFailure, callbacks_.GetFeatureAttr, channel, feature.c_str(),
+                      kind);
+    }
+    // The name of a feature.
+    std::string Name(std::int64_t channel, std::int32_t index)
+    {
+        return TextOf("GetFeatureName", MayEndSilently, callbacks_.GetFeatureName, channel, index);
+    }
+    // An entry of an enumeration.
+    std::string Entry(std::int64_t channel, const std::string& feature, std::uint32_t index)
+    {
+        return TextOf("GetValidEnum", MayEndSilently, callbacks_.GetValidEnum, channel, feature.c_str(),
+                      index);
+    }
+    // Whether the last of them wrote nothing.
+    bool IsTextUntouched() const { return value_.IsFilledWith(0xA5); }
+    std::vector<std::string> Names(std::int64_t channel);
+    std::vector<std::string> Entries(std::int64_t channel, const std::string& feature);
     std::int32_t Write(std::int64_t channel, const std::string& feature, const std::string& value)
     {
         return Call("WriteValue", WithFailure, callbacks_.WriteValue, channel, feature.c_str(),
@@ -103,32 +124,13 @@ public:
     }
     // One of FeatureType...; FeatureTypeUnsupported when it failed.
     std::int32_t Type(std::int64_t channel, const std::string& feature);
-    std::string Attribute(std::int64_t channel, const std::string& feature, std::uint32_t kind)
-    {
-        Call("GetFeatureAttr", WithFailure, callbacks_.GetFeatureAttr, channel, feature.c_str(), kind,
-             NewValue());
-        return value_.AsText();
-    }
-    // The name of a feature, or an entry of an enumeration; empty at the end of the list.
-    std::string Name(std::int64_t channel, std::int32_t index)
-    {
-        const auto status =
-            Call("GetFeatureName", MayEndSilently, callbacks_.GetFeatureName, channel, index, NewValue());
-        return status == MARAVEL_SUCCESS ? value_.AsText() : "";
-    }
-    std::string Entry(std::int64_t channel, const std::string& feature, std::uint32_t index)
-    {
-        const auto status = Call("GetValidEnum", MayEndSilently, callbacks_.GetValidEnum, channel,
-                                 feature.c_str(), index, NewValue());
-        return status == MARAVEL_SUCCESS ? value_.AsText() : "";
-    }
-    std::vector<std::string> Names(std::int64_t channel);
-    std::vector<std::string> Entries(std::int64_t channel, const std::string& feature);
     std::int32_t Release(std::int64_t channel)
     {
         return Call("ReleaseVideoChannel", WithFailure, callbacks_.ReleaseVideoChannel, channel);
     }
 
+    // The status of the last call.
+    std::int32_t Result() const { return status_; }
     // The host's error text, which is cleared before each of the calls above.
     char* text() { return text_.Text(); }
     std::string TextNow() const { return text_.AsText(); }
@@ -150,16 +152,25 @@ private:
                       std::int64_t channel, std::type_identity_t<Parameters>... arguments)
     {
         ClearText();
-        const std::int32_t status = callback(text(), channel, arguments...);
+        status_ = callback(text(), channel, arguments...);
         const std::uint32_t detail = std::exchange(isImageStatusNew_, false) ? imageStatus_ : 0;
-        Note({operation, rule, status, static_cast<std::int32_t>(detail), TextNow()});
-        return status;
+        Note({operation, rule, status_, static_cast<std::int32_t>(detail), TextNow()});
+        return status_;
+    }
+    template <class Callback, class... Arguments>
+    std::string TextOf(const char* operation, TextRule rule, Callback callback, std::int64_t channel,
+                       Arguments... arguments)
+    {
+        std::memset(value_.Data(), 0xA5, value_.Size());
+        return Call(operation, rule, callback, channel, arguments..., value_.Text()) == MARAVEL_SUCCESS
+                   ? value_.AsText()
+                   : "";
     }
     std::uint32_t* NewStatus();
-    char* NewValue();
 
     GuardedBuffer text_{MARAVEL_TEXT_SIZE, 0};
-    GuardedBuffer value_{MARAVEL_TEXT_SIZE, 0};
+    GuardedBuffer value_{MARAVEL_TEXT_SIZE};
+    std::int32_t status_ = MARAVEL_SUCCESS;
     std::uint32_t imageStatus_ = 0;
     bool isImageStatusNew_ = false;
 };

@@ -54,11 +54,11 @@ bool Answer::IsConsistent() const
 std::int32_t HostCalls::GetVideoChannel(std::int32_t index, VideoChannelDescriptor* descriptor)
 {
     ClearText();
-    const std::int32_t status = getVideoChannel_(text(), index, descriptor);
-    const bool isChannel = status == MARAVEL_SUCCESS;
-    Note({"GetVideoChannel", isChannel ? WithOpenResult : MayEndSilently, status,
+    status_ = getVideoChannel_(text(), index, descriptor);
+    const bool isChannel = status_ == MARAVEL_SUCCESS;
+    Note({"GetVideoChannel", isChannel ? WithOpenResult : MayEndSilently, status_,
           isChannel ? descriptor->openResult : 0, TextNow()});
-    return status;
+    return status_;
 }
 
 std::int32_t HostCalls::Type(std::int64_t channel, const std::string& feature)
@@ -88,12 +88,6 @@ std::uint32_t* HostCalls::NewStatus()
     imageStatus_ = 0xDEAD;
     isImageStatusNew_ = true;
     return &imageStatus_;
-}
-
-char* HostCalls::NewValue()
-{
-    value_.Text()[0] = '\0';
-    return value_.Text();
 }
 
 TestHost::TestHost(std::string cameras, std::string adapterFile)
@@ -162,8 +156,7 @@ void TestHost::Open()
 {
     channels_.clear();
     for (std::int32_t index = 0; index < kMaxListed; ++index) {
-        Guarded<VideoChannelDescriptor>& descriptor = channels_.emplace_back();
-        descriptor->structSize = sizeof(VideoChannelDescriptor);
+        Guarded<VideoChannelDescriptor>& descriptor = channels_.emplace_back(sizeof(VideoChannelDescriptor));
         if (GetVideoChannel(index, descriptor.Get()) != MARAVEL_SUCCESS) {
             channels_.pop_back();
             return;

@@ -10,6 +10,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace maravel::test {
 
@@ -33,6 +34,23 @@ public:
         const FARPROC address = GetProcAddress(adapter_, name);
         ASSERT_NE(address, nullptr) << name;
         std::memcpy(&function, &address, sizeof function);
+    }
+
+    // Calls of the SDK's entry point go to a function, or a lambda without captures, of the same signature;
+    // `original` gets what they went to.
+    template <class Function>
+    void Replace(const char* entry, Function function,
+                 decltype(+std::declval<Function>())* original = nullptr)
+    {
+        if (original != nullptr) {
+            *original = reinterpret_cast<decltype(+function)>(sdk.SimOriginalEntry(entry));
+        }
+        sdk.SimReplaceEntry(entry, reinterpret_cast<void*>(+function));
+    }
+    template <class Function>
+    void ReplaceTransform(const char* entry, Function function)
+    {
+        sdk.SimTransformReplaceEntry(entry, reinterpret_cast<void*>(+function));
     }
 
     // Ends everything that the SDK was told to do; its cameras and its manners stay.
