@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdint>
 #include <istream>
-#include <string>
 #include <vector>
 
 namespace maravel::soak {
@@ -48,10 +47,9 @@ struct Acquisition
 };
 using Acquisitions = std::vector<Acquisition>; // of a channel; the last one goes on
 
-// Compares a session's log, what the cameras say and what the host fetched of each channel, and adds it to
-// the sums. Nothing may arrive meanwhile: every camera is stopped or has no buffer left. Returns what does
-// not add up.
-std::vector<std::string> Audit(std::istream& log, const std::vector<SimStatistics>& cameras,
-                               const std::vector<Acquisitions>& fetched, Sums& sums);
+// Expects a session's log, what the cameras say and what the host fetched of each channel to agree, and adds
+// it to the sums. Nothing may arrive meanwhile: every camera is stopped or has no buffer left.
+void Audit(std::istream& log, const std::vector<SimStatistics>& cameras,
+           const std::vector<Acquisitions>& fetched, Sums& sums);
 
 } // namespace maravel::soak

@@ -28,30 +28,14 @@ SoakChannel::SoakChannel(test::TestHost& host, std::size_t index, std::uint32_t 
 {
 }
 
-void SoakChannel::Complain(const std::string& what)
-{
-    complaints_.push_back("channel " + std::to_string(index_) + ": " + what);
-}
-
-void SoakChannel::Settle(Sums& sums, std::vector<std::string>& complaints)
-{
-    sums[Calls] += std::exchange(calls_, 0);
-    sums[Refusals] += std::exchange(refusals_, 0);
-    complaints.insert(complaints.end(), complaints_.begin(), complaints_.end());
-    complaints_.clear();
-}
-
 void SoakChannel::Note(const test::Answer& answer)
 {
     ++calls_;
     refusals_ += answer.status != MARAVEL_SUCCESS;
-    if (!answer.IsConsistent()) {
-        Complain(answer.operation + " answered " + std::to_string(answer.status) + " with the text '" +
-                 answer.text + "'");
-    }
-    if (isNowhere_ && answer.status == MARAVEL_SUCCESS && answer.operation != "QueryImageStatus") {
-        Complain("a channel that does not exist is served: " + answer.operation);
-    }
+    EXPECT_TRUE(answer.IsConsistent())
+        << answer.operation << " answered " << answer.status << " '" << answer.text << "'";
+    EXPECT_TRUE(!isNowhere_ || answer.status != MARAVEL_SUCCESS || answer.operation == "QueryImageStatus")
+        << answer.operation << " serves a channel that does not exist";
 }
 
 // False when none waits.
@@ -64,13 +48,13 @@ bool SoakChannel::FetchOne()
     if (Random(8) == 0) {
         ImageAttributes attributes = {};
         attributes.structSize = sizeof attributes;
-        if (Attributes(index_, &attributes) == MARAVEL_SUCCESS && attributes.timestamp <= lastTimestamp_) {
-            Complain("an image is older than the one before");
+        if (Attributes(index_, &attributes) == MARAVEL_SUCCESS) {
+            EXPECT_GT(attributes.timestamp, lastTimestamp_) << "an image is older than the one before";
         }
         lastTimestamp_ = attributes.timestamp;
     }
     if (Fetch(index_, image_.Data()) != MARAVEL_SUCCESS || ImageStatus() != ImageStatusReady) {
-        Complain("an image that waits is not delivered, status " + std::to_string(ImageStatus()));
+        ADD_FAILURE() << "an image that waits is not delivered, status " << ImageStatus();
         return false;
     }
     ++fetched_.back().fetched;
@@ -95,19 +79,18 @@ bool SoakChannel::SetUpAndStart(int mode)
     return Start(index_) == MARAVEL_SUCCESS;
 }
 
-bool SoakChannel::StopUntilDone(bool isDrained)
+void SoakChannel::StopUntilDone(bool isDrained)
 {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         if (Stop(index_) == MARAVEL_SUCCESS) {
             fetched_.back().isDrained = isDrained;
             fetched_.emplace_back();
             isStreaming_ = false;
-            return true;
+            return;
         }
         std::this_thread::sleep_for(milliseconds(2));
     }
-    Complain("does not stop any more");
-    return false;
+    ADD_FAILURE() << "channel " << index_ << " does not stop any more";
 }
 
 bool SoakChannel::Quieten()
@@ -122,19 +105,17 @@ bool SoakChannel::Quieten()
     return isQuiet;
 }
 
-bool SoakChannel::Works()
+void SoakChannel::Try()
 {
-    if ((isStreaming_ && !StopUntilDone(false)) || !SetUpAndStart(kFreeRun)) {
-        return false;
+    if (isStreaming_) {
+        StopUntilDone(false);
     }
+    ASSERT_TRUE(SetUpAndStart(kFreeRun)) << TextNow();
     const Clock::time_point deadline = Clock::now() + kFirstFrame;
-    while (Clock::now() < deadline) {
-        if (FetchOne()) {
-            return true;
-        }
+    while (!FetchOne()) {
+        ASSERT_LT(Clock::now(), deadline) << "channel " << index_ << " does not stream any more";
         std::this_thread::sleep_for(milliseconds(1));
     }
-    return false;
 }
 
 // What no host should do, which the adapter is to survive.
