@@ -84,6 +84,26 @@ void ReleaseAll(SweepHost& host)
     }
 }
 
+void StartAll(SweepHost& host, int channels)
+{
+    host.Open();
+    for (int channel = 0; channel < channels; ++channel) {
+        host.SetUp(channel, 1, 0);
+        host.Start(channel);
+    }
+}
+
+// Calls `add` with every channel and every mode.
+template <class Add>
+void ForEachMode(Add add)
+{
+    for (int channel = 0; channel < kCameraCount; ++channel) {
+        for (const Mode& mode : kModes) {
+            add(channel, mode);
+        }
+    }
+}
+
 void AddWholeLives(std::vector<Scenario>& scenarios)
 {
     scenarios.push_back({"start-up", "four cameras", -1, [](SweepHost& host) { host.Open(); }});
@@ -91,55 +111,38 @@ void AddWholeLives(std::vector<Scenario>& scenarios)
                              host.Open();
                              host.Open();
                          }});
-    for (int channel = 0; channel < kCameraCount; ++channel) {
-        for (const Mode& mode : kModes) {
-            scenarios.push_back({"whole life", std::string(mode.name) + ", camera " + std::to_string(channel),
-                                 -1, [channel, &mode](SweepHost& host) {
-                                     host.Open();
-                                     Stream(host, channel, mode);
-                                     ReleaseAll(host);
-                                 }});
-        }
-    }
+    ForEachMode([&](int channel, const Mode& mode) {
+        const std::string name = std::string(mode.name) + ", camera " + std::to_string(channel);
+        scenarios.push_back({"whole life", name, -1, [channel, &mode](SweepHost& host) {
+                                 host.Open();
+                                 Stream(host, channel, mode);
+                                 ReleaseAll(host);
+                             }});
+    });
     scenarios.push_back({"restart", "while all stream", -1, [](SweepHost& host) {
-                             host.Open();
-                             for (int channel = 0; channel < kCameraCount; ++channel) {
-                                 host.SetUp(channel, 1, 0);
-                                 host.Start(channel);
-                             }
+                             StartAll(host, kCameraCount);
                              host.Open();
                          }});
     scenarios.push_back({"unload", "while two stream", -1, [](SweepHost& host) {
-                             host.Open();
-                             for (int channel = 0; channel < 2; ++channel) {
-                                 host.SetUp(channel, 1, 0);
-                                 host.Start(channel);
-                             }
+                             StartAll(host, 2);
                              host.Reload();
                          }});
     scenarios.push_back({"release", "while all stream", -1, [](SweepHost& host) {
-                             host.Open();
-                             for (int channel = 0; channel < kCameraCount; ++channel) {
-                                 host.SetUp(channel, 1, 0);
-                                 host.Start(channel);
-                             }
+                             StartAll(host, kCameraCount);
                              ReleaseAll(host);
                          }});
 }
 
 void AddSetUps(std::vector<Scenario>& scenarios)
 {
-    for (int channel = 0; channel < kCameraCount; ++channel) {
-        for (const Mode& mode : kModes) {
-            for (const int edge : {0, 1}) {
-                scenarios.push_back({"set-up",
-                                     std::string(mode.name) + (edge != 0 ? ", rising" : ", falling"), channel,
-                                     [channel, &mode, edge](SweepHost& host) {
-                                         host.SetUp(channel, mode.acqContinuous, mode.acqTriggered, edge);
-                                     }});
-            }
+    ForEachMode([&](int channel, const Mode& mode) {
+        for (const int edge : {0, 1}) {
+            const std::string name = std::string(mode.name) + (edge != 0 ? ", rising" : ", falling");
+            scenarios.push_back({"set-up", name, channel, [channel, &mode, edge](SweepHost& host) {
+                                     host.SetUp(channel, mode.acqContinuous, mode.acqTriggered, edge);
+                                 }});
         }
-    }
+    });
 }
 
 void AddStreams(std::vector<Scenario>& scenarios, SweepHost& host)
@@ -160,18 +163,16 @@ void AddStreams(std::vector<Scenario>& scenarios, SweepHost& host)
 // Two acquisitions; the second start comes even when the stop before it was refused.
 void AddRestarts(std::vector<Scenario>& scenarios)
 {
-    for (int channel = 0; channel < kCameraCount; ++channel) {
-        for (const Mode& mode : kModes) {
-            scenarios.push_back({"second start", mode.name, channel, [channel, &mode](SweepHost& host) {
-                                     host.SetUp(channel, mode.acqContinuous, mode.acqTriggered);
-                                     for (int acquisition = 0; acquisition < 2; ++acquisition) {
-                                         host.Start(channel);
-                                         FetchFrames(host, channel, 2);
-                                         host.Stop(channel);
-                                     }
-                                 }});
-        }
-    }
+    ForEachMode([&](int channel, const Mode& mode) {
+        scenarios.push_back({"second start", mode.name, channel, [channel, &mode](SweepHost& host) {
+                                 host.SetUp(channel, mode.acqContinuous, mode.acqTriggered);
+                                 for (int acquisition = 0; acquisition < 2; ++acquisition) {
+                                     host.Start(channel);
+                                     FetchFrames(host, channel, 2);
+                                     host.Stop(channel);
+                                 }
+                             }});
+    });
 }
 
 // Everything that a host can ask about a feature, and its own value written back.

@@ -182,8 +182,7 @@ void SweepHost::Stop(int channel)
 void SweepHost::Poll(int channel)
 {
     Query(channel);
-    test::Guarded<ImageAttributes> attributes;
-    attributes->structSize = sizeof(ImageAttributes);
+    test::Guarded<ImageAttributes> attributes(sizeof(ImageAttributes));
     Attributes(channel, attributes.Get());
     Fetch(channel, image_.Data());
     hasImage_ |= ImageStatus() == ImageStatusReady;
