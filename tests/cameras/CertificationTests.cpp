@@ -34,11 +34,9 @@ protected:
             GTEST_SKIP() << bench_->WhyNone();
         if (GetParam() == "Aravis" && !std::string(MARAVEL_CHECKS_OF_MEMORY).empty())
             GTEST_SKIP() << "under a sanitizer the fake camera sends faster than is received";
-        fs::create_directories(folder_);
     }
-    void TearDown() override { fs::remove_all(folder_); }
 
-    std::string In(const std::string& name) const { return '"' + host::TextOf(folder_ / name) + '"'; }
+    std::string In(const std::string& name) const { return '"' + host::TextOf(folder_.Path() / name) + '"'; }
 
     void Perform(CertifyRun& run) const
     {
@@ -51,7 +49,7 @@ protected:
         if (!limits.empty() || !memory.empty())
             line += " --known " + limits + (limits.empty() || memory.empty() ? "" : ",") + memory;
         run.exitCode = Shell(line + " > " + In(output));
-        std::ifstream file(folder_ / output);
+        std::ifstream file(folder_.Path() / output);
         for (std::string text; std::getline(file, text);)
             if (text.find(": FAIL") != std::string::npos || text.find("  fail: ") != std::string::npos ||
                 text.find("could not be put back") != std::string::npos)
@@ -60,7 +58,7 @@ protected:
 
     std::unique_ptr<Bench> bench_;
     const PrivateMachine machine_;
-    const fs::path folder_ = OwnFolder("certification");
+    const OwnFolder folder_{"certification"};
 };
 
 INSTANTIATE_TEST_SUITE_P(On, Certification, testing::ValuesIn(BenchNames()), NameOfBench);

@@ -117,25 +117,6 @@ void BindOwn()
 #undef BIND
 }
 
-// Each one's name is new: Windows keeps a library for a while that it could not load.
-class Folder
-{
-public:
-    Folder() : path_(OwnFolder("certify")) { fs::create_directories(path_); }
-    ~Folder()
-    {
-        std::error_code error;
-        fs::remove_all(path_, error);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    const fs::path& Path() const { return path_; }
-
-private:
-    const fs::path path_;
-};
-
 class CertifyTest : public testing::Test
 {
 protected:
@@ -158,7 +139,8 @@ protected:
     Result Run(const Check& check, void (*install)(Settings&))
     {
         MakeNew();
-        const Folder folder;
+        const OwnFolder folder(
+            "certify"); // a new name each: Windows keeps a library for a while that it could not load
         const PrivateMachine machine; // whose log the adapter writes
         Settings settings{.sdk = SdkFolder(),
                           .adapter = AdapterFile(),
@@ -206,7 +188,7 @@ TEST_F(CertifyTest, NothingFailsWithoutAFault)
 // Also what another process changed before it crashed: that one's list of settings lies in the run's folder.
 TEST_F(CertifyTest, SettingsArePutBack)
 {
-    const Folder folder;
+    const OwnFolder folder("certify");
     const Settings settings{
         .sdk = SdkFolder(), .adapter = {}, .camera = {}, .program = {}, .folder = folder.Path()};
     for (const bool isFirst : {true, false}) {
@@ -280,7 +262,7 @@ TEST(Worker, CrashOrHangIsOneFailure)
 {
     for (const auto& [fault, says] : {std::pair{"crash", "the process ended during this check"},
                                       {"hang", "it did not return within 8 s"}}) {
-        const Folder folder;
+        const OwnFolder folder("certify");
         Settings settings;
         g_copy = folder.Path() / "sdk";
         UseCopy(settings, [](const fs::path&) {});
@@ -291,8 +273,7 @@ TEST(Worker, CrashOrHangIsOneFailure)
                              {"certify", "--sdk", host::TextOf(settings.sdk), "--filter", "H8|H9|H10",
                               "--patience", "8", "--junit", host::TextOf(report)}),
                   1);
-        std::ifstream file(report);
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        const std::string text = ReadFile(report);
         EXPECT_NE(text.find("tests=\"3\" failures=\"1\""), std::string::npos) << text;
         EXPECT_NE(text.find(says), std::string::npos) << text;
     }
@@ -301,7 +282,7 @@ TEST(Worker, CrashOrHangIsOneFailure)
 // Examples of FIPS 180-2.
 TEST(Sha256, AgreesWithTheStandard)
 {
-    const Folder folder;
+    const OwnFolder folder("certify");
     for (const auto& [text, sum] : {
              std::pair{"", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
              {"abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},

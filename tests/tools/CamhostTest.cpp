@@ -21,12 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
-std::string ReadFile(const fs::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // Lines end in '\n' whatever the system.
 std::string ReadText(const fs::path& path)
 {
@@ -71,19 +65,11 @@ class Camhost : public testing::Test
 protected:
     void SetUp() override
     {
-        const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
-        folder_ = OwnFolder(name);
-        fs::remove_all(folder_);
-        fs::create_directories(folder_ / "sdk");
-        fs::current_path(folder_);
+        fs::create_directories(folder_.Path() / "sdk");
+        fs::current_path(folder_.Path());
         SetEnvironment("ZORVIK_HOME", "");
     }
-    void TearDown() override
-    {
-        fs::current_path(ExecutableFolder());
-        std::error_code error;
-        fs::remove_all(folder_, error);
-    }
+    void TearDown() override { fs::current_path(ExecutableFolder()); }
 
     static Result RunBare(const std::string& arguments)
     {
@@ -132,7 +118,7 @@ protected:
 
 private:
     PrivateMachine machine_;
-    fs::path folder_;
+    const OwnFolder folder_{testing::UnitTest::GetInstance()->current_test_info()->name()};
 };
 
 TEST_F(Camhost, WrongArgumentsEndWithTwoAndOneLine)

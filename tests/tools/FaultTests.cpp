@@ -28,12 +28,6 @@ using Json = nlohmann::json;
 using host::Channel;
 using Channels = std::vector<Channel>;
 
-std::string ReadAll(const fs::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // The option to overwrite is not honoured everywhere.
 void Replace(const fs::path& path, const fs::path& with)
 {
@@ -46,18 +40,10 @@ class Faults : public testing::Test
 protected:
     void SetUp() override
     {
-        folder_ = OwnFolder("faults");
-        fs::remove_all(folder_);
-        fs::create_directories(folder_);
-        fs::current_path(folder_);
+        fs::current_path(folder_.Path());
         SetEnvironment("ZORVIK_HOME", "");
     }
-    void TearDown() override
-    {
-        fs::current_path(ExecutableFolder());
-        std::error_code error;
-        fs::remove_all(folder_, error);
-    }
+    void TearDown() override { fs::current_path(ExecutableFolder()); }
 
     static int Camhost(const std::string& arguments)
     {
@@ -69,9 +55,9 @@ protected:
     static std::string Named(const std::string& file = "")
     {
         const int exitCode = Camhost("log --json " + file);
-        const Json report = Json::parse(ReadAll("output.txt"), nullptr, false);
+        const Json report = Json::parse(ReadFile("output.txt"), nullptr, false);
         if (report.is_discarded() || report["runs"].empty())
-            return "no report: " + ReadAll("errors.txt");
+            return "no report: " + ReadFile("errors.txt");
         std::string names, hint;
         for (const Json& finding : report["runs"].back()["findings"]) {
             const std::string id = finding["id"];
@@ -145,7 +131,7 @@ protected:
     PrivateMachine machine_;
 
 private:
-    fs::path folder_;
+    const OwnFolder folder_{"faults"};
 };
 
 const std::string kGrab = "grab 0 --frames 9 --timeout 1.5 --out out ";
@@ -204,7 +190,7 @@ TEST_F(Faults, OfTheSdkAndItsCamerasAreNamed)
         Camhost(row.arguments +
                 (row.simulate == nullptr ? "" : std::string(" --simulate \"") + row.simulate + "\""));
         const std::string how = row.arguments + " " + (row.simulate == nullptr ? "" : row.simulate);
-        const std::string errors = ReadAll("errors.txt");
+        const std::string errors = ReadFile("errors.txt");
         EXPECT_EQ(Named(), row.expected) << how << "\n" << errors;
         // The command says the same cause itself, where it failed at all.
         const diagnosis::Fault* fault = diagnosis::FindFault(row.expected);
@@ -290,9 +276,9 @@ TEST_F(Faults, OfTheProgramAreNamed)
 // What `camhost doctor` finds at fault or warns of, without what is this machine's network: "id, id".
 std::string Examined()
 {
-    const Json report = Json::parse(ReadAll("output.txt"), nullptr, false);
+    const Json report = Json::parse(ReadFile("output.txt"), nullptr, false);
     if (report.is_discarded())
-        return "no report: " + ReadAll("errors.txt");
+        return "no report: " + ReadFile("errors.txt");
     std::string ids;
     for (const Json& check : report["checks"]) {
         const std::string id = check["id"];
@@ -309,7 +295,7 @@ std::string Examined()
 // A library for 32 bits: the machine's code in the header is another one.
 void MakeThirtyTwoBit(const fs::path& path)
 {
-    std::string bytes = ReadAll(path);
+    std::string bytes = ReadFile(path);
     if (bytes.starts_with("MZ")) {
         const auto header = static_cast<unsigned char>(bytes[0x3C]) | static_cast<unsigned char>(bytes[0x3D])
                                                                           << 8;
@@ -401,7 +387,7 @@ TEST_F(Faults, OfTheInstallationAreFoundByTheDoctor)
         SetEnvironment("ZORVIK_HOME", "");
         row.prepare();
         const int exitCode = Camhost("doctor --json " + row.arguments);
-        const std::string output = ReadAll("output.txt");
+        const std::string output = ReadFile("output.txt");
         EXPECT_EQ(Examined(), row.expected) << row.says << output;
         EXPECT_NE(output.find(row.says), std::string::npos) << row.says << "\n" << output;
         const bool fine =
@@ -446,9 +432,9 @@ TEST_F(Faults, TwoProgramsInOneLogAreNoticed)
 // Faults that cannot be brought about at will, in the log of a well run: a line put in, or its end cut off.
 TEST_F(Faults, InWrittenLogsAreNamed)
 {
-    ASSERT_EQ(Camhost("grab 3 --frames 3 --out out"), 0) << ReadAll("errors.txt");
+    ASSERT_EQ(Camhost("grab 3 --frames 3 --out out"), 0) << ReadFile("errors.txt");
     EXPECT_EQ(Named(), "(no-jumbo-frames)");
-    const std::string log = ReadAll(machine_.LogFile());
+    const std::string log = ReadFile(machine_.LogFile());
     const auto with = [&log](const std::string& line) {
         const std::size_t at = log.rfind("[");
         return log.substr(0, at) + "[23:59:59:000 L00001] " + line + "\n" + log.substr(at);
@@ -468,11 +454,11 @@ TEST_F(Faults, InWrittenLogsAreNamed)
 
 TEST_F(Faults, ALogBecomesATraceAndAPage)
 {
-    ASSERT_EQ(Camhost("grab 3 --frames 5 --out out"), 0) << ReadAll("errors.txt");
+    ASSERT_EQ(Camhost("grab 3 --frames 5 --out out"), 0) << ReadFile("errors.txt");
     ASSERT_EQ(Camhost("log --json --trace a.json --html a.html"), 0);
-    const Json channel = Json::parse(ReadAll("output.txt"))["runs"][0]["channels"].back();
+    const Json channel = Json::parse(ReadFile("output.txt"))["runs"][0]["channels"].back();
     std::map<std::string, int> events;
-    const Json trace = Json::parse(ReadAll("a.json"));
+    const Json trace = Json::parse(ReadFile("a.json"));
     for (const Json& event : trace["traceEvents"])
         ++events[event["ph"].get<std::string>() + " " + event["name"].get<std::string>()];
     EXPECT_EQ(channel["channel"], 3);
@@ -480,7 +466,7 @@ TEST_F(Faults, ALogBecomesATraceAndAPage)
     EXPECT_EQ(events["X acquisition"], 1);
     EXPECT_GE(events["C frames/s of channel 3"], 1);
     EXPECT_EQ(events["M thread_name"], 4);
-    const std::string page = ReadAll("a.html");
+    const std::string page = ReadFile("a.html");
     for (const char* part : {"<svg", "healthy", "Simulated Legacy Mono VGA", "</html>"})
         EXPECT_NE(page.find(part), std::string::npos) << part;
     for (const char* part : {"<script", "http:", "https:"})
@@ -504,7 +490,7 @@ TEST_F(Faults, WhatIsAskedOfALogInTheWrongWayIsSaid)
     };
     for (const auto& [arguments, exitCode, says] : rows) {
         EXPECT_EQ(Camhost(arguments), exitCode) << arguments;
-        EXPECT_NE(ReadAll("errors.txt").find(says), std::string::npos) << ReadAll("errors.txt");
+        EXPECT_NE(ReadFile("errors.txt").find(says), std::string::npos) << ReadFile("errors.txt");
     }
 }
 
@@ -512,16 +498,16 @@ TEST_F(Faults, ALogThatIsSwitchedOffIsNamed)
 {
     if (PathSeparator == '\\')
         GTEST_SKIP() << "the test's registry is this process's alone";
-    ASSERT_EQ(Camhost("grab 3 --frames 3 --out out"), 0) << ReadAll("errors.txt");
+    ASSERT_EQ(Camhost("grab 3 --frames 3 --out out"), 0) << ReadFile("errors.txt");
     machine_.SetRegistry({RegistryNumber("SOFTWARE\\maravel\\PLK\\AdapterZorvik", "EnableLog", 0)});
     EXPECT_EQ(Camhost("grab 3 --frames 3 --out out"), 0);
     EXPECT_EQ(Named(), "logging-off");
     machine_.RemoveLogFolder();
     EXPECT_EQ(Camhost("log --json"), 4);
-    EXPECT_NE(ReadAll("errors.txt").find("The registry switches the log off"), std::string::npos);
+    EXPECT_NE(ReadFile("errors.txt").find("The registry switches the log off"), std::string::npos);
     EXPECT_EQ(Camhost("list --sdk ."), 3) << "also without a log";
-    EXPECT_NE(ReadAll("errors.txt").find("ZvkC.dll did not load"), std::string::npos)
-        << ReadAll("errors.txt");
+    EXPECT_NE(ReadFile("errors.txt").find("ZvkC.dll did not load"), std::string::npos)
+        << ReadFile("errors.txt");
 }
 
 // All cameras, all formats. A machine that stands still for a moment really loses images of a fast camera in
@@ -544,9 +530,9 @@ TEST_F(Faults, AHealthyRunRaisesNoAlarm)
                 : "grab " + std::to_string(camera) +
                       " --frames 3 --out out --set PixelFormat=" + (format == nullptr ? "Mono8" : format);
         const bool freerun = more != nullptr || camera == 3;
-        ASSERT_EQ(Camhost(arguments + (freerun ? "" : " --trigger manual")), 0) << ReadAll("errors.txt");
-        ASSERT_EQ(Camhost("log --json"), 0) << arguments << ReadAll("output.txt");
-        ASSERT_EQ(Json::parse(ReadAll("output.txt"))["unknown"], 0) << arguments;
+        ASSERT_EQ(Camhost(arguments + (freerun ? "" : " --trigger manual")), 0) << ReadFile("errors.txt");
+        ASSERT_EQ(Camhost("log --json"), 0) << arguments << ReadFile("output.txt");
+        ASSERT_EQ(Json::parse(ReadFile("output.txt"))["unknown"], 0) << arguments;
     }
 }
 
