@@ -8,10 +8,10 @@
 #include "support/SdkEntries.h"
 #include "support/TestHost.h"
 
+#include <CLI/CLI.hpp>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <deque>
 #include <fstream>
 #include <iterator>
@@ -313,30 +313,6 @@ bool Soak::Conclude()
     return FailureCount() == 0;
 }
 
-bool ParseArguments(int count, char** arguments, Options* options)
-{
-    for (int i = 1; i < count; ++i) {
-        const std::string argument = arguments[i];
-        char* end = nullptr;
-        if (argument == "--progress") {
-            options->showsProgress = true;
-        }
-        else if (argument == "--minutes" && i + 1 < count) {
-            options->minutes = std::strtod(arguments[++i], &end);
-        }
-        else if (argument == "--seed" && i + 1 < count) {
-            options->seed = static_cast<std::uint32_t>(std::strtoul(arguments[++i], &end, 10));
-        }
-        else {
-            return false;
-        }
-        if (end != nullptr && *end != '\0') {
-            return false;
-        }
-    }
-    return options->minutes > 0.0;
-}
-
 } // namespace
 
 } // namespace maravel::soak
@@ -344,9 +320,10 @@ bool ParseArguments(int count, char** arguments, Options* options)
 int main(int count, char** arguments)
 {
     maravel::soak::Options options;
-    if (!maravel::soak::ParseArguments(count, arguments, &options)) {
-        std::fprintf(stderr, "usage: soak [--minutes M] [--seed N] [--progress]\n");
-        return 2;
-    }
+    CLI::App app("Streams all simulated cameras and accounts for every frame.", "soak");
+    app.add_option("--minutes", options.minutes, "how long")->check(CLI::Range(0.01, 1e6));
+    app.add_option("--seed", options.seed, "of what is random");
+    app.add_flag("--progress", options.showsProgress, "tells how far it is");
+    CLI11_PARSE(app, count, arguments);
     return maravel::soak::Soak(options).Run() ? 0 : 1;
 }
