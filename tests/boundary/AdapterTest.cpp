@@ -89,14 +89,4 @@ bool AdapterTest::IsInLog(const std::string& text)
     return LogText(logStart_).find(text) != std::string::npos;
 }
 
-std::vector<std::string> WithoutSuccess(std::vector<std::string> calls)
-{
-    for (std::string& call : calls) {
-        if (call.ends_with(" = 0")) {
-            call.resize(call.size() - 4);
-        }
-    }
-    return calls;
-}
-
 } // namespace maravel::test

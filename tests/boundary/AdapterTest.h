@@ -60,7 +60,4 @@ private:
     bool expectViolations_ = false;
 };
 
-// A record of all calls between two points, as the SDK saw them, without the results of those that succeeded.
-std::vector<std::string> WithoutSuccess(std::vector<std::string> calls);
-
 } // namespace maravel::test

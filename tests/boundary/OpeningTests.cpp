@@ -77,10 +77,7 @@ TEST_F(OpeningTest, CallsOfAnOpeningInTheirOrder)
     sdk.SimClearCalls();
     Guarded<VideoChannelDescriptor> descriptor(684);
     ASSERT_EQ(GetVideoChannel(1, descriptor.Get()), 0);
-    std::vector<std::string> names;
-    for (const std::string& call : sdk.Calls()) {
-        names.push_back(call.substr(0, call.find('(')));
-    }
+    const std::vector<std::string> names = sdk.Calls("(");
     const std::vector<std::string> expected = {"ZvkFeatureStringGet",
                                                "ZvkCameraOpen",
                                                "ZvkCameraInfoQueryByHandle",

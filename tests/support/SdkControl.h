@@ -2,8 +2,8 @@
 #pragma once
 
 #include "imagetransform/TransformControl.h"
-#include "platform/Win32.h"
 #include "simulated/SimulationControl.h"
+#include "support/LoadedLibrary.h"
 
 #include <string>
 #include <vector>
@@ -14,25 +14,29 @@ namespace maravel::test {
 // and looked at after it has let them go.
 class SdkControl
 {
-public:
-    explicit SdkControl(const std::string& sdkFolder);
-    ~SdkControl();
-    SdkControl(const SdkControl&) = delete;
-    SdkControl& operator=(const SdkControl&) = delete;
+    LoadedLibrary runtime_; // before the functions that come out of them
+    LoadedLibrary transform_;
 
-#define POINTER(result, name, parameters) result(*name) parameters = nullptr;
+public:
+    explicit SdkControl(const std::string& sdkFolder)
+        : runtime_(sdkFolder + "/bin/ZvkC.dll"), transform_(sdkFolder + "/bin/ZvkImageTransform.dll")
+    {
+    }
+
+#define POINTER(result, name, parameters)                                                                    \
+    result(*name) parameters = runtime_.Find<result(*) parameters>(#name);
     SIM_CONTROL_FUNCTIONS(POINTER)
+#undef POINTER
+#define POINTER(result, name, parameters)                                                                    \
+    result(*name) parameters = transform_.Find<result(*) parameters>(#name);
     SIM_TRANSFORM_FUNCTIONS(POINTER)
 #undef POINTER
 
-    std::vector<std::string> Calls() const;
+    // A line each, whole or up to what first stands there.
+    std::vector<std::string> Calls(const std::string& upTo = "\n") const;
     std::string Violations() const;
     SimStateInfo State() const;
     SimStatistics Statistics(std::uint32_t camera) const;
-
-private:
-    HMODULE runtime_;
-    HMODULE transform_;
 };
 
 } // namespace maravel::test

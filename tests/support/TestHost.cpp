@@ -2,8 +2,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -165,15 +163,6 @@ void TestHost::Open()
         callbacks_ = *descriptor;
     }
     ADD_FAILURE() << "the list of channels does not end";
-}
-
-std::string TestHost::LogText(std::size_t from) const
-{
-    std::ifstream file(machine.LogFile(), std::ios::binary);
-    file.seekg(static_cast<std::streamoff>(from));
-    std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    std::erase(bytes, '\r');
-    return bytes;
 }
 
 std::vector<std::string> TestHost::Log() const

@@ -68,8 +68,7 @@ public:
     // The exported function, for the calls of another thread.
     GetVideoChannelFn EntryPoint() const { return getVideoChannel_; }
 
-    // The log from a place in its file on.
-    std::string LogText(std::size_t from = 0) const;
+    std::string LogText(std::size_t from = 0) const { return machine.LogText(from); }
     // Messages of the log since the last ClearLog (or the start), without prefixes and line ends.
     std::vector<std::string> Log() const;
     void ClearLog();

@@ -1,6 +1,8 @@
 #include "support/TestPlatform.h"
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 namespace maravel::test {
 
@@ -12,6 +14,15 @@ std::string SdkFolder(const std::string& name)
 std::string AdapterFile()
 {
     return (std::filesystem::path(ExecutableFolder()) / MARAVEL_ADAPTER_FILE).string();
+}
+
+std::string PrivateMachine::LogText(std::size_t from) const
+{
+    std::ifstream file(LogFile(), std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(from));
+    std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    std::erase(bytes, '\r');
+    return bytes;
 }
 
 RegistryEntry RegistryKeyOnly(const std::string& key)

@@ -62,6 +62,8 @@ public:
     // As another program would, also while the log is open.
     void RemoveLogFolder();
     std::string LogFile() const;
+    // What stands in it from that byte on; lines end in '\n' whatever the system.
+    std::string LogText(std::size_t from = 0) const;
 
 private:
     std::string logFolder_;

@@ -33,8 +33,7 @@ FARPROC ResolveAllButOne(HMODULE library, const char* name)
 
 std::wstring SdkFolder()
 {
-    std::filesystem::path folder = test::ExecutableFolder();
-    return (folder.parent_path() / "sdk").wstring();
+    return std::filesystem::path(test::SdkFolder()).wstring();
 }
 
 class BindingTest : public testing::Test
@@ -51,11 +50,7 @@ protected:
         missing = nullptr;
     }
 
-    std::string Log()
-    {
-        std::ifstream file(machine.LogFile());
-        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    }
+    std::string Log() const { return machine.LogText(); }
 
     test::PrivateMachine machine;
 };

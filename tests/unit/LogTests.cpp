@@ -25,13 +25,7 @@ class LogTest : public testing::Test
 protected:
     ~LogTest() override { CloseLog(); }
 
-    std::string Text()
-    {
-        std::ifstream file(machine.LogFile(), std::ios::binary);
-        std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        std::erase(text, '\r');
-        return text;
-    }
+    std::string Text() const { return machine.LogText(); }
 
     test::PrivateMachine machine;
 };

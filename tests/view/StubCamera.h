@@ -8,6 +8,12 @@
 
 namespace maravel::test {
 
+template <class... Arguments>
+std::int32_t MARAVEL_CALL Succeed(char*, Arguments...)
+{
+    return MARAVEL_SUCCESS;
+}
+
 inline host::Channel StubChannel()
 {
     struct Stub
@@ -42,16 +48,6 @@ inline host::Channel StubChannel()
             std::strcpy(value, *name == 'G' ? "1.5" : "Mono8");
             return MARAVEL_SUCCESS;
         }
-        static std::int32_t MARAVEL_CALL Write(char*, std::int64_t, const char*, const char*)
-        {
-            return MARAVEL_SUCCESS;
-        }
-        static std::int32_t MARAVEL_CALL Do(char*, std::int64_t) { return MARAVEL_SUCCESS; }
-        static std::int32_t MARAVEL_CALL Command(char*, std::int64_t, const char*) { return MARAVEL_SUCCESS; }
-        static std::int32_t MARAVEL_CALL Setup(char*, std::int64_t, const CommonParams*)
-        {
-            return MARAVEL_SUCCESS;
-        }
         static std::int32_t MARAVEL_CALL Attributes(char*, std::int64_t, ImageAttributes*,
                                                     std::uint32_t* status)
         {
@@ -65,10 +61,11 @@ inline host::Channel StubChannel()
     d.GetValidEnum = Stub::Entry;
     d.GetFeatureAttr = Stub::Attribute;
     d.ReadValue = Stub::Read;
-    d.WriteValue = Stub::Write;
-    d.ExecuteCommand = Stub::Command;
-    d.SetupCommonParams = Stub::Setup;
-    d.StartAcquisition = d.StopAcquisition = Stub::Do;
+    d.WriteValue = Succeed;
+    d.ExecuteCommand = Succeed;
+    d.SetupCommonParams = Succeed;
+    d.StartAcquisition = Succeed;
+    d.StopAcquisition = Succeed;
     d.GetImageAttributes = Stub::Attributes;
     return host::Channel(d);
 }
