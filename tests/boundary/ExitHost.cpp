@@ -16,7 +16,8 @@ constexpr int kStreamed = 7;
 int StreamAndEnd(const char* adapterFile, const std::string& end)
 {
     std::string reason;
-    auto adapter = maravel::host::AdapterLibrary::Load(adapterFile, &reason);
+    // With "return" nobody deletes it: the runtime's exit list ends the adapter.
+    static const auto* const adapter = maravel::host::AdapterLibrary::Load(adapterFile, &reason).release();
     std::vector<maravel::host::Channel> channels;
     if (adapter == nullptr || !adapter->CollectChannels(&channels) || channels.empty()) {
         std::fprintf(stderr, "no channels %s\n", reason.c_str());
@@ -40,7 +41,7 @@ int StreamAndEnd(const char* adapterFile, const std::string& end)
         }
     }
     if (end == "unload") {
-        adapter.reset();
+        delete adapter;
     }
     else if (end == "exit-from-thread") {
         std::thread([] { std::exit(kStreamed); }).join();
@@ -48,7 +49,6 @@ int StreamAndEnd(const char* adapterFile, const std::string& end)
     else if (end == "quick") {
         std::_Exit(kStreamed);
     }
-    static_cast<void>(adapter.release()); // "return": the runtime's exit list ends the adapter
     return kStreamed;
 }
 
