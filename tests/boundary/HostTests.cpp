@@ -232,6 +232,9 @@ TEST_F(HostTest, ManyThreadsCallEverythingWhileFramesArrive)
             for (int call = 0; call < kCalls; ++call) {
                 const auto id = static_cast<std::int64_t>(random() % 4) - (random() % 16 == 0 ? 4 : 0);
                 CallAnything(host, Drawing::Threads, id, std::size_t{64} * 48 * 3, random);
+                if (random() % 128 == 0) {
+                    host.GetVideoChannel(call % 4, Guarded<VideoChannelDescriptor>(684).Get());
+                }
             }
         });
     }
