@@ -123,7 +123,7 @@ void SoakChannel::CallNowhere()
 {
     Fetch(index_, nullptr);
     isNowhere_ = true;
-    CallAnything(*this, test::Drawing::Threads, Random(2) == 0 ? -1 : 1'000'000, kLargestImage, random_);
+    CallAnything(*this, test::Drawing::Fuzzer, Random(2) == 0 ? -1 : 1'000'000, kLargestImage, random_);
     isNowhere_ = false;
 }
 
