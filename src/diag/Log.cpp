@@ -30,14 +30,13 @@ std::atomic<int> writers{0};
 
 // That order holds for all threads only if both are sequentially consistent. It would also put everything
 // else that the threads do into an order, and so hide races of theirs from the thread sanitizer: builds for
-// that one order nothing here but a writer's last step before the closing, which every processor of ours does
-// anyway.
+// that one order a file's opening before its writing, and a writer's last step before the closing, no more.
+// Every processor of ours does the rest anyway.
+using enum std::memory_order;
 #if defined(MARAVEL_LOG_ORDERS_NOTHING)
-constexpr std::memory_order kOrder = std::memory_order_relaxed;
-constexpr std::memory_order kWritten = std::memory_order_release;
+constexpr std::memory_order kOrder = relaxed, kOpened = acquire, kDone = release;
 #else
-constexpr std::memory_order kOrder = std::memory_order_seq_cst;
-constexpr std::memory_order kWritten = std::memory_order_seq_cst;
+constexpr std::memory_order kOrder = seq_cst, kOpened = seq_cst, kDone = seq_cst;
 #endif
 
 // Whether the registry leaves logging on. A key that is not there leaves it on.
@@ -131,14 +130,14 @@ void InitLog()
     const bool enabled = IsLogEnabled();
     CloseLog();
     if (enabled) {
-        openLog.store(OpenLogFile(), kOrder);
+        openLog.store(OpenLogFile(), kDone);
     }
 }
 
 void WriteLog(unsigned line, const char* format, ...) noexcept
 {
     writers.fetch_add(1, kOrder);
-    if (std::FILE* file = openLog.load(kOrder); file != nullptr) {
+    if (std::FILE* file = openLog.load(kOpened); file != nullptr) {
         char text[kMaxPrefix + kMaxMessage];
         char* const start = PutPrefix(text, line);
         std::va_list arguments;
@@ -149,7 +148,7 @@ void WriteLog(unsigned line, const char* format, ...) noexcept
         // a lost folder costs lines, never more.
         static_cast<void>(_write(_fileno(file), text, static_cast<unsigned>(end - text)));
     }
-    writers.fetch_sub(1, kWritten);
+    writers.fetch_sub(1, kDone);
 }
 
 void CloseLog(bool atModuleEnd) noexcept

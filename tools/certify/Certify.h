@@ -1,4 +1,4 @@
-// camhost certify: runs the checks, each group in a process of its own, and reports.
+// camhost certify: runs the checks, in a process that may crash, and reports.
 #pragma once
 
 #include <filesystem>
