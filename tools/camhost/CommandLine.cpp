@@ -250,7 +250,7 @@ void AddCertify(CLI::App& app, Options& options)
     certify->add_flag("--strict", options.strict, "Refusals must have exactly the documented result code");
     certify->add_flag("--read-only", options.readOnly, "For a line that must not change: writes nothing");
     certify
-        ->add_option("--patience", options.patience,
+        ->add_option("--time,--patience", options.patience,
                      "Seconds after which a check that does not return has failed")
         ->capture_default_str()
         ->check(CLI::Range(1, 3600))
