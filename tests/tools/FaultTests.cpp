@@ -58,16 +58,18 @@ protected:
         const Json report = Json::parse(ReadFile("output.txt"), nullptr, false);
         if (report.is_discarded() || report["runs"].empty())
             return "no report: " + ReadFile("errors.txt");
-        std::string names, hint;
+        std::string names, stalls, hint;
         for (const Json& finding : report["runs"].back()["findings"]) {
             const std::string id = finding["id"];
             // A machine that stands still for a moment brings these about beside what a test does.
-            const bool stall = !names.empty() && (id == "host-too-slow" || id == "frames-missing");
-            if (finding["severity"] != "hint" && !stall)
-                names += (names.empty() ? "" : ", ") + id;
-            else if (hint.empty() && !stall)
+            std::string& list = id == "host-too-slow" || id == "frames-missing" ? stalls : names;
+            if (finding["severity"] != "hint")
+                list += (list.empty() ? "" : ", ") + id;
+            else if (hint.empty())
                 hint = "(" + id + ")";
         }
+        if (names.empty())
+            names = stalls;
         EXPECT_EQ(exitCode, names.empty() ? 0 : 1);
         EXPECT_EQ(report["unknown"], 0) << report["unknownLines"];
         return names.empty() ? hint : names;
