@@ -2,9 +2,10 @@
 // (Session.calls). MARAVEL_TEST_REWRITE=1 writes both files anew, beside the program; read them before use.
 #include "boundary/AdapterTest.h"
 
+#include "support/Patterns.h"
+
 #include <cstdlib>
 #include <fstream>
-#include <regex>
 
 namespace maravel::test {
 
@@ -61,13 +62,13 @@ protected:
     // Where the machine or the run speaks, a name in angle brackets; repeated lines once, with their number.
     Lines Masked(const Lines& lines) const
     {
-        static const std::pair<std::regex, const char*> masks[] = {
-            {std::regex("(Calling process: ).*boundary_tests(?:\\.exe)?"), "$1<program>"},
-            {std::regex("(Adapter version: V\\d+\\.\\d+\\.\\d+\\.)\\d+"), "$1<revision>"},
-            {std::regex("(as admin: )\\d"), "$1<admin>"},
-            {std::regex("(Camera[:=] ?)[0-9A-Fx]+"), "$1<handle>"},
-            {std::regex("(timestamp=)\\d+"), "$1<time>"},
-            {std::regex("(Frame(?:Announce|Queue)\\(camera \\d, )\\w+"), "$1<frame>"},
+        static const std::pair<const char*, const char*> masks[] = {
+            {"(Calling process: ).*boundary_tests(?:\\.exe)?", "$1<program>"},
+            {"(Adapter version: V\\d+\\.\\d+\\.\\d+\\.)\\d+", "$1<revision>"},
+            {"(as admin: )\\d", "$1<admin>"},
+            {"(Camera[:=] ?)[0-9A-Fx]+", "$1<handle>"},
+            {"(timestamp=)\\d+", "$1<time>"},
+            {"(Frame(?:Announce|Queue)\\(camera \\d, )\\w+", "$1<frame>"},
         };
         Lines masked;
         std::vector<int> times;
@@ -76,7 +77,7 @@ protected:
                 line.replace(at, SdkFolder().size(), "<sdk>");
             }
             for (const auto& [mask, name] : masks) {
-                line = std::regex_replace(line, mask, name);
+                line = ReplacePattern(line, mask, name);
             }
             if (masked.empty() || line != masked.back()) {
                 masked.push_back(line);

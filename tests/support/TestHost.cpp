@@ -1,8 +1,9 @@
 #include "support/TestHost.h"
 
+#include "support/Patterns.h"
+
 #include <chrono>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -167,11 +168,10 @@ void TestHost::Open()
 
 std::vector<std::string> TestHost::Log() const
 {
-    static const std::regex prefix(R"(\[\d\d:\d\d:\d\d:\d\d\d L\d{5}\] )");
     std::vector<std::string> messages;
     std::istringstream lines(LogText(logStart_));
     for (std::string line; std::getline(lines, line);) {
-        messages.push_back(std::regex_replace(line, prefix, ""));
+        messages.push_back(ReplacePattern(line, R"(\[\d\d:\d\d:\d\d:\d\d\d L\d{5}\] )", ""));
     }
     return messages;
 }
