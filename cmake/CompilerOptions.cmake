@@ -54,8 +54,21 @@ if(MARAVEL_SANITIZE)
   add_link_options(-fsanitize=${MARAVEL_SANITIZE})
 endif()
 
-# For code of which the compiler takes longer than it ever runs: tests, above all under the sanitizers.
-set(MARAVEL_UNOPTIMISED $<IF:$<CXX_COMPILER_ID:MSVC>,/Od,-O0>)
+# For code of which the compiler takes longer than it ever runs. The linker of MinGW (up to binutils 2.41) searches all
+# symbols of an object for each inline function, of which unoptimised code keeps thousands.
+if(MSVC)
+  set(MARAVEL_UNOPTIMISED /Od)
+elseif(WIN32)
+  set(MARAVEL_UNOPTIMISED -O1 -g1)
+else()
+  set(MARAVEL_UNOPTIMISED -O0)
+endif()
+# The same for tests, and for files that are mostly a library's templates: there the checks for undefined behaviour are
+# a third of the compiling, and not of our code.
+set(MARAVEL_TEMPLATES ${MARAVEL_UNOPTIMISED})
+if(MARAVEL_SANITIZE MATCHES "undefined")
+  list(APPEND MARAVEL_TEMPLATES -fno-sanitize=undefined)
+endif()
 
 # The two libraries of an SDK folder carry their Windows names on every system.
 function(maravel_sdk_library target name)
