@@ -1,11 +1,13 @@
 // The reader of the log: bytes to entries, entries to messages, messages to findings.
 #include "diagnosis/Analysis.h"
 #include "diagnosis/LogFile.h"
+#include "diagnosis/Machine.h"
 #include "diagnosis/Reports.h"
 #include "support/Patterns.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -142,6 +144,9 @@ TEST(LogTail, ReadsOnAndNoticesThatTheFileWasEmptied)
     for (int i = 0; i < 9; ++i)
         write(std::ios::app, "[09:00:00:003 L00001] EnumCameras\n");
     EXPECT_TRUE(tail.WasEmptied()) << "and grew beyond what was read";
+    std::filesystem::last_write_time(file,
+                                     std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+    EXPECT_EQ(LastChangeOf(file).secondsAgo, 0) << "a clock that was set back";
     std::filesystem::remove(file);
     EXPECT_THROW(tail.ReadInto(analysis), std::system_error);
 }

@@ -171,7 +171,8 @@ FileMoment LastChangeOf(const fs::path& file)
     const std::tm local = LocalTime(found.st_mtime);
     moment.timeOfDay =
         ((local.tm_hour * 60LL + local.tm_min) * 60 + local.tm_sec) * 1000 + found.st_mtim.tv_nsec / 1000000;
-    moment.secondsAgo = std::time(nullptr) - found.st_mtime;
+    // The clock of files is finer than that of time(), which can be a second behind for a moment.
+    moment.secondsAgo = std::max<std::int64_t>(0, std::time(nullptr) - found.st_mtime);
     return moment;
 }
 

@@ -1,5 +1,6 @@
 #include "../Machine.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <windows.h>
@@ -93,8 +94,9 @@ FileMoment LastChangeOf(const fs::path& file)
     const SYSTEMTIME local = LocalTime(TicksOf(written));
     moment.timeOfDay =
         ((local.wHour * 60LL + local.wMinute) * 60 + local.wSecond) * 1000 + local.wMilliseconds;
-    moment.secondsAgo =
-        (static_cast<std::int64_t>(TicksOf(now)) - static_cast<std::int64_t>(TicksOf(written))) / 10'000'000;
+    const auto ticksAgo =
+        static_cast<std::int64_t>(TicksOf(now)) - static_cast<std::int64_t>(TicksOf(written));
+    moment.secondsAgo = std::max<std::int64_t>(0, ticksAgo / 10'000'000);
     return moment;
 }
 
