@@ -12,7 +12,7 @@ namespace maravel {
 
 namespace {
 
-constexpr const char* kName = "AllocateVideoBuffers";
+constexpr const char* kAlloc = "AllocateVideoBuffers";
 
 static_assert(FrameCountFor(0) <= MaxFramesPerChannel);
 
@@ -100,7 +100,7 @@ bool PrepareRecords(const CZorvikAPIAccess& api, VideoChannelData& channel, long
 {
     std::uint32_t payloadSize = 0;
     if (api.ZvkPayloadSizeGet(channel.cameraHandle, &payloadSize) != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: ERROR. Invalid channelID=%lld. Available cameras=%d.\n", kName, channelID,
+        WriteLog(__LINE__, "%s: ERROR. Invalid channelID=%lld. Available cameras=%d.\n", kAlloc, channelID,
                  static_cast<int>(g_adapterData->cameraCount));
         return false;
     }
@@ -109,17 +109,17 @@ bool PrepareRecords(const CZorvikAPIAccess& api, VideoChannelData& channel, long
         WriteLog(
             __LINE__,
             "%s: ERROR. channelID=%lld. Payload size changed from %u to %u bytes while capturing. Stop first.\n",
-            kName, channelID, channel.payloadSize, payloadSize);
+            kAlloc, channelID, channel.payloadSize, payloadSize);
         return false;
     }
     if (payloadSize == 0) {
-        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. The camera's payload size is 0 bytes.\n", kName,
+        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. The camera's payload size is 0 bytes.\n", kAlloc,
                  channelID);
         return false;
     }
     if (!PrepareFrames(channel, static_cast<std::uint64_t>(channelID), payloadSize)) {
-        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. No memory for frames of %u bytes.\n", kName, channelID,
-                 payloadSize);
+        WriteLog(__LINE__, "%s: ERROR. channelID=%lld. No memory for frames of %u bytes.\n", kAlloc,
+                 channelID, payloadSize);
         return false;
     }
     return true;
@@ -131,18 +131,18 @@ bool ReadPixelFormat(const CZorvikAPIAccess& api, VideoChannelData& channel, lon
     ZvkError_t result = api.ZvkFeatureEnumGet(channel.cameraHandle, "PixelFormat", &entry);
     if (result != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: ERROR. channelID=%lld. ZvkFeatureEnumGet 'PixelFormat'. Reason=%s (%d)\n",
-                 kName, channelID, ErrorCodeName(result), result);
+                 kAlloc, channelID, ErrorCodeName(result), result);
         return false;
     }
     std::int64_t value = 0;
     result = api.ZvkFeatureEnumAsInt(channel.cameraHandle, "PixelFormat", TextOrEmpty(entry), &value);
     if (result != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: ERROR. channelID=%lld. ZvkFeatureEnumAsInt 'PixelFormat'. Reason=%s (%d)\n",
-                 kName, channelID, ErrorCodeName(result), result);
+                 kAlloc, channelID, ErrorCodeName(result), result);
         return false;
     }
     channel.pixelFormat = static_cast<ZvkPixelFormat_t>(value);
-    WriteLog(__LINE__, "%s: Incoming video format: %s Channel: %d Camera: 0x%08X\n", kName,
+    WriteLog(__LINE__, "%s: Incoming video format: %s Channel: %d Camera: 0x%08X\n", kAlloc,
              PixelFormatName(channel.pixelFormat), static_cast<int>(channelID),
              HandleBits(channel.cameraHandle));
     return true;
@@ -167,7 +167,7 @@ bool PrepareConversion(const CZorvikAPIAccess& api, const CHVNImageTransformAPIA
     std::int64_t width = 0;
     ZvkError_t result = api.ZvkFeatureIntGet(channel.cameraHandle, "Width", &width);
     if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: ERROR. channelID=%d. ZvkFeatureEnumAsInt 'Width'. Reason=%s (%d)\n", kName,
+        WriteLog(__LINE__, "%s: ERROR. channelID=%d. ZvkFeatureEnumAsInt 'Width'. Reason=%s (%d)\n", kAlloc,
                  static_cast<int>(channelID), ErrorCodeName(result), result);
         return false;
     }
@@ -182,7 +182,7 @@ bool PrepareConversion(const CZorvikAPIAccess& api, const CHVNImageTransformAPIA
         if (channel.convertedImage.data == nullptr) {
             WriteLog(__LINE__,
                      "%s: ERROR. channelID=%lld. No memory for a converted image of %lld x %lld pixels.\n",
-                     kName, channelID, static_cast<long long>(width), static_cast<long long>(height));
+                     kAlloc, channelID, static_cast<long long>(width), static_cast<long long>(height));
             return false;
         }
         channel.convertedSize = size;
@@ -193,7 +193,7 @@ bool PrepareConversion(const CZorvikAPIAccess& api, const CHVNImageTransformAPIA
                                                  static_cast<std::uint32_t>(height), &channel.convertedImage);
     if (result != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: ERROR. channelID=%lld. ZvkSetImageInfoFromPixelFormat. Reason=%s (%d)\n",
-                 kName, channelID, ErrorCodeName(result), result);
+                 kAlloc, channelID, ErrorCodeName(result), result);
         return false;
     }
     return true;
@@ -204,9 +204,9 @@ bool PrepareConversion(const CZorvikAPIAccess& api, const CHVNImageTransformAPIA
 bool AllocateVideoBuffers(std::int64_t channelIndex)
 {
     const auto channelID = static_cast<long long>(channelIndex);
-    WriteLog(__LINE__, "%s: channelID=%lld\n", kName, channelID);
+    WriteLog(__LINE__, "%s: channelID=%lld\n", kAlloc, channelID);
     if (g_apiAccess == nullptr || g_adapterData == nullptr || g_imageTransformAccess == nullptr) {
-        WriteLog(__LINE__, "%s: ERROR. Invalid class pointer.\n", kName);
+        WriteLog(__LINE__, "%s: ERROR. Invalid class pointer.\n", kAlloc);
         return false;
     }
     VideoChannelData* const channel = FindChannel(channelIndex);

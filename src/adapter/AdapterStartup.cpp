@@ -12,7 +12,6 @@ namespace maravel {
 
 namespace {
 
-constexpr const char* kName = "GetVideoChannel";
 constexpr const char* kInitialize = "InitializeAdapter";
 constexpr const char* kEnumerate = "EnumCameras";
 
@@ -34,7 +33,7 @@ struct ExitRegistration
 void ReleaseEarlierStart() MARAVEL_REQUIRES(g_adapterMutex)
 {
     if (g_apiAccess != nullptr || g_adapterData != nullptr || g_imageTransformAccess != nullptr) {
-        CloseAllCameras(kName, Patience::Endless);
+        CloseAllCameras(kEntry, Patience::Endless);
         ShutdownAdapter(Patience::Endless);
     }
 }
@@ -44,7 +43,7 @@ void LogBanner()
     WriteLog(__LINE__, "#########################################\n");
     WriteLog(__LINE__, "ZorvikMaravelAdapter MODULE INITIALIZATION\n");
     WriteLog(__LINE__, "#########################################\n");
-    WriteLog(__LINE__, "%s: Adapter version: V%d.%d.%d.%s\n", kName, MARAVEL_VERSION_MAJOR,
+    WriteLog(__LINE__, "%s: Adapter version: V%d.%d.%d.%s\n", kEntry, MARAVEL_VERSION_MAJOR,
              MARAVEL_VERSION_MINOR, MARAVEL_VERSION_PATCH, MARAVEL_BUILD_REVISION);
 }
 
@@ -126,9 +125,9 @@ void StartAdapter()
     ReleaseEarlierStart();
     InitLog();
     LogBanner();
-    WriteLog(__LINE__, "%s: Running as admin: %d\n", kName, isProcessRunningAsAdmin() ? 1 : 0);
+    WriteLog(__LINE__, "%s: Running as admin: %d\n", kEntry, isProcessRunningAsAdmin() ? 1 : 0);
     listAdapters();
-    WriteLog(__LINE__, "%s: Accessing channelID %d...\n", kName, 0);
+    WriteLog(__LINE__, "%s: Accessing channelID %d...\n", kEntry, 0);
     const std::wstring sdkFolder = FullPath(GetZvkApiPath());
     g_triggerModel = CheckTriggerModel() ? 1 : 0;
 

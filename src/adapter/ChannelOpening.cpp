@@ -11,8 +11,7 @@ namespace maravel {
 
 namespace {
 
-constexpr const char* kName = "InitializeVideoChannel";
-constexpr double kMicrosecondsPerSecond = 1'000'000.0;
+constexpr const char* kOpen = "InitializeVideoChannel";
 
 // More features than this no camera has; an SDK that claims them is not believed.
 constexpr std::uint32_t kMaxFeatures = 100'000;
@@ -48,11 +47,11 @@ public:
         const ZvkError_t result = opening.api.ZvkCameraOpen(opening.CameraId(), ZvkAccessModeFull, &handle);
         if (result != ZvkErrorSuccess) {
             ReportError(__LINE__, opening.errorText,
-                        "%s: ERROR. Error while opening camera. ChannelID=%d. Reason=%s (%d)", kName,
+                        "%s: ERROR. Error while opening camera. ChannelID=%d. Reason=%s (%d)", kOpen,
                         opening.ChannelNumber(), ErrorCodeName(result), result);
             return;
         }
-        WriteLog(__LINE__, "%s: Camera OPENED successfully. channelID %d (%s [%s])\n", kName,
+        WriteLog(__LINE__, "%s: Camera OPENED successfully. channelID %d (%s [%s])\n", kOpen,
                  opening.ChannelNumber(), opening.ModelName(), opening.CameraId());
         opening.channel.cameraHandle = handle;
         isOpen_ = true;
@@ -75,12 +74,12 @@ public:
         const ZvkError_t result = opening_.api.ZvkCameraClose(channel.cameraHandle);
         if (result != ZvkErrorSuccess) {
             ReportError(__LINE__, opening_.errorText,
-                        "%s: ERROR. Error while closing camera. ChannelID=%d. Reason=%s (%d)", kName,
+                        "%s: ERROR. Error while closing camera. ChannelID=%d. Reason=%s (%d)", kOpen,
                         opening_.ChannelNumber(), ErrorCodeName(result), result);
             return;
         }
         ForgetCamera(channel, Patience::Endless);
-        WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", kName,
+        WriteLog(__LINE__, "%s: Camera CLOSED successfully. channelID %d (%s [%s])\n", kOpen,
                  opening_.ChannelNumber(), opening_.ModelName(), opening_.CameraId());
     }
 
@@ -123,12 +122,12 @@ bool ReadFeatureList(const Opening& opening)
         opening.api.ZvkFeaturesList(channel.cameraHandle, nullptr, 0, &count, sizeof(ZvkFeatureInfo_t));
     if (result != ZvkErrorSuccess) {
         return ReportError(__LINE__, opening.errorText,
-                           "%s: ERROR. ZvkFeaturesList failed. ChannelID=%d. Reason=%s (%d)", kName,
+                           "%s: ERROR. ZvkFeaturesList failed. ChannelID=%d. Reason=%s (%d)", kOpen,
                            opening.ChannelNumber(), ErrorCodeName(result), result);
     }
     if (count > kMaxFeatures) {
         return ReportError(__LINE__, opening.errorText,
-                           "%s: ERROR. The SDK lists %u features, more than %u. ChannelID=%d.", kName, count,
+                           "%s: ERROR. The SDK lists %u features, more than %u. ChannelID=%d.", kOpen, count,
                            kMaxFeatures, opening.ChannelNumber());
     }
     channel.featureNames.Clear();
@@ -172,7 +171,7 @@ void SortFeatures(const Opening& opening)
             channel.compatibleFeatures.push_back({i, name});
         }
         else {
-            WriteLog(__LINE__, "%s: Datatype %d for feature '%s' not supported.\n", kName,
+            WriteLog(__LINE__, "%s: Datatype %d for feature '%s' not supported.\n", kOpen,
                      static_cast<int>(feature.featureDataType), name);
         }
         NoteAvailability(channel, name);
@@ -180,17 +179,17 @@ void SortFeatures(const Opening& opening)
     std::sort(channel.compatibleFeatures.begin(), channel.compatibleFeatures.end(),
               [](const CompatibleFeature& a, const CompatibleFeature& b) { return a.name < b.name; });
     WriteLog(__LINE__, "%s: Found %d Zorvik features (%d adapter compatible) for channelID %d (%s [%s])\n",
-             kName, static_cast<int>(channel.featureCount),
+             kOpen, static_cast<int>(channel.featureCount),
              static_cast<int>(channel.compatibleFeatures.size()), opening.ChannelNumber(),
              opening.ModelName(), opening.CameraId());
-    LogAvailability(__LINE__, kName, channel);
+    LogAvailability(__LINE__, kOpen, channel);
 }
 
 // Whether a camera value could be read.
 bool WasRead(unsigned line, Opening& opening, const char* entry, const char* feature, ZvkError_t result)
 {
     if (result != ZvkErrorSuccess && !opening.failed) {
-        ReportError(line, opening.errorText, "%s: ERROR. %s %s failed. ChannelID=%d. Reason=%s (%d)", kName,
+        ReportError(line, opening.errorText, "%s: ERROR. %s %s failed. ChannelID=%d. Reason=%s (%d)", kOpen,
                     entry, feature, opening.ChannelNumber(), ErrorCodeName(result), result);
     }
     opening.failed |= result != ZvkErrorSuccess;
@@ -204,7 +203,7 @@ void ReadExposure(Opening& opening)
     const bool isAbs = !opening.channel.bExposureTimeAvail;
     if (isAbs && !opening.channel.bExposureTimeAbsAvail) {
         WriteLog(__LINE__, "%s: WARNING: Neither ExposureTime nor ExposureTimeAbs feature was found.\n",
-                 kName);
+                 kOpen);
         return;
     }
     const char* feature = isAbs ? "ExposureTimeAbs" : "ExposureTime";
@@ -216,7 +215,7 @@ void ReadExposure(Opening& opening)
     const bool hasRange = WasRead(__LINE__, opening, "ZvkFeatureFloatRangeQuery", feature,
                                   opening.api.ZvkFeatureFloatRangeQuery(camera, feature, &minimum, &maximum));
     if (wasRead) {
-        opening.descriptor.exposureTime = microseconds / kMicrosecondsPerSecond;
+        opening.descriptor.exposureTime = microseconds / MicrosecondsPerSecond;
         opening.descriptor.exposureTimeMin = hasRange ? minimum : 0.0;
     }
 }
@@ -248,12 +247,12 @@ bool LearnCamera(Opening& opening)
 
 bool InitializeVideoChannel(char* errorText, VideoChannelDescriptor& descriptor, std::int32_t channelIndex)
 {
-    WriteLog(__LINE__, "%s: devnum=%d\n", kName, channelIndex);
+    WriteLog(__LINE__, "%s: devnum=%d\n", kOpen, channelIndex);
     if (g_apiAccess == nullptr || g_adapterData == nullptr) {
-        return ReportError(__LINE__, errorText, "%s: ERROR. INVALID class pointer.", kName);
+        return ReportError(__LINE__, errorText, "%s: ERROR. INVALID class pointer.", kOpen);
     }
     const auto index = static_cast<std::size_t>(channelIndex);
-    Opening opening{{kName, errorText, channelIndex, *g_apiAccess, *g_adapterData,
+    Opening opening{{kOpen, errorText, channelIndex, *g_apiAccess, *g_adapterData,
                      g_adapterData->channels[index], g_adapterData->cameras[index]},
                     descriptor};
     descriptor.channelID = channelIndex;

@@ -7,35 +7,33 @@ namespace maravel {
 
 namespace {
 
-constexpr const char* kName = "GetVideoChannel";
-
 bool HandOut(char* errorText, std::int32_t channelIndex, VideoChannelDescriptor& descriptor)
     MARAVEL_REQUIRES(g_adapterMutex)
 {
     if (g_apiAccess == nullptr) {
-        return ReportError(__LINE__, errorText, "%s: ERROR while loading '%s'.", kName, "ZvkC.dll");
+        return ReportError(__LINE__, errorText, "%s: ERROR while loading '%s'.", kEntry, "ZvkC.dll");
     }
     if (g_imageTransformAccess == nullptr) {
-        return ReportError(__LINE__, errorText, "%s: ERROR while loading ImageTransformLibrary.", kName);
+        return ReportError(__LINE__, errorText, "%s: ERROR while loading ImageTransformLibrary.", kEntry);
     }
     if (g_adapterData == nullptr) {
-        return ReportError(__LINE__, errorText, "%s: ERROR. Invalid AdapterData pointer.", kName);
+        return ReportError(__LINE__, errorText, "%s: ERROR. Invalid AdapterData pointer.", kEntry);
     }
     if (FindChannel(channelIndex) == nullptr) {
-        WriteLog(__LINE__, "%s: No further video channels found!\n", kName);
+        WriteLog(__LINE__, "%s: No further video channels found!\n", kEntry);
         return false;
     }
-    WriteLog(__LINE__, "%s: Accessing channelID %d...\n", kName, channelIndex);
+    WriteLog(__LINE__, "%s: Accessing channelID %d...\n", kEntry, channelIndex);
     if (InitializeVideoChannel(errorText, descriptor, channelIndex)) {
-        WriteLog(__LINE__, "%s: Video channelID %d found and initialized!\n", kName, channelIndex);
+        WriteLog(__LINE__, "%s: Video channelID %d found and initialized!\n", kEntry, channelIndex);
         descriptor.openResult = 0;
         return true;
     }
     // Once more: it may also have been open before, and its stream goes with it.
     const auto index = static_cast<std::uint32_t>(channelIndex);
-    CloseCamera(*g_apiAccess, *g_adapterData, index, kName, Patience::Endless);
+    CloseCamera(*g_apiAccess, *g_adapterData, index, kEntry, Patience::Endless);
     const ZvkCameraInfo_t& camera = g_adapterData->cameras[index];
-    ReportError(__LINE__, errorText, "%s: Unable to open cameraID %d (%s [%s]).", kName, channelIndex,
+    ReportError(__LINE__, errorText, "%s: Unable to open cameraID %d (%s [%s]).", kEntry, channelIndex,
                 TextOrEmpty(camera.modelName), TextOrEmpty(camera.cameraIdString));
     descriptor.openResult = 1;
     return true;
@@ -49,9 +47,9 @@ extern "C" MARAVEL_EXPORT std::int32_t MARAVEL_CALL
 GetVideoChannel(char* errorText, std::int32_t channelIndex, VideoChannelDescriptor* descriptor) noexcept
 {
     using namespace maravel;
-    return GuardedCall(__LINE__, kName, errorText, [&]() MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
+    return GuardedCall(__LINE__, kEntry, errorText, [&]() MARAVEL_REQUIRES(g_adapterMutex) -> std::int32_t {
         if (descriptor == nullptr) {
-            ReportError(__LINE__, errorText, "%s: ERROR. Null pointer passed for the descriptor.", kName);
+            ReportError(__LINE__, errorText, "%s: ERROR. Null pointer passed for the descriptor.", kEntry);
             return MARAVEL_FAILURE;
         }
         if (channelIndex == 0) {

@@ -9,6 +9,9 @@
 
 namespace maravel {
 
+// What the log calls the start-up and the hand-out of a channel.
+inline constexpr const char* kEntry = "GetVideoChannel";
+
 // Starts the adapter: log, probes, SDK libraries, SDK, camera list. An earlier start is released first.
 // Whatever fails leaves the objects as far as they got, with a log line; the caller sees from them what is
 // missing. May throw std::bad_alloc.

@@ -10,8 +10,7 @@ namespace maravel {
 
 namespace {
 
-constexpr const char* kName = "SetupCommonParams";
-constexpr double kMicrosecondsPerSecond = 1'000'000.0;
+constexpr const char* kSetup = "SetupCommonParams";
 
 // Automatic exposure owns the exposure time. A camera that cannot be asked has none.
 bool IsExposureAutoOff(const ChannelCall& call)
@@ -30,15 +29,15 @@ ZvkError_t SetExposure(const ChannelCall& call, double seconds)
         return ZvkErrorSuccess;
     }
     const char* feature = call.channel.bExposureTimeAvail ? "ExposureTime" : "ExposureTimeAbs";
-    const double microseconds = seconds * kMicrosecondsPerSecond;
+    const double microseconds = seconds * MicrosecondsPerSecond;
     const ZvkError_t result = call.api.ZvkFeatureFloatSet(call.channel.cameraHandle, feature, microseconds);
     if (result != ZvkErrorSuccess) {
         ReportError(__LINE__, call.errorText,
-                    "%s: ERROR. ZvkFeatureFloatSet %s failed. ChannelID=%lld. Reason=%s (%d)", kName, feature,
-                    call.channelID, ErrorCodeName(result), result);
+                    "%s: ERROR. ZvkFeatureFloatSet %s failed. ChannelID=%lld. Reason=%s (%d)", kSetup,
+                    feature, call.channelID, ErrorCodeName(result), result);
     }
     else {
-        WriteLog(__LINE__, "%s: INFO: %s set to: %fus.\n", kName, feature, microseconds);
+        WriteLog(__LINE__, "%s: INFO: %s set to: %fus.\n", kSetup, feature, microseconds);
     }
     return result;
 }
@@ -60,11 +59,11 @@ constexpr TriggerModeRow kTriggerModes[] = {
 // Flags other than 0 and 1 name no mode, and the channel keeps the one it has.
 void RecordTriggerMode(VideoChannelData& channel, const CommonParams& params)
 {
-    WriteLog(__LINE__, "%s: INFO: acqContinuous=%d, acqTriggered=%d, acqTriggerLowToHigh=%d\n", kName,
+    WriteLog(__LINE__, "%s: INFO: acqContinuous=%d, acqTriggered=%d, acqTriggerLowToHigh=%d\n", kSetup,
              params.acqContinuous, params.acqTriggered, params.acqTriggerLowToHigh);
     for (const TriggerModeRow& row : kTriggerModes) {
         if (row.acqContinuous == params.acqContinuous && row.acqTriggered == params.acqTriggered) {
-            WriteLog(__LINE__, "%s: INFO: Trigger Mode = '%s'\n", kName, row.name);
+            WriteLog(__LINE__, "%s: INFO: Trigger Mode = '%s'\n", kSetup, row.name);
             channel.triggerMode = row.mode;
         }
     }
@@ -187,7 +186,7 @@ struct Axis
 void Warn(unsigned line, const ChannelCall& call, const char* feature, int value, ZvkError_t result)
 {
     ReportError(line, call.errorText,
-                "%s: WARNING. ZvkFeatureIntSet %s=%d failed. ChannelID=%lld. Reason=%s (%d)", kName, feature,
+                "%s: WARNING. ZvkFeatureIntSet %s=%d failed. ChannelID=%lld. Reason=%s (%d)", kSetup, feature,
                 value, call.channelID, ErrorCodeName(result), result);
 }
 
@@ -199,7 +198,7 @@ void NoteFailure(unsigned line, const ChannelCall& call, const char* feature, in
         return;
     }
     ReportError(line, call.errorText,
-                "%s: ERROR. ZvkFeatureIntSet %s=%d failed. ChannelID=%lld. Reason=%s (%d)", kName, feature,
+                "%s: ERROR. ZvkFeatureIntSet %s=%d failed. ChannelID=%lld. Reason=%s (%d)", kSetup, feature,
                 value, call.channelID, ErrorCodeName(result), result);
     hardError = result;
 }
@@ -220,7 +219,7 @@ void SetSize(const ChannelCall& call, const Axis& axis, ZvkError_t& hardError)
     std::int64_t maximum = 0;
     ZvkError_t result = call.api.ZvkFeatureIntGet(camera, axis.maximumFeature, &maximum);
     if (result != ZvkErrorSuccess) {
-        WriteLog(__LINE__, "%s: WARNING. ZvkFeatureIntGet %s failed. ChannelID=%d. Reason=%s (%d)\n", kName,
+        WriteLog(__LINE__, "%s: WARNING. ZvkFeatureIntGet %s failed. ChannelID=%d. Reason=%s (%d)\n", kSetup,
                  axis.maximumFeature, call.ChannelNumber(), ErrorCodeName(result), result);
     }
     else {
@@ -245,7 +244,7 @@ void SetOffset(const ChannelCall& call, const Axis& axis, ZvkError_t& hardError)
 // Writes the region of interest. Offsets go to 0 first, so that any size fits. Every write is tried.
 void SetRegion(const ChannelCall& call, const CommonParams& params, ZvkError_t& hardError)
 {
-    WriteLog(__LINE__, "%s: INFO: roix=%d, roiy=%d, roiwidth=%d, roiheight=%d\n", kName, params.roix,
+    WriteLog(__LINE__, "%s: INFO: roix=%d, roiy=%d, roiwidth=%d, roiheight=%d\n", kSetup, params.roix,
              params.roiy, params.roiwidth, params.roiheight);
     const Axis axes[] = {{"OffsetX", "Width", "WidthMax", params.roix, params.roiwidth},
                          {"OffsetY", "Height", "HeightMax", params.roiy, params.roiheight}};
@@ -270,8 +269,8 @@ bool SetUp(const ChannelCall& call, const CommonParams& params)
         GigEAdjustPacketSize(call.api, call.channel.cameraHandle);
     }
     const bool bExposureAutoOff = IsExposureAutoOff(call);
-    WriteLog(__LINE__, "%s: bExposureAutoOff=%d\n", kName, bExposureAutoOff);
-    LogAvailability(__LINE__, kName, call.channel);
+    WriteLog(__LINE__, "%s: bExposureAutoOff=%d\n", kSetup, bExposureAutoOff);
+    LogAvailability(__LINE__, kSetup, call.channel);
 
     ZvkError_t hardError = bExposureAutoOff ? SetExposure(call, params.exposure) : ZvkErrorSuccess;
     RecordTriggerMode(call.channel, params);
@@ -285,9 +284,9 @@ bool SetUp(const ChannelCall& call, const CommonParams& params)
 std::int32_t MARAVEL_CALL SetupCommonParams(char* errorText, std::int64_t channelID,
                                             const CommonParams* params) noexcept
 {
-    WriteLog(__LINE__, "%s: channelID=%lld\n", kName, static_cast<long long>(channelID));
+    WriteLog(__LINE__, "%s: channelID=%lld\n", kSetup, static_cast<long long>(channelID));
     return HostCall(
-        {__LINE__, kName, NoSuchChannelText::Cameras, "SetupCommonParams: ERROR. INVALID class pointer."},
+        {__LINE__, kSetup, NoSuchChannelText::Cameras, "SetupCommonParams: ERROR. INVALID class pointer."},
         errorText, channelID, {params}, [&](const ChannelCall& call) { return SetUp(call, *params); });
 }
 

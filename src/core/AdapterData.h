@@ -14,6 +14,9 @@
 
 namespace maravel {
 
+// Hosts count in the former, cameras in the latter.
+inline constexpr double MicrosecondsPerSecond = 1'000'000.0;
+
 enum TriggerModeValue : std::int32_t
 {
     TriggerModeManual = 0,          // the host's StartAcquisition fires one software trigger a call
