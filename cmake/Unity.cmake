@@ -1,11 +1,11 @@
-# maravel_unity(TARGET): compiles the target's files eight at a time, since the headers of libraries for JSON, TOML and
+# maravel_unity(TARGET): compiles the target's files sixteen at a time, since the headers of libraries for JSON, TOML and
 # command lines are most of what a file consists of. Files that are generated, or that have options of their own, stay
 # apart. To be called after those options are set.
 #
 # CMake's own property UNITY_BUILD does the same, but its files name absolute paths, so that nothing that was compiled
 # in one folder is taken from the compiler's cache in another.
 option(MARAVEL_UNITY "Compile several files at once" ON)
-set(MARAVEL_UNITY_FILES 8)
+set(MARAVEL_UNITY_FILES 16)
 
 function(maravel_unity target)
   if(NOT MARAVEL_UNITY)

@@ -17,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kPiece = 1u << 20;
-constexpr std::size_t kHead = 64;
+constexpr std::size_t kHeadBytes = 64;
 
 } // namespace
 
@@ -84,8 +84,8 @@ bool LogTail::ReadInto(Analysis& analysis)
         stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
         const auto count = static_cast<std::size_t>(stream.gcount());
         analysis.Feed({piece.data(), count});
-        if (position_ < kHead)
-            head_.append(piece.data(), std::min<std::size_t>(count, kHead - head_.size()));
+        if (position_ < kHeadBytes)
+            head_.append(piece.data(), std::min<std::size_t>(count, kHeadBytes - head_.size()));
         position_ += count;
         any |= count > 0;
     }

@@ -42,11 +42,6 @@ bool IsLetter(char c)
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
 }
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 std::size_t OperationLength(std::string_view text)
 {
     std::size_t i = 0;

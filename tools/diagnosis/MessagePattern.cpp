@@ -8,11 +8,6 @@ namespace {
 
 constexpr std::size_t kMostTries = 32; // places where a text between two others may end
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 Role RoleOf(std::string_view before, Kind kind, Role previous)
 {
     std::string lower(before);

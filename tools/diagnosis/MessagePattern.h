@@ -33,6 +33,11 @@ struct Piece
     std::string literal;
 };
 
+constexpr bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
 // Splits the text at its placeholders.
 std::vector<Piece> SplitPattern(std::string_view text);
 
