@@ -54,7 +54,7 @@ if(MARAVEL_SANITIZE)
   add_link_options(-fsanitize=${MARAVEL_SANITIZE})
 endif()
 
-# For code of which the compiler takes longer than it ever runs. The linker of MinGW (up to binutils 2.41) searches all
+# For code of which the compiler takes longer than it ever runs. The linker of MinGW (binutils 2.40) searches all
 # symbols of an object for each inline function, of which unoptimised code keeps thousands.
 if(MSVC)
   set(MARAVEL_UNOPTIMISED /Od)
