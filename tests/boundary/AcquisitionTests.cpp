@@ -228,23 +228,32 @@ TEST_F(AcquisitionTest, TransformFailureAtStart)
 TEST_F(AcquisitionTest, AnImageSizeThatNoImageHasFailsTheStart)
 {
     ExpectErrors();
-    static std::int64_t side;
-    const auto answer = [](ZvkHandle_t, const char*, std::int64_t* value) {
-        *value = side;
+    static std::int64_t width, height;
+    const auto answer = [](ZvkHandle_t, const char* name, std::int64_t* value) {
+        *value = std::strcmp(name, "Width") == 0 ? width : height;
         return ZvkErrorSuccess;
     };
     Open();
     ASSERT_EQ(Configure(1), 0);
-    for (const std::int64_t size :
-         {std::int64_t{0}, std::int64_t{-1}, INT64_MIN, INT64_MAX, std::int64_t{1} << 31}) {
-        side = size;
-        Replace("ZvkFeatureIntGet", answer);
-        EXPECT_EQ(Start(1), 1) << size;
+    Replace("ZvkFeatureIntGet", answer);
+    constexpr std::int64_t kOne = 1;
+    for (const auto& [w, h] : {std::pair{kOne * 0, kOne * 0},
+                               {-kOne, -kOne},
+                               {INT64_MIN, INT64_MIN},
+                               {INT64_MAX, INT64_MAX},
+                               {kOne << 31, kOne << 31},
+                               {kOne * 64, (kOne << 58) + 1}}) { // 64 pixels in 64 bits
+        width = w;
+        height = h;
+        EXPECT_EQ(Start(1), 1) << w;
         EXPECT_EQ(CountInLog("AllocateVideoBuffers: ERROR. channelID=1. No memory for a converted image of " +
-                             std::to_string(size) + " x " + std::to_string(size) + " pixels."),
+                             std::to_string(w) + " x " + std::to_string(h) + " pixels."),
                   1);
         EXPECT_EQ(sdk.State().announcedFrames, 0u);
     }
+    width = height = 1;
+    EXPECT_EQ(Start(1), 0) << TextNow();
+    EXPECT_EQ(Stop(1), 0);
     sdk.SimReplaceEntry("ZvkFeatureIntGet", nullptr);
     EXPECT_EQ(Start(1), 0) << TextNow();
 }

@@ -126,6 +126,23 @@ TEST_F(OpeningTest, ACameraWithoutExposureLeavesTheHostsValues)
     EXPECT_EQ(At<std::uint64_t>(bytes, 632), 0xA5A5A5A5A5A5A5A5u);
 }
 
+TEST_F(OpeningTest, ACameraWithoutAStreamIsOpened)
+{
+    static ZvkHandle_t stream;
+    static ZvkCameraInfo_t answer;
+    for (const auto& [count, handles] : {std::pair{0u, &stream}, {1u, static_cast<ZvkHandle_t*>(nullptr)}}) {
+        answer.streamCount = count;
+        answer.streamHandles = handles;
+        Replace("ZvkCameraInfoQueryByHandle", [](ZvkHandle_t, ZvkCameraInfo_t* info, std::uint32_t) {
+            *info = answer;
+            return ZvkErrorSuccess;
+        });
+        ClearLog();
+        Open();
+        EXPECT_EQ(CountInLog("GigEAdjustPacketSize: StreamCount=0"), 3) << count;
+    }
+}
+
 TEST_F(OpeningTest, FailuresOfTheSdk)
 {
     ExpectErrors();

@@ -65,7 +65,7 @@ protected:
         static const std::pair<const char*, const char*> masks[] = {
             {"(Calling process: ).*boundary_tests(?:\\.exe)?", "$1<program>"},
             {"(Adapter version: V\\d+\\.\\d+\\.\\d+\\.)\\d+", "$1<revision>"},
-            {"(as admin: )\\d", "$1<admin>"},
+            {"(as admin: )[01]", "$1<admin>"},
             {"(Camera[:=] ?)[0-9A-Fx]+", "$1<handle>"},
             {"(timestamp=)\\d+", "$1<time>"},
             {"(Frame(?:Announce|Queue)\\(camera \\d, )\\w+", "$1<frame>"},
