@@ -411,6 +411,7 @@ TEST_F(FeatureTest, Attributes)
     EXPECT_EQ(Attribute(0, "TestReadOnly", 3), "False");
     for (const std::uint32_t kind : {0u, 4u, 7u, 0xFFFFFFFFu}) {
         Attribute(0, "TestInt", kind);
+        EXPECT_EQ(Result(), 0);
         EXPECT_TRUE(IsTextUntouched());
     }
     Attribute(0, "Missing", 1);
