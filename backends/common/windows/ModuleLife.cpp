@@ -2,20 +2,18 @@
 
 #include "RuntimeRelease.h"
 
-#include <atomic>
 #include <string>
 #include <windows.h>
 
+// The system's own answer: modules that are told of the end before this one may still call. It stands in no
+// header.
+extern "C" NTSYSAPI BOOLEAN NTAPI RtlDllShutdownInProgress();
+
 namespace maravel::backend {
-namespace {
-
-constinit std::atomic<bool> g_processIsEnding{false};
-
-} // namespace
 
 bool ProcessIsEnding()
 {
-    return g_processIsEnding.load(std::memory_order_acquire);
+    return RtlDllShutdownInProgress() != FALSE;
 }
 
 std::filesystem::path LibraryFolder()
@@ -47,11 +45,7 @@ std::string EnvironmentText(const char* name)
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* reserved)
 {
-    if (reason == DLL_PROCESS_DETACH) {
-        if (reserved != nullptr)
-            maravel::backend::g_processIsEnding.store(true, std::memory_order_release);
-        else
-            maravel::backend::ReleaseRuntimeMemory();
-    }
+    if (reason == DLL_PROCESS_DETACH && reserved == nullptr)
+        maravel::backend::ReleaseRuntimeMemory();
     return TRUE;
 }
