@@ -228,30 +228,29 @@ TEST_F(AcquisitionTest, TransformFailureAtStart)
 TEST_F(AcquisitionTest, AnImageSizeThatNoImageHasFailsTheStart)
 {
     ExpectErrors();
-    static std::int64_t width, height;
+    struct Size
+    {
+        std::int64_t width;
+        std::int64_t height;
+    };
+    static Size size;
     const auto answer = [](ZvkHandle_t, const char* name, std::int64_t* value) {
-        *value = std::strcmp(name, "Width") == 0 ? width : height;
+        *value = std::strcmp(name, "Width") == 0 ? size.width : size.height;
         return ZvkErrorSuccess;
     };
     Open();
     ASSERT_EQ(Configure(1), 0);
     Replace("ZvkFeatureIntGet", answer);
-    constexpr std::int64_t kOne = 1;
-    for (const auto& [w, h] : {std::pair{kOne * 0, kOne * 0},
-                               {-kOne, -kOne},
-                               {INT64_MIN, INT64_MIN},
-                               {INT64_MAX, INT64_MAX},
-                               {kOne << 31, kOne << 31},
-                               {kOne * 64, (kOne << 58) + 1}}) { // 64 pixels in 64 bits
-        width = w;
-        height = h;
-        EXPECT_EQ(Start(1), 1) << w;
+    for (const Size wrong : {Size{0, 0}, Size{-1, -1}, Size{INT64_MIN, INT64_MIN}, Size{INT64_MAX, INT64_MAX},
+                             Size{1LL << 31, 1LL << 31}, Size{64, (1LL << 58) + 1}}) { // 64 pixels in 64 bits
+        size = wrong;
+        EXPECT_EQ(Start(1), 1) << wrong.width;
         EXPECT_EQ(CountInLog("AllocateVideoBuffers: ERROR. channelID=1. No memory for a converted image of " +
-                             std::to_string(w) + " x " + std::to_string(h) + " pixels."),
+                             std::to_string(wrong.width) + " x " + std::to_string(wrong.height) + " pixels."),
                   1);
         EXPECT_EQ(sdk.State().announcedFrames, 0u);
     }
-    width = height = 1;
+    size = {1, 1};
     EXPECT_EQ(Start(1), 0) << TextNow();
     EXPECT_EQ(Stop(1), 0);
     sdk.SimReplaceEntry("ZvkFeatureIntGet", nullptr);
