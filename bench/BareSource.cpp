@@ -95,8 +95,9 @@ private:
 class BareSource : public ImageSource
 {
 public:
-    BareSource(const std::filesystem::path& sdkFolder, std::size_t cameraCount, bool colour)
-        : api_(sdkFolder.wstring()), transform_(sdkFolder.wstring()), colour_(colour)
+    BareSource(const std::filesystem::path& sdkFolder, std::size_t cameraCount, bool colour,
+               std::size_t convertedImages)
+        : api_(sdkFolder.wstring()), transform_(sdkFolder.wstring()), colour_(colour), rgb_(convertedImages)
     {
         if (!api_.IsValid() || !transform_.IsValid())
             throw std::runtime_error("bare loop: the SDK does not load");
@@ -135,7 +136,7 @@ public:
         if (frame == nullptr)
             return false;
         if (colour_)
-            Convert(*frame, image);
+            Convert(*frame, rgb_[camera % rgb_.size()], image);
         else
             std::memcpy(image, frame->buffer, frame->bufferSize);
         cameras_[camera]->Queue(*frame);
@@ -143,10 +144,10 @@ public:
     }
 
 private:
-    void Convert(const ZvkFrame_t& frame, std::uint8_t* image)
+    void Convert(const ZvkFrame_t& frame, std::vector<std::uint8_t>& rgb, std::uint8_t* image)
     {
         const std::size_t byteCount = std::size_t{3} * frame.width * frame.height;
-        rgb_.resize(byteCount);
+        rgb.resize(byteCount);
         ZvkImage source = {};
         source.size = sizeof source;
         source.data = frame.buffer;
@@ -155,27 +156,27 @@ private:
             "describing the source");
         ZvkImage target = {};
         target.size = sizeof target;
-        target.data = rgb_.data();
+        target.data = rgb.data();
         Require(
             transform_.ZvkSetImageInfoFromPixelFormat(ZvkPixelFormatRgb8, frame.width, frame.height, &target),
             "describing the target");
         Require(transform_.ZvkImageTransform(&source, &target, nullptr, 0), "ZvkImageTransform");
-        std::memcpy(image, rgb_.data(), byteCount);
+        std::memcpy(image, rgb.data(), byteCount);
     }
 
     CZorvikAPIAccess api_;
     CHVNImageTransformAPIAccess transform_;
     bool colour_;
     std::vector<std::unique_ptr<BareCamera>> cameras_;
-    std::vector<std::uint8_t> rgb_;
+    std::vector<std::vector<std::uint8_t>> rgb_; // the cameras take turns with them
 };
 
 } // namespace
 
 std::unique_ptr<ImageSource> MakeBareSource(const std::filesystem::path& sdkFolder, std::size_t cameraCount,
-                                            bool colour)
+                                            bool colour, std::size_t convertedImages)
 {
-    return std::make_unique<BareSource>(sdkFolder, cameraCount, colour);
+    return std::make_unique<BareSource>(sdkFolder, cameraCount, colour, convertedImages);
 }
 
 } // namespace maravel::bench

@@ -25,8 +25,9 @@ public:
 // A host of the built adapter, through its public header alone.
 std::unique_ptr<ImageSource> MakeAdapterSource(const std::filesystem::path& adapter, std::size_t cameraCount);
 
-// The bare loop. The SDK folder is one that no adapter in this process uses.
+// The bare loop. The SDK folder is one that nothing else in this process uses. Its cameras share the
+// converted images, one at least.
 std::unique_ptr<ImageSource> MakeBareSource(const std::filesystem::path& sdkFolder, std::size_t cameraCount,
-                                            bool colour);
+                                            bool colour, std::size_t convertedImages = 1);
 
 } // namespace maravel::bench
