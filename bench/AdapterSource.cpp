@@ -14,8 +14,9 @@ constexpr std::int32_t kWholeSensor = 1 << 30;
 
 void Require(const host::Outcome& outcome, const char* what)
 {
-    if (!outcome)
+    if (!outcome) {
         throw std::runtime_error(std::string(what) + ": " + outcome.text);
+    }
 }
 
 class AdapterSource : public ImageSource
@@ -25,37 +26,43 @@ public:
     {
         std::string reason;
         library_ = host::AdapterLibrary::Load(adapter.string(), &reason);
-        if (!library_)
+        if (!library_) {
             throw std::runtime_error(reason);
+        }
         Require(library_->CollectChannels(&channels_), "the adapter did not start");
-        if (channels_.size() != cameraCount)
+        if (channels_.size() != cameraCount) {
             throw std::runtime_error("the adapter has " + std::to_string(channels_.size()) + " channels");
+        }
         CommonParams params = {};
         params.exposure = 10e-6;
         params.acqContinuous = 1;
         params.roiwidth = kWholeSensor;
         params.roiheight = kWholeSensor;
-        for (const host::Channel& channel : channels_)
+        for (const host::Channel& channel : channels_) {
             Require(channel.SetupCommonParams(params), "SetupCommonParams");
+        }
     }
 
     void Start() override
     {
-        for (const host::Channel& channel : channels_)
+        for (const host::Channel& channel : channels_) {
             Require(channel.StartAcquisition(), "StartAcquisition");
+        }
     }
 
     void Stop() override
     {
-        for (const host::Channel& channel : channels_)
+        for (const host::Channel& channel : channels_) {
             Require(channel.StopAcquisition(), "StopAcquisition");
+        }
     }
 
     bool Fetch(std::size_t camera, std::uint8_t* image) override
     {
         const host::Channel& channel = channels_[camera];
-        if (channel.QueryImageStatus() != ImageStatusReady)
+        if (channel.QueryImageStatus() != ImageStatusReady) {
             return false;
+        }
         std::uint32_t status = ImageStatusUnavailable;
         Require(channel.GetImage(image, &status), "GetImage");
         return status == ImageStatusReady;

@@ -18,8 +18,9 @@ std::uint64_t SumOf(const std::uint8_t* bytes, std::size_t byteCount)
     for (std::size_t at = 0; at + sizeof sums <= byteCount; at += sizeof sums) {
         std::uint64_t words[4];
         std::memcpy(words, bytes + at, sizeof words);
-        for (int i = 0; i < 4; ++i)
+        for (int i = 0; i < 4; ++i) {
             sums[i] += words[i];
+        }
     }
     return sums[0] + sums[1] + sums[2] + sums[3];
 }
@@ -45,8 +46,9 @@ Arena::Arena() : memory_(new std::uint8_t[2 * kArena + kLine])
 {
     const auto address = reinterpret_cast<std::uintptr_t>(memory_.get());
     base_ = memory_.get() + (kLine - address % kLine) % kLine;
-    for (std::size_t i = 0; i < 2 * kArena; ++i)
+    for (std::size_t i = 0; i < 2 * kArena; ++i) {
         base_[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
+    }
 }
 
 Subject Arena::MakeSubject(const std::string& name, std::size_t byteCount, std::size_t misalignment,
@@ -59,8 +61,9 @@ Subject Arena::MakeSubject(const std::string& name, std::size_t byteCount, std::
                 const std::size_t targetSlot = access == Access::OneTarget ? 0 : next;
                 std::uint8_t* target = base_ + kArena + targetSlot * slot + misalignment;
                 work(base_ + next * slot + (misalignment == 0 ? 0 : kHeapOffset), target);
-                if (access == Access::ReadAtOnce)
+                if (access == Access::ReadAtOnce) {
                     sum_ = sum_ + SumOf(target, byteCount);
+                }
                 next = (next + 1) % slots;
             }};
 }

@@ -15,8 +15,9 @@ namespace {
 
 void Require(ZvkError_t result, const char* what)
 {
-    if (result != ZvkErrorSuccess)
+    if (result != ZvkErrorSuccess) {
         throw std::runtime_error(std::string("bare loop: ") + what + " gives " + std::to_string(result));
+    }
 }
 
 // One camera: as many frame records as the adapter would have, and those of them that were received.
@@ -43,11 +44,13 @@ public:
 
     void Start()
     {
-        for (const ZvkFrame_t& frame : frames_)
+        for (const ZvkFrame_t& frame : frames_) {
             Require(api_.ZvkFrameAnnounce(handle_, &frame, sizeof frame), "ZvkFrameAnnounce");
+        }
         Require(api_.ZvkCaptureStart(handle_), "ZvkCaptureStart");
-        for (const ZvkFrame_t& frame : frames_)
+        for (const ZvkFrame_t& frame : frames_) {
             Queue(frame);
+        }
         Require(api_.ZvkFeatureCommandRun(handle_, "AcquisitionStart"), "AcquisitionStart");
     }
 
@@ -64,8 +67,9 @@ public:
     const ZvkFrame_t* Oldest()
     {
         const std::lock_guard lock(mutex_);
-        if (received_.empty())
+        if (received_.empty()) {
             return nullptr;
+        }
         const ZvkFrame_t* frame = received_.front();
         received_.pop_front();
         return frame;
@@ -99,18 +103,21 @@ public:
                std::size_t convertedImages)
         : api_(sdkFolder.wstring()), transform_(sdkFolder.wstring()), colour_(colour), rgb_(convertedImages)
     {
-        if (!api_.IsValid() || !transform_.IsValid())
+        if (!api_.IsValid() || !transform_.IsValid()) {
             throw std::runtime_error("bare loop: the SDK does not load");
+        }
         Require(api_.ZvkStartup(nullptr), "ZvkStartup");
         std::vector<ZvkCameraInfo_t> infos(cameraCount);
         std::uint32_t found = 0;
         Require(api_.ZvkCamerasList(infos.data(), static_cast<std::uint32_t>(infos.size()), &found,
                                     sizeof infos[0]),
                 "ZvkCamerasList");
-        for (std::uint32_t i = 0; i < found; ++i)
+        for (std::uint32_t i = 0; i < found; ++i) {
             cameras_.push_back(std::make_unique<BareCamera>(api_, infos[i]));
-        if (cameras_.size() != cameraCount)
+        }
+        if (cameras_.size() != cameraCount) {
             throw std::runtime_error("bare loop: the SDK has other cameras");
+        }
     }
     ~BareSource() override
     {
@@ -120,25 +127,30 @@ public:
 
     void Start() override
     {
-        for (const auto& camera : cameras_)
+        for (const auto& camera : cameras_) {
             camera->Start();
+        }
     }
 
     void Stop() override
     {
-        for (const auto& camera : cameras_)
+        for (const auto& camera : cameras_) {
             camera->Stop();
+        }
     }
 
     bool Fetch(std::size_t camera, std::uint8_t* image) override
     {
         const ZvkFrame_t* frame = cameras_[camera]->Oldest();
-        if (frame == nullptr)
+        if (frame == nullptr) {
             return false;
-        if (colour_)
+        }
+        if (colour_) {
             Convert(*frame, rgb_[camera % rgb_.size()], image);
-        else
+        }
+        else {
             std::memcpy(image, frame->buffer, frame->bufferSize);
+        }
         cameras_[camera]->Queue(*frame);
         return true;
     }

@@ -44,32 +44,39 @@ int Run(int argc, char** argv)
     steps.rounds = rounds;
     steps.stopwatch = GoogleStopwatch;
     steps.builtSdkFolder = sdk;
-    if (wanted("counts"))
+    if (wanted("counts")) {
         CountFramePath(steps, report);
-    if (wanted("log"))
+    }
+    if (wanted("log")) {
         MeasureLogAndCallback(steps, report);
-    if (wanted("lookup"))
+    }
+    if (wanted("lookup")) {
         MeasureLookUp(steps, report);
+    }
     KernelBenchSettings settings;
     settings.rounds = rounds;
     settings.stopwatch = GoogleStopwatch;
     settings.peers = SplitPeers();
     settings.colourPeers = ColourPeers;
     settings.withColour = false;
-    if (wanted("kernels"))
+    if (wanted("kernels")) {
         MeasureKernels(settings, report);
+    }
     if (wanted("colour")) {
         Arena arena;
         MeasureColour(arena, settings, report);
     }
 
-    if (wanted("endtoend"))
+    if (wanted("endtoend")) {
         MeasureEndToEnd({rounds, sdk, adapter, former}, report);
-    if (!former.empty())
+    }
+    if (!former.empty()) {
         MeasureAgainstFormer({rounds, sdk, adapter, former}, report);
+    }
 
-    if (!output.empty())
+    if (!output.empty()) {
         report.Save(output);
+    }
     std::printf("%zu goal%s missed\n", report.missedGoals(), report.missedGoals() == 1 ? "" : "s");
     return report.missedGoals() == 0 ? 0 : 1;
 }

@@ -43,8 +43,9 @@ void Convert(const PixelFormat& format, bool edgeAware, const ImageSize& size, c
     to.data = rgb;
     ZvkTransformInfo mode = {};
     ImageTransform::ZvkSetDebayerMode(edgeAware ? ZvkDebayerModeEdgeAware : ZvkDebayerModeBilinear, &mode);
-    if (ImageTransform::ZvkImageTransform(&from, &to, &mode, 1) != ZvkErrorSuccess)
+    if (ImageTransform::ZvkImageTransform(&from, &to, &mode, 1) != ZvkErrorSuccess) {
         throw std::logic_error("the library does not convert " + std::string(format.name));
+    }
 }
 
 // What the slowest format of a group must reach.
@@ -131,8 +132,9 @@ public:
                        "larger of source and target";
         table_.name = "colour";
         table_.subjects = {kCopy, kLibrary};
-        if (settings.colourPeers)
+        if (settings.colourPeers) {
             table_.subjects.insert(table_.subjects.end(), std::begin(kPeers), std::end(kPeers));
+        }
     }
 
     void Measure(const PixelFormat& format, bool edgeAware)
@@ -148,19 +150,22 @@ public:
             Convert(format, edgeAware, k5Mp, from, to);
         });
         if (settings_.colourPeers) {
-            for (const ColourPeer& peer : settings_.colourPeers(format.code, edgeAware))
+            for (const ColourPeer& peer : settings_.colourPeers(format.code, edgeAware)) {
                 add(peer.name, [convert = peer.convert](const std::uint8_t* from, std::uint8_t* to) {
                     convert(from, k5Mp, to);
                 });
+            }
         }
         RoundSettings round = RoundsOf(settings_, byteCount);
-        if (IsBytes(format, Family::Rgb))
+        if (IsBytes(format, Family::Rgb)) {
             round.rounds *= 3; // little more than a copy: a copy's noise is as large as what tells them apart
+        }
         const Rounds rounds(subjects, round);
         AddLine(std::string(format.name) + (edgeAware ? ", edge-aware" : ""), subjects, rounds);
         for (const Goal& goal : Goals()) {
-            if (goal.applies(format, edgeAware))
+            if (goal.applies(format, edgeAware)) {
                 Note(goal, format, subjects, rounds);
+            }
         }
     }
 
@@ -168,10 +173,11 @@ public:
     {
         for (const Goal& goal : Goals()) {
             const auto worst = worst_.find(&goal);
-            if (worst != worst_.end())
+            if (worst != worst_.end()) {
                 report_.AddGoal(std::string("To RGB8, ") + goal.group + " (slowest: " + worst->second.format +
                                     "): against " + goal.what,
                                 worst->second.speed, Bound::AtLeast, goal.limit);
+            }
         }
         report_.AddTable(std::move(table_));
     }
@@ -198,15 +204,18 @@ private:
     {
         std::vector<std::string> references;
         for (const Subject& subject : subjects) {
-            if (std::ranges::find(goal.references, subject.name) != goal.references.end())
+            if (std::ranges::find(goal.references, subject.name) != goal.references.end()) {
                 references.push_back(subject.name);
+            }
         }
-        if (references.empty())
+        if (references.empty()) {
             return;
+        }
         const Spread speed = rounds.SpeedAgainstBest(kLibrary, references);
         const auto [worst, isNew] = worst_.try_emplace(&goal, Worst{std::string(format.name), speed});
-        if (!isNew && speed.median < worst->second.speed.median)
+        if (!isNew && speed.median < worst->second.speed.median) {
             worst->second = {std::string(format.name), speed};
+        }
     }
 
     Arena& arena_;
@@ -220,24 +229,27 @@ private:
 void MeasureThreads(Arena& arena, const KernelBenchSettings& settings, Report& report)
 {
     const unsigned processors = backend::HelperThreads::Processors();
-    if (processors < 2)
+    if (processors < 2) {
         return;
+    }
     SpeedTable table{"BayerRG8 to RGB8: speed of two threads against one", "threads", {"one", "two"}, {}};
     for (const ImageSize& size : {kVga, k1080p, k5Mp, k20Mp}) {
         std::vector<Subject> subjects;
-        for (unsigned threads = 1; threads <= 2; ++threads)
+        for (unsigned threads = 1; threads <= 2; ++threads) {
             subjects.push_back(arena.MakeSubject(
                 table.subjects[threads - 1], 3 * size.pixels(), 0, Access::OneTarget,
                 [=](const std::uint8_t* from, std::uint8_t* to) {
                     imagetransform::UseThreads(threads);
                     Convert(*imagetransform::FindPixelFormat("BayerRG8"), false, size, from, to);
                 }));
+        }
         const Rounds rounds(subjects, RoundsOf(settings, 3 * size.pixels()));
         const Spread speed = rounds.SpeedAgainst("two", "one");
         table.lines.push_back({size.name, {rounds.SpeedAgainst("one", "one"), speed}});
-        if (size.pixels() >= k5Mp.pixels())
+        if (size.pixels() >= k5Mp.pixels()) {
             report.AddGoal(std::string("To RGB8, BayerRG8, ") + size.name + ", two threads: against one",
                            speed, Bound::AtLeast, 1.6);
+        }
     }
     report.AddTable(std::move(table));
 }
@@ -250,8 +262,9 @@ void MeasureColour(Arena& arena, const KernelBenchSettings& settings, Report& re
     ColourBench bench(arena, settings, report);
     for (const PixelFormat& format : imagetransform::AllPixelFormats()) {
         bench.Measure(format, false);
-        if (IsBytes(format, Family::Bayer))
+        if (IsBytes(format, Family::Bayer)) {
             bench.Measure(format, true);
+        }
     }
     bench.Finish();
     MeasureThreads(arena, settings, report);

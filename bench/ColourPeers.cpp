@@ -87,15 +87,17 @@ std::vector<ColourPeer> MosaicPeers(const PixelFormat& format, bool edgeAware)
     }();
     const int type = format.packing == Packing::Byte ? CV_8UC1 : CV_16UC1;
     std::vector<ColourPeer> peers = {WithOpenCv(type, codes.bilinear)};
-    if (edgeAware)
+    if (edgeAware) {
         peers.push_back(WithOpenCv(type, codes.edgeAware, "OpenCV edge-aware"));
+    }
     return peers;
 }
 
 std::vector<ColourPeer> RgbPeers(const PixelFormat& format)
 {
-    if (format.packing != Packing::Byte)
+    if (format.packing != Packing::Byte) {
         return {};
+    }
     switch (format.rgbOrder) {
     case RgbOrder::Rgb:
         return {};

@@ -31,8 +31,9 @@ void FetchFrames(ImageSource& source, std::vector<std::vector<std::uint8_t>>& im
                 ++fetched;
             }
         }
-        if (!any)
+        if (!any) {
             std::this_thread::yield();
+        }
     }
 }
 
@@ -58,9 +59,10 @@ Rounds Compare(const EndToEndSettings& settings, const std::vector<NamedSource>&
 {
     double seconds = 0;
     std::vector<Subject> subjects;
-    for (const NamedSource& named : sources)
+    for (const NamedSource& named : sources) {
         subjects.push_back(
             {named.name, [&, source = named.source] { seconds = SecondsPerFrame(*source, images); }});
+    }
     RoundSettings round;
     round.rounds = settings.rounds;
     round.warmUps = 0;
@@ -131,8 +133,9 @@ void MeasureAgainstFormer(const EndToEndSettings& settings, Report& report)
 void MeasureEndToEnd(const EndToEndSettings& settings, Report& report)
 {
     for (const bool colour : {false, true}) {
-        for (const std::size_t cameraCount : {std::size_t{1}, std::size_t{4}})
+        for (const std::size_t cameraCount : {std::size_t{1}, std::size_t{4}}) {
             Measure(settings, cameraCount, colour, report);
+        }
     }
 }
 

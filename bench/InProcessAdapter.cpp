@@ -36,8 +36,9 @@ ZvkError_t ConvertToGrey(const ZvkImage*, ZvkImage* destination, const ZvkTransf
 
 void Require(bool condition, const char* what, const char* text)
 {
-    if (!condition)
+    if (!condition) {
         throw std::runtime_error(std::string(what) + ": " + text);
+    }
 }
 
 } // namespace
@@ -126,8 +127,9 @@ void InProcessAdapter::QueryStatus()
 std::filesystem::path InProcessAdapter::LogFile() const
 {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(sandbox_.Folder())) {
-        if (entry.path().filename() == "MaravelAdapterZorvik.log")
+        if (entry.path().filename() == "MaravelAdapterZorvik.log") {
             return entry.path();
+        }
     }
     throw std::runtime_error("the adapter writes no log");
 }

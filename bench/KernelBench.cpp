@@ -50,8 +50,9 @@ public:
             peers_.push_back(peer.name);
         }
         for (const InstructionSet set : kInstructionSets) {
-            if (InstructionSetUsable(set))
+            if (InstructionSetUsable(set)) {
                 table_.subjects.emplace_back(InstructionSetName(set));
+            }
         }
         table_.subjects.emplace_back(kAdapter);
         table_.title = "RGB8 to planes: speed against the C library's copy of the same bytes";
@@ -65,11 +66,13 @@ public:
         const std::string label =
             std::string(nominal.name) + ", " + AccessName(access) + (aligned ? ", aligned" : ", misaligned");
         SpeedTable::Line line{label, {}};
-        for (const std::string& subject : table_.subjects)
+        for (const std::string& subject : table_.subjects) {
             line.speeds.push_back(rounds.SpeedAgainst(subject, kLibc));
+        }
         table_.lines.push_back(std::move(line));
-        if (access == Access::Streaming)
+        if (access == Access::Streaming) {
             AddGoals(nominal, aligned, rounds, "Planar split, " + label + ": ");
+        }
     }
 
     void Finish() { report_.AddTable(std::move(table_)); }
@@ -86,20 +89,23 @@ private:
         add(kLibc, [=](const std::uint8_t* rgb, std::uint8_t* to) { std::memcpy(to, rgb, byteCount); });
         add(kStreamingCopy,
             [=](const std::uint8_t* rgb, std::uint8_t* to) { CopyStreaming(to, rgb, byteCount); });
-        for (const SplitPeer& peer : settings_.peers)
+        for (const SplitPeer& peer : settings_.peers) {
             add(peer.name, [=](const std::uint8_t* rgb, std::uint8_t* to) { peer.split(rgb, size, to); });
+        }
         const InstructionSet chosen = CurrentInstructionSet();
         const auto addKernel = [&](const char* name, InstructionSet set) {
-            if (!InstructionSetUsable(set))
+            if (!InstructionSetUsable(set)) {
                 return;
+            }
             add(name, [=](const std::uint8_t* rgb, std::uint8_t* to) {
                 ForceInstructionSet(set);
                 SplitRgb8IntoPlanes(rgb, size.pixels(), to);
                 ForceInstructionSet(chosen);
             });
         };
-        for (const InstructionSet set : kInstructionSets)
+        for (const InstructionSet set : kInstructionSets) {
             addKernel(InstructionSetName(set), set);
+        }
         addKernel(kAdapter, chosen);
         return subjects;
     }
@@ -115,10 +121,11 @@ private:
         if (!peers_.empty() && size.pixels() >= k1080p.pixels()) {
             report_.AddGoal(label + "against the best peer", rounds.SpeedAgainstBest(kAdapter, peers_),
                             Bound::AtLeast, aligned ? 1.0 : 1.2);
-            if (InstructionSetUsable(InstructionSet::Avx2))
+            if (InstructionSetUsable(InstructionSet::Avx2)) {
                 report_.AddGoal(label + "AVX2 alone against the best peer",
                                 rounds.SpeedAgainstBest(InstructionSetName(InstructionSet::Avx2), peers_),
                                 Bound::AtLeast, 0.95);
+            }
         }
     }
 
@@ -160,13 +167,15 @@ void MeasureCopies(Arena& arena, const KernelBenchSettings& settings, Report& re
             const Rounds rounds(subjects, round);
             const std::string label = std::string(payload.name) + ", " + AccessName(access);
             SpeedTable::Line line{label, {}};
-            for (const std::string& subject : table.subjects)
+            for (const std::string& subject : table.subjects) {
                 line.speeds.push_back(rounds.SpeedAgainst(subject, kLibc));
+            }
             table.lines.push_back(std::move(line));
             const bool large = access == Access::Streaming && byteCount >= 15'000'000;
-            if (access != Access::ReadAtOnce)
+            if (access != Access::ReadAtOnce) {
                 report.AddGoal("Raw delivery, " + label + ": against the libc copy",
                                rounds.SpeedAgainst(kAdapter, kLibc), Bound::AtLeast, large ? 1.05 : 0.98);
+            }
         }
     }
     report.AddTable(std::move(table));
@@ -180,14 +189,16 @@ void MeasureKernels(const KernelBenchSettings& settings, Report& report)
     SplitBench split(arena, settings, report);
     for (const Access access : {Access::Streaming, Access::Hot, Access::ReadAtOnce}) {
         for (const ImageSize& size : {kVga, k1080p, k5Mp, k20Mp}) {
-            for (const bool aligned : {true, false})
+            for (const bool aligned : {true, false}) {
                 split.Measure(size, access, aligned);
+            }
         }
     }
     split.Finish();
     MeasureCopies(arena, settings, report);
-    if (settings.withColour)
+    if (settings.withColour) {
         MeasureColour(arena, settings, report);
+    }
 }
 
 } // namespace maravel::bench

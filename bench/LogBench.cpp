@@ -34,8 +34,9 @@ public:
     RawWriter(const std::filesystem::path& file, std::size_t byteCount)
         : descriptor_(open(file.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600)), line_(byteCount, 'x')
     {
-        if (descriptor_ < 0)
+        if (descriptor_ < 0) {
             throw std::runtime_error("cannot write " + file.string());
+        }
     }
     ~RawWriter() { close(descriptor_); }
     RawWriter(const RawWriter&) = delete;
@@ -43,8 +44,9 @@ public:
 
     void Write() const
     {
-        if (write(descriptor_, line_.data(), line_.size()) != static_cast<ssize_t>(line_.size()))
+        if (write(descriptor_, line_.data(), line_.size()) != static_cast<ssize_t>(line_.size())) {
             throw std::runtime_error("cannot write to the temporary folder");
+        }
     }
 
 private:
@@ -72,8 +74,9 @@ void MeasureWhilePolled(InProcessAdapter& adapter, const RawWriter& raw, std::si
 {
     std::atomic<bool> stop{false};
     std::thread poller([&] {
-        while (!stop)
+        while (!stop) {
             adapter.QueryStatus();
+        }
     });
     std::vector<double> callback;
     std::vector<double> rawWrite;

@@ -28,8 +28,9 @@ public:
         index_.Build(features_.data(), features_.size());
 
         std::mt19937 random(1);
-        for (int i = 0; i < 4096; ++i)
+        for (int i = 0; i < 4096; ++i) {
             wanted_.push_back(names_[random() % count]);
+        }
     }
 
     // Looks up a name that the caller has in memory of its own; the next one at every call.
@@ -39,8 +40,9 @@ public:
     {
         const std::string& name = Next();
         std::size_t i = 0;
-        while (i < features_.size() && std::strcmp(features_[i].name, name.c_str()) != 0)
+        while (i < features_.size() && std::strcmp(features_[i].name, name.c_str()) != 0) {
             ++i;
+        }
         Check(i);
     }
 
@@ -53,8 +55,9 @@ private:
 
     void Check(std::size_t position) const
     {
-        if (position >= features_.size())
+        if (position >= features_.size()) {
             throw std::logic_error("a name was not found");
+        }
     }
 
     std::deque<std::string> names_; // whose texts stay where they are

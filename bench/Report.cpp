@@ -23,8 +23,9 @@ std::string SpreadText(const Spread& spread)
 // How the row came out, for people.
 const char* Verdict(const GoalRow& row, const char* pass, const char* fail)
 {
-    if (row.bound == Bound::None)
+    if (row.bound == Bound::None) {
         return "";
+    }
     return row.met ? pass : fail;
 }
 
@@ -35,8 +36,9 @@ bool Holds(double value, Bound bound, double limit)
 
 std::string LimitText(const GoalRow& row)
 {
-    if (row.bound == Bound::None)
+    if (row.bound == Bound::None) {
         return {};
+    }
     return std::string(row.bound == Bound::AtLeast ? ">= " : "<= ") + Number("%.6g", row.limit);
 }
 
@@ -44,8 +46,9 @@ void WriteFile(const std::string& path, const std::string& text)
 {
     std::ofstream file(path, std::ios::binary);
     file << text;
-    if (!file.flush())
+    if (!file.flush()) {
         throw std::runtime_error("cannot write " + path);
+    }
 }
 
 } // namespace
@@ -87,9 +90,10 @@ std::size_t Report::missedGoals() const
 std::string Report::Goals() const
 {
     std::string text;
-    for (const GoalRow& row : goals_)
+    for (const GoalRow& row : goals_) {
         text += "| " + row.goal + " | " + row.measured + " | " + LimitText(row) + " | " +
                 Verdict(row, "pass", "**fail**") + " |\n";
+    }
     return text;
 }
 
@@ -106,8 +110,9 @@ std::string Report::Tables() const
         text += "\n" + ruler + "\n";
         for (const SpeedTable::Line& line : table.lines) {
             text += "| " + line.label + " |";
-            for (const Spread& speed : line.speeds)
+            for (const Spread& speed : line.speeds) {
                 text += " " + (speed.median > 0 ? Number("%.2f", speed.median) : "–") + " |";
+            }
             text += "\n";
         }
     }
@@ -120,12 +125,14 @@ void Report::Save(const std::string& folder) const
     WriteFile(folder + "/tables.md", Tables());
     for (const SpeedTable& table : tables_) {
         std::string text = "case";
-        for (const std::string& subject : table.subjects)
+        for (const std::string& subject : table.subjects) {
             text += "\t" + subject;
+        }
         for (const SpeedTable::Line& line : table.lines) {
             text += "\n\"" + line.label + "\"";
-            for (const Spread& speed : line.speeds)
+            for (const Spread& speed : line.speeds) {
                 text += "\t" + Number("%.4f", speed.median);
+            }
         }
         WriteFile(folder + "/" + table.name + ".dat", text + "\n");
     }

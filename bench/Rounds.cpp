@@ -24,8 +24,9 @@ Spread SpreadOf(std::vector<double> values)
 double SteadyClockStopwatch(const std::string&, std::size_t repeats, const std::function<void()>& operation)
 {
     const auto start = std::chrono::steady_clock::now();
-    for (std::size_t i = 0; i < repeats; ++i)
+    for (std::size_t i = 0; i < repeats; ++i) {
         operation();
+    }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     return elapsed.count() / static_cast<double>(repeats);
 }
@@ -33,8 +34,9 @@ double SteadyClockStopwatch(const std::string&, std::size_t repeats, const std::
 Rounds::Rounds(const std::vector<Subject>& subjects, const RoundSettings& settings)
     : seconds_(subjects.size(), std::vector<double>(settings.rounds))
 {
-    for (const Subject& subject : subjects)
+    for (const Subject& subject : subjects) {
         names_.push_back(subject.name);
+    }
 
     std::vector<std::size_t> order(subjects.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -42,8 +44,9 @@ Rounds::Rounds(const std::vector<Subject>& subjects, const RoundSettings& settin
     for (std::size_t round = 0; round < settings.rounds; ++round) {
         std::shuffle(order.begin(), order.end(), random);
         for (const std::size_t i : order) {
-            for (std::size_t warmUp = 0; warmUp < settings.warmUps; ++warmUp)
+            for (std::size_t warmUp = 0; warmUp < settings.warmUps; ++warmUp) {
                 subjects[i].operation();
+            }
             seconds_[i][round] = settings.stopwatch(names_[i], settings.repeats, subjects[i].operation);
         }
     }
@@ -59,8 +62,9 @@ Spread Rounds::SpeedAgainst(const std::string& subject, const std::string& refer
     const std::vector<double>& own = TimesOf(subject);
     const std::vector<double>& other = TimesOf(reference);
     std::vector<double> ratios;
-    for (std::size_t round = 0; round < own.size(); ++round)
+    for (std::size_t round = 0; round < own.size(); ++round) {
         ratios.push_back(other[round] / own[round]);
+    }
     return SpreadOf(std::move(ratios));
 }
 
@@ -74,8 +78,9 @@ Spread Rounds::SpeedAgainstBest(const std::string& subject, const std::vector<st
 const std::vector<double>& Rounds::TimesOf(const std::string& subject) const
 {
     const auto found = std::find(names_.begin(), names_.end(), subject);
-    if (found == names_.end())
+    if (found == names_.end()) {
         throw std::logic_error("no subject " + subject);
+    }
     return seconds_[static_cast<std::size_t>(found - names_.begin())];
 }
 

@@ -10,9 +10,10 @@ namespace {
 std::filesystem::path MakeFolder()
 {
     std::string pattern = (std::filesystem::temp_directory_path() / "maravel-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr)
+    if (mkdtemp(pattern.data()) == nullptr) {
         throw std::filesystem::filesystem_error("mkdtemp", pattern,
                                                 std::error_code(errno, std::system_category()));
+    }
     return pattern;
 }
 
@@ -37,8 +38,9 @@ Sandbox::Sandbox(const std::filesystem::path& builtSdkFolder, const BenchCameras
     : folder_(MakeFolder())
 {
     std::filesystem::create_directories(SdkFolder() / "bin");
-    for (const char* library : {"ZvkC.dll", "ZvkImageTransform.dll"})
+    for (const char* library : {"ZvkC.dll", "ZvkImageTransform.dll"}) {
         std::filesystem::copy_file(builtSdkFolder / "bin" / library, SdkFolder() / "bin" / library);
+    }
     Describe(cameras, SdkFolder() / "cameras.toml");
 }
 

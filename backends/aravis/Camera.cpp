@@ -48,13 +48,16 @@ ZvkError_t Camera::Open()
 {
     Outcome outcome;
     ObjectPtr<ArvDevice> device(arv_open_device(identity_.id, outcome.Slot()));
-    if (device == nullptr)
+    if (device == nullptr) {
         return outcome.Failed() ? outcome.Code() : ZvkErrorNotFound;
+    }
     // Aravis also hands out a camera that somebody else controls; it could be looked at, not used.
-    if (ARV_IS_GV_DEVICE(device.get()) && !arv_gv_device_is_controller(ARV_GV_DEVICE(device.get())))
+    if (ARV_IS_GV_DEVICE(device.get()) && !arv_gv_device_is_controller(ARV_GV_DEVICE(device.get()))) {
         return ZvkErrorInvalidAccess;
-    if (arv_device_get_genicam(device.get()) == nullptr)
+    }
+    if (arv_device_get_genicam(device.get()) == nullptr) {
         return ZvkErrorNotSupported;
+    }
     lost_.store(false);
     g_signal_connect_data(device.get(), "control-lost", reinterpret_cast<GCallback>(&Camera::OnControlLost),
                           this, nullptr, GConnectFlags{});
@@ -77,8 +80,9 @@ void Camera::Close()
         device = std::move(device_);
     }
     negotiation_.Wait();
-    if (device != nullptr)
+    if (device != nullptr) {
         g_signal_handlers_disconnect_by_data(device.get(), this);
+    }
 }
 
 void Camera::OnControlLost(ArvDevice*, void* camera)
@@ -88,15 +92,18 @@ void Camera::OnControlLost(ArvDevice*, void* camera)
 
 ZvkError_t Camera::GetPayloadSize(std::uint64_t* bytes) const
 {
-    if (device_ == nullptr)
+    if (device_ == nullptr) {
         return ZvkErrorBadHandle;
-    if (IsLost())
+    }
+    if (IsLost()) {
         return ZvkErrorIO;
+    }
     Outcome outcome;
     const std::int64_t size =
         arv_device_get_integer_feature_value(device_.get(), "PayloadSize", outcome.Slot());
-    if (!outcome.Failed())
+    if (!outcome.Failed()) {
         *bytes = size < 0 ? 0 : static_cast<std::uint64_t>(size);
+    }
     return outcome.Code();
 }
 
@@ -105,8 +112,9 @@ void Camera::LockParameters(bool locked) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     ArvGcNode* node = arv_device_get_feature(device_.get(), "TLParamsLocked");
     Outcome ignored; // a camera that has no such register keeps order by itself
-    if (ARV_IS_GC_INTEGER(node))
+    if (ARV_IS_GC_INTEGER(node)) {
         arv_gc_integer_set_value(ARV_GC_INTEGER(node), locked ? 1 : 0, ignored.Slot());
+    }
 }
 
 ZvkError_t Camera::StartCapture(ZvkHandle_t camera, ZvkHandle_t stream)
@@ -114,10 +122,12 @@ ZvkError_t Camera::StartCapture(ZvkHandle_t camera, ZvkHandle_t stream)
     Lock lock(control);
     std::uint64_t payloadSize = 0;
     ZvkError_t error = GetPayloadSize(&payloadSize);
-    if (error == ZvkErrorSuccess)
+    if (error == ZvkErrorSuccess) {
         error = frames_.Start(device_.get(), camera, stream, payloadSize);
-    if (error == ZvkErrorSuccess)
+    }
+    if (error == ZvkErrorSuccess) {
         LockParameters(true);
+    }
     return error;
 }
 
@@ -125,8 +135,9 @@ ZvkError_t Camera::EndCapture()
 {
     const ZvkError_t error = frames_.End();
     Lock lock(control);
-    if (device_ != nullptr && !IsLost())
+    if (device_ != nullptr && !IsLost()) {
         LockParameters(false);
+    }
     return error;
 }
 

@@ -23,11 +23,13 @@ constexpr int kSocketBufferBytes = 4 * 1024 * 1024;
 void ChooseSocket(ArvGvDevice* device)
 {
     GSocketAddress* address = arv_gv_device_get_interface_address(device); // stays the device's
-    if (!G_IS_INET_SOCKET_ADDRESS(address))
+    if (!G_IS_INET_SOCKET_ADDRESS(address)) {
         return;
+    }
     GInetAddress* host = g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(address));
-    if (g_inet_address_get_is_loopback(host))
+    if (g_inet_address_get_is_loopback(host)) {
         arv_gv_device_set_stream_options(device, ARV_GV_STREAM_OPTION_PACKET_SOCKET_DISABLED);
+    }
 }
 
 std::int32_t ReceiveStatus(ArvBufferStatus status)
@@ -58,8 +60,9 @@ void FillRecord(ZvkFrame_t* frame, ArvBuffer* buffer)
     const void* image = hasImage ? arv_buffer_get_part_data(buffer, 0, &size) : nullptr;
     // A complete payload without an image at its start is nothing that a caller could use.
     if (image != frame->buffer) {
-        if (frame->receiveStatus == 0)
+        if (frame->receiveStatus == 0) {
             frame->receiveStatus = kInvalid;
+        }
         return;
     }
     frame->imageSize = static_cast<std::uint32_t>(size);
@@ -77,12 +80,15 @@ std::uint64_t FrameNumbers::Next(std::uint64_t sent)
 {
     // GigE Vision's first numbers have 16 bits and go from 65535 to 1, because 0 has a meaning of its own.
     constexpr std::uint64_t cycle = 0xFFFF;
-    if (first_)
+    if (first_) {
         last_ = 0;
-    else if (sent >= lastSent_)
+    }
+    else if (sent >= lastSent_) {
         last_ += sent - lastSent_;
-    else if (lastSent_ <= cycle)
+    }
+    else if (lastSent_ <= cycle) {
         last_ += sent + cycle - lastSent_;
+    }
     first_ = false;
     lastSent_ = sent;
     return last_;
@@ -103,17 +109,20 @@ ZvkError_t FrameStream::Start(ArvDevice* device, ZvkHandle_t camera, ZvkHandle_t
                               std::uint64_t payloadSize)
 {
     Lock capture(captureMutex_);
-    if (IsCapturing())
+    if (IsCapturing()) {
         return ZvkErrorAlready;
+    }
     cameraHandle_ = camera;
     streamHandle_ = stream;
-    if (ARV_IS_GV_DEVICE(device))
+    if (ARV_IS_GV_DEVICE(device)) {
         ChooseSocket(ARV_GV_DEVICE(device));
+    }
     Outcome outcome;
     ObjectPtr<ArvStream> made(
         arv_device_create_stream(device, &FrameStream::OnStreamEvent, this, outcome.Slot()));
-    if (made == nullptr)
+    if (made == nullptr) {
         return outcome.Failed() ? outcome.Code() : ZvkErrorResources;
+    }
     if (ARV_IS_GV_STREAM(made.get())) {
         // The thread looks at these when it starts; later, they cost the first frame.
         arv_stream_stop_thread(made.get(), 0);
@@ -125,9 +134,11 @@ ZvkError_t FrameStream::Start(ArvDevice* device, ZvkHandle_t camera, ZvkHandle_t
     stream_ = made.release();
     payloadSize_ = payloadSize;
     numbers_.Restart();
-    for (const Buffer& buffer : buffers_)
-        if (pool_.IsPending(buffer.frame))
+    for (const Buffer& buffer : buffers_) {
+        if (pool_.IsPending(buffer.frame)) {
             Push(buffer.frame);
+        }
+    }
     return ZvkErrorSuccess;
 }
 
@@ -135,8 +146,9 @@ ZvkError_t FrameStream::End() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     Lock capture(captureMutex_);
     Lock lock(mutex_);
-    if (stream_ == nullptr)
+    if (stream_ == nullptr) {
         return ZvkErrorSuccess;
+    }
     draining_ = true;
     ArvStream* stream = stream_;
     lock.Unlock();
@@ -181,43 +193,50 @@ ZvkError_t FrameStream::Announce(const ZvkFrame_t* frame, std::uint64_t payloadS
 {
     Lock lock(mutex_);
     const backend::FramePool::Answer answer = pool_.Announce(frame, payloadSize);
-    if (answer.code == ZvkErrorSuccess)
+    if (answer.code == ZvkErrorSuccess) {
         buffers_.push_back(
             {frame, ObjectPtr<ArvBuffer>(arv_buffer_new_full(frame->bufferSize, frame->buffer,
                                                              const_cast<ZvkFrame_t*>(frame), nullptr))});
+    }
     return answer.code;
 }
 
 ZvkError_t FrameStream::Revoke(const ZvkFrame_t* frame)
 {
-    if (!IsOnOwnThread())
+    if (!IsOnOwnThread()) {
         WaitIdle();
+    }
     Lock lock(mutex_);
     const backend::FramePool::Answer answer = pool_.Revoke(frame);
-    if (answer.code == ZvkErrorSuccess)
+    if (answer.code == ZvkErrorSuccess) {
         std::erase_if(buffers_, [frame](const Buffer& buffer) { return buffer.frame == frame; });
+    }
     return answer.code;
 }
 
 ZvkError_t FrameStream::RevokeAll()
 {
-    if (!IsOnOwnThread())
+    if (!IsOnOwnThread()) {
         WaitIdle();
+    }
     Lock lock(mutex_);
     const backend::FramePool::Answer answer = pool_.RevokeAll();
-    if (answer.code == ZvkErrorSuccess)
+    if (answer.code == ZvkErrorSuccess) {
         buffers_.clear();
+    }
     return answer.code;
 }
 
 ZvkError_t FrameStream::Queue(const ZvkFrame_t* frame, ZvkFrameCallback callback)
 {
     Lock lock(mutex_);
-    if (stream_ == nullptr)
+    if (stream_ == nullptr) {
         return ZvkErrorInvalidCall;
+    }
     const backend::FramePool::Answer answer = pool_.Queue(frame, callback, payloadSize_);
-    if (answer.code == ZvkErrorSuccess && !draining_)
+    if (answer.code == ZvkErrorSuccess && !draining_) {
         Push(frame);
+    }
     return answer.code;
 }
 
@@ -231,8 +250,9 @@ void FrameStream::Push(const ZvkFrame_t* frame)
 void FrameStream::WaitIdle() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     Lock lock(mutex_);
-    while (busy_)
+    while (busy_) {
         idle_.Wait(mutex_);
+    }
 }
 
 ZvkError_t FrameStream::Wait(const ZvkFrame_t* frame,
@@ -240,11 +260,14 @@ ZvkError_t FrameStream::Wait(const ZvkFrame_t* frame,
 {
     const auto until = std::chrono::steady_clock::now() + timeout;
     Lock lock(mutex_);
-    if (!pool_.IsAnnounced(frame))
+    if (!pool_.IsAnnounced(frame)) {
         return ZvkErrorNotFound;
-    while (pool_.IsPending(frame))
-        if (!idle_.WaitUntil(mutex_, until) && pool_.IsPending(frame))
+    }
+    while (pool_.IsPending(frame)) {
+        if (!idle_.WaitUntil(mutex_, until) && pool_.IsPending(frame)) {
             return ZvkErrorTimeout;
+        }
+    }
     return ZvkErrorSuccess;
 }
 
@@ -276,22 +299,26 @@ void FrameStream::OnBufferDone() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     Lock lock(mutex_);
     // While the stream is drained its buffers stay in it and go with it.
-    if (draining_ || stream_ == nullptr)
+    if (draining_ || stream_ == nullptr) {
         return;
+    }
     const ObjectPtr<ArvBuffer> buffer(arv_stream_try_pop_buffer(stream_));
-    if (buffer == nullptr)
+    if (buffer == nullptr) {
         return;
+    }
     auto* frame = static_cast<ZvkFrame_t*>(const_cast<void*>(arv_buffer_get_user_data(buffer.get())));
     const backend::FramePool::Taken taken = pool_.Take(frame);
-    if (taken.record == nullptr)
+    if (taken.record == nullptr) {
         return;
+    }
     FillRecord(frame, buffer.get());
     frame->frameId = numbers_.Next(arv_buffer_get_frame_id(buffer.get()));
     pool_.Deliver(frame);
     busy_ = true;
     lock.Unlock();
-    if (taken.callback != nullptr)
+    if (taken.callback != nullptr) {
         taken.callback(cameraHandle_, streamHandle_, frame);
+    }
     lock.Relock();
     busy_ = false;
     idle_.WakeAll();

@@ -61,12 +61,15 @@ ZvkError_t DescriptionErrorCode(int code)
 
 ZvkError_t Outcome::Code() const
 {
-    if (error_ == nullptr)
+    if (error_ == nullptr) {
         return ZvkErrorSuccess;
-    if (error_->domain == arv_device_error_quark())
+    }
+    if (error_->domain == arv_device_error_quark()) {
         return DeviceErrorCode(error_->code);
-    if (error_->domain == arv_gc_error_quark())
+    }
+    if (error_->domain == arv_gc_error_quark()) {
         return DescriptionErrorCode(error_->code);
+    }
     // What is left are the system's own: sockets and the USB bus.
     return g_error_matches(error_, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) ? ZvkErrorTimeout : ZvkErrorIO;
 }

@@ -29,9 +29,11 @@ constinit std::optional<std::chrono::steady_clock::time_point> g_lastLook MARAVE
 
 Camera* Library::FindCamera(const char* id) const
 {
-    for (const auto& camera : cameras)
-        if (std::strcmp(camera->Who().id, id) == 0)
+    for (const auto& camera : cameras) {
+        if (std::strcmp(camera->Who().id, id) == 0) {
             return camera.get();
+        }
+    }
     return nullptr;
 }
 
@@ -57,18 +59,21 @@ void Library::LookRound()
         g_lastLook = std::chrono::steady_clock::now();
     }
     std::vector<Identity> seen;
-    for (unsigned i = 0; i < arv_get_n_devices(); ++i)
+    for (unsigned i = 0; i < arv_get_n_devices(); ++i) {
         seen.push_back({texts_.Keep(arv_get_device_id(i)), texts_.Keep(arv_get_device_address(i)),
                         texts_.Keep(arv_get_device_vendor(i)), texts_.Keep(arv_get_device_model(i)),
                         texts_.Keep(arv_get_device_serial_nbr(i)), texts_.Keep(arv_get_device_protocol(i))});
+    }
     // The same order at every look, so that a channel stays the same camera.
     std::sort(seen.begin(), seen.end(),
               [](const Identity& a, const Identity& b) { return std::strcmp(a.id, b.id) < 0; });
     Lock lock(g_mutex);
-    for (const auto& camera : cameras)
+    for (const auto& camera : cameras) {
         camera->present = false;
-    for (const Identity& identity : seen)
+    }
+    for (const Identity& identity : seen) {
         Note(identity);
+    }
     lookedRound = true;
 }
 
@@ -83,19 +88,22 @@ Session::Session()
 
 Session::~Session()
 {
-    if (library_ == nullptr)
+    if (library_ == nullptr) {
         return;
+    }
     Lock lock(g_mutex);
-    if (--library_->users == 0)
+    if (--library_->users == 0) {
         library_->unused.WakeAll();
+    }
 }
 
 Session::Named Session::Find(ZvkHandle_t handle) const
 {
     Lock lock(g_mutex);
     const backend::HandleTable::Entry* entry = library_->handles.Find(handle);
-    if (entry == nullptr)
+    if (entry == nullptr) {
         return {};
+    }
     return {static_cast<Camera*>(entry->object), entry->name.kind, entry->name.index};
 }
 
@@ -109,8 +117,9 @@ ZvkError_t StartLibrary()
 {
     auto library = std::make_unique<Library>();
     Lock lock(g_mutex);
-    if (g_library != nullptr)
+    if (g_library != nullptr) {
         return ZvkErrorAlready;
+    }
     g_library = library.release();
     return ZvkErrorSuccess;
 }
@@ -119,14 +128,18 @@ void ShutDownLibrary() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     Lock lock(g_mutex);
     Library* library = g_library;
-    if (library == nullptr || library->closing)
+    if (library == nullptr || library->closing) {
         return; // nothing to shut down; harmless
-    for (const auto& camera : library->cameras)
-        if (camera->Frames().IsOnOwnThread())
+    }
+    for (const auto& camera : library->cameras) {
+        if (camera->Frames().IsOnOwnThread()) {
             return; // it would wait for itself
+        }
+    }
     library->closing = true;
-    while (library->users > 0)
+    while (library->users > 0) {
         library->unused.Wait(g_mutex);
+    }
     lock.Unlock();
     delete library; // closes what is open
     lock.Relock();

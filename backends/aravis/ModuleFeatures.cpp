@@ -76,8 +76,9 @@ public:
     {
         Outcome outcome;
         const unsigned size = arv_gv_device_get_packet_size(ARV_GV_DEVICE(device_), outcome.Slot());
-        if (!outcome.Failed())
+        if (!outcome.Failed()) {
             *value = size;
+        }
         return outcome.Code();
     }
     ZvkError_t SetInt(std::int64_t value) override
@@ -85,10 +86,12 @@ public:
         std::int64_t minimum = 0;
         std::int64_t maximum = 0;
         const ZvkError_t error = GetIntRange(&minimum, &maximum);
-        if (error != ZvkErrorSuccess)
+        if (error != ZvkErrorSuccess) {
             return error;
-        if (value < minimum || value > maximum)
+        }
+        if (value < minimum || value > maximum) {
             return ZvkErrorInvalidValue;
+        }
         Outcome outcome;
         arv_gv_device_set_packet_size(ARV_GV_DEVICE(device_), static_cast<int>(value), outcome.Slot());
         return outcome.Code();
@@ -155,23 +158,27 @@ private:
 std::vector<ZvkFeatureInfo_t> TextModule::List() const
 {
     std::vector<ZvkFeatureInfo_t> list;
-    for (const Text& text : texts_)
+    for (const Text& text : texts_) {
         list.push_back(TextFeature(text, category_).Info());
+    }
     return list;
 }
 
 std::unique_ptr<Feature> TextModule::Find(const char* name) const
 {
-    for (const Text& text : texts_)
-        if (std::strcmp(text.name, name) == 0)
+    for (const Text& text : texts_) {
+        if (std::strcmp(text.name, name) == 0) {
             return std::make_unique<TextFeature>(text, category_);
+        }
+    }
     return nullptr;
 }
 
 ZvkError_t PacketSizeNegotiation::Start(ArvDevice* device, backend::Mutex& control)
 {
-    if (running_.load())
+    if (running_.load()) {
         return ZvkErrorBusy;
+    }
     worker_.Wait();
     device_ = Share(device);
     control_ = &control;
@@ -219,16 +226,19 @@ std::vector<std::unique_ptr<Feature>> StreamModule::GigEFeatures() const
 std::vector<ZvkFeatureInfo_t> StreamModule::List() const
 {
     std::vector<ZvkFeatureInfo_t> list = information_.List();
-    for (const auto& feature : GigEFeatures())
+    for (const auto& feature : GigEFeatures()) {
         list.push_back(feature->Info());
+    }
     return list;
 }
 
 std::unique_ptr<Feature> StreamModule::Find(const char* name) const
 {
-    for (auto& feature : GigEFeatures())
-        if (std::strcmp(feature->Info().name, name) == 0)
+    for (auto& feature : GigEFeatures()) {
+        if (std::strcmp(feature->Info().name, name) == 0) {
             return std::move(feature);
+        }
+    }
     return information_.Find(name);
 }
 

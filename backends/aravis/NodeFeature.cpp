@@ -22,17 +22,20 @@ constexpr StandardRegister kStandardRegisters[] = {{"GevCurrentIPAddress", "ArvG
 
 const char* UnitOf(ArvGcFeatureNode* node)
 {
-    if (ARV_IS_GC_INTEGER(node))
+    if (ARV_IS_GC_INTEGER(node)) {
         return arv_gc_integer_get_unit(ARV_GC_INTEGER(node));
+    }
     return ARV_IS_GC_FLOAT(node) ? arv_gc_float_get_unit(ARV_GC_FLOAT(node)) : "";
 }
 
 // A number without limits in the description has GenICam's own, those of its type: no failure.
 ZvkError_t LimitCode(const Outcome& low, const Outcome& high)
 {
-    for (const Outcome* outcome : {&low, &high})
-        if (outcome->Code() != ZvkErrorSuccess && outcome->Code() != ZvkErrorNotAvailable)
+    for (const Outcome* outcome : {&low, &high}) {
+        if (outcome->Code() != ZvkErrorSuccess && outcome->Code() != ZvkErrorNotAvailable) {
             return outcome->Code();
+        }
+    }
     return ZvkErrorSuccess;
 }
 
@@ -50,18 +53,24 @@ std::uint32_t VisibilityOf(ArvGcFeatureNode* node)
 ZvkFeatureDataType NodeFeature::TypeOf(ArvGcFeatureNode* node)
 {
     // The order counts: an enumeration is an integer and a string too.
-    if (ARV_IS_GC_ENUMERATION(node))
+    if (ARV_IS_GC_ENUMERATION(node)) {
         return ZvkFeatureDataEnum;
-    if (ARV_IS_GC_BOOLEAN(node))
+    }
+    if (ARV_IS_GC_BOOLEAN(node)) {
         return ZvkFeatureDataBool;
-    if (ARV_IS_GC_COMMAND(node))
+    }
+    if (ARV_IS_GC_COMMAND(node)) {
         return ZvkFeatureDataCommand;
-    if (ARV_IS_GC_FLOAT(node))
+    }
+    if (ARV_IS_GC_FLOAT(node)) {
         return ZvkFeatureDataFloat;
-    if (ARV_IS_GC_INTEGER(node))
+    }
+    if (ARV_IS_GC_INTEGER(node)) {
         return ZvkFeatureDataInt;
-    if (ARV_IS_GC_STRING(node))
+    }
+    if (ARV_IS_GC_STRING(node)) {
         return ZvkFeatureDataString;
+    }
     return ARV_IS_GC_REGISTER(node) ? ZvkFeatureDataRaw : ZvkFeatureDataNone;
 }
 
@@ -91,8 +100,9 @@ ZvkError_t NodeFeature::QueryAvailable(bool* available) const
 {
     Outcome outcome;
     *available = arv_gc_feature_node_is_implemented(node_, outcome.Slot()) != 0;
-    if (!outcome.Failed() && *available)
+    if (!outcome.Failed() && *available) {
         *available = arv_gc_feature_node_is_available(node_, outcome.Slot()) != 0;
+    }
     return outcome.Code();
 }
 
@@ -101,8 +111,9 @@ ZvkError_t NodeFeature::QueryAccess(bool* readable, bool* writable) const
     *readable = *writable = false;
     bool available = false;
     ZvkError_t error = QueryAvailable(&available);
-    if (error != ZvkErrorSuccess || !available)
+    if (error != ZvkErrorSuccess || !available) {
         return error;
+    }
     Outcome outcome;
     const bool locked = arv_gc_feature_node_is_locked(node_, outcome.Slot()) != 0;
     const ArvGcAccessMode mode = arv_gc_feature_node_get_actual_access_mode(node_);
@@ -114,19 +125,23 @@ ZvkError_t NodeFeature::QueryAccess(bool* readable, bool* writable) const
 std::vector<ZvkFeatureInfo_t> NodeFeature::Selected() const
 {
     std::vector<ZvkFeatureInfo_t> selected;
-    if (!ARV_IS_GC_SELECTOR(node_))
+    if (!ARV_IS_GC_SELECTOR(node_)) {
         return selected;
+    }
     const GSList* list = arv_gc_selector_get_selected_features(ARV_GC_SELECTOR(node_));
-    for (; list != nullptr; list = list->next)
-        if (ARV_IS_GC_FEATURE_NODE(list->data))
+    for (; list != nullptr; list = list->next) {
+        if (ARV_IS_GC_FEATURE_NODE(list->data)) {
             selected.push_back(NodeFeature(ARV_GC_FEATURE_NODE(list->data), category_, texts_).Info());
+        }
+    }
     return selected;
 }
 
 ZvkError_t NodeFeature::CheckType(ZvkFeatureDataType type) const
 {
-    if (type_ != type)
+    if (type_ != type) {
         return ZvkErrorWrongType;
+    }
     bool available = false;
     const ZvkError_t error = QueryAvailable(&available);
     return error != ZvkErrorSuccess || available ? error : ZvkErrorNotAvailable;
@@ -135,8 +150,9 @@ ZvkError_t NodeFeature::CheckType(ZvkFeatureDataType type) const
 ZvkError_t NodeFeature::CheckRead(ZvkFeatureDataType type) const
 {
     const ZvkError_t error = CheckType(type);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     const bool readable = arv_gc_feature_node_get_actual_access_mode(node_) != ARV_GC_ACCESS_MODE_WO;
     return readable ? ZvkErrorSuccess : ZvkErrorInvalidAccess;
 }
@@ -146,20 +162,23 @@ ZvkError_t NodeFeature::CheckWrite(ZvkFeatureDataType type) const
     ZvkError_t error = CheckType(type);
     bool readable = false;
     bool writable = false;
-    if (error == ZvkErrorSuccess)
+    if (error == ZvkErrorSuccess) {
         error = QueryAccess(&readable, &writable);
+    }
     return error != ZvkErrorSuccess || writable ? error : ZvkErrorInvalidAccess;
 }
 
 ZvkError_t NodeFeature::GetInt(std::int64_t* value) const
 {
     const ZvkError_t error = CheckRead(ZvkFeatureDataInt);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     Outcome outcome;
     const std::int64_t read = arv_gc_integer_get_value(ARV_GC_INTEGER(node_), outcome.Slot());
-    if (!outcome.Failed())
+    if (!outcome.Failed()) {
         *value = read;
+    }
     return outcome.Code();
 }
 
@@ -169,18 +188,23 @@ ZvkError_t NodeFeature::SetInt(std::int64_t value)
     std::int64_t minimum = 0;
     std::int64_t maximum = 0;
     std::int64_t increment = 0;
-    if (error == ZvkErrorSuccess)
+    if (error == ZvkErrorSuccess) {
         error = GetIntRange(&minimum, &maximum);
-    if (error == ZvkErrorSuccess)
+    }
+    if (error == ZvkErrorSuccess) {
         error = GetIntIncrement(&increment);
-    if (error != ZvkErrorSuccess)
+    }
+    if (error != ZvkErrorSuccess) {
         return error;
-    if (value < minimum || value > maximum)
+    }
+    if (value < minimum || value > maximum) {
         return ZvkErrorInvalidValue;
+    }
     // Unsigned, because the distance from the smallest of all minimums does not fit.
     const auto distance = static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(minimum);
-    if (increment > 1 && distance % static_cast<std::uint64_t>(increment) != 0)
+    if (increment > 1 && distance % static_cast<std::uint64_t>(increment) != 0) {
         return ZvkErrorInvalidValue;
+    }
     Outcome outcome;
     arv_gc_integer_set_value(ARV_GC_INTEGER(node_), value, outcome.Slot());
     return outcome.Code();
@@ -189,8 +213,9 @@ ZvkError_t NodeFeature::SetInt(std::int64_t value)
 ZvkError_t NodeFeature::GetIntRange(std::int64_t* minimum, std::int64_t* maximum) const
 {
     const ZvkError_t error = CheckType(ZvkFeatureDataInt);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     Outcome low;
     Outcome high;
     const std::int64_t least = arv_gc_integer_get_min(ARV_GC_INTEGER(node_), low.Slot());
@@ -203,8 +228,9 @@ ZvkError_t NodeFeature::GetIntRange(std::int64_t* minimum, std::int64_t* maximum
 ZvkError_t NodeFeature::GetIntIncrement(std::int64_t* increment) const
 {
     const ZvkError_t error = CheckType(ZvkFeatureDataInt);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     Outcome outcome;
     *increment = arv_gc_integer_get_inc(ARV_GC_INTEGER(node_), outcome.Slot());
     return outcome.Code();
@@ -213,12 +239,14 @@ ZvkError_t NodeFeature::GetIntIncrement(std::int64_t* increment) const
 ZvkError_t NodeFeature::GetFloat(double* value) const
 {
     const ZvkError_t error = CheckRead(ZvkFeatureDataFloat);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     Outcome outcome;
     const double read = arv_gc_float_get_value(ARV_GC_FLOAT(node_), outcome.Slot());
-    if (!outcome.Failed())
+    if (!outcome.Failed()) {
         *value = read;
+    }
     return outcome.Code();
 }
 
@@ -227,12 +255,15 @@ ZvkError_t NodeFeature::SetFloat(double value)
     ZvkError_t error = CheckWrite(ZvkFeatureDataFloat);
     double minimum = 0;
     double maximum = 0;
-    if (error == ZvkErrorSuccess)
+    if (error == ZvkErrorSuccess) {
         error = GetFloatRange(&minimum, &maximum);
-    if (error != ZvkErrorSuccess)
+    }
+    if (error != ZvkErrorSuccess) {
         return error;
-    if (!(value >= minimum && value <= maximum)) // refuses what is not a number, too
+    }
+    if (!(value >= minimum && value <= maximum)) { // refuses what is not a number, too
         return ZvkErrorInvalidValue;
+    }
     Outcome outcome;
     arv_gc_float_set_value(ARV_GC_FLOAT(node_), value, outcome.Slot());
     return outcome.Code();
@@ -241,8 +272,9 @@ ZvkError_t NodeFeature::SetFloat(double value)
 ZvkError_t NodeFeature::GetFloatRange(double* minimum, double* maximum) const
 {
     const ZvkError_t error = CheckType(ZvkFeatureDataFloat);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     Outcome low;
     Outcome high;
     const double least = arv_gc_float_get_min(ARV_GC_FLOAT(node_), low.Slot());
@@ -255,8 +287,9 @@ ZvkError_t NodeFeature::GetFloatRange(double* minimum, double* maximum) const
 ZvkError_t NodeFeature::GetFloatIncrement(double* increment) const
 {
     const ZvkError_t error = CheckType(ZvkFeatureDataFloat);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     Outcome outcome;
     const double step = arv_gc_float_get_inc(ARV_GC_FLOAT(node_), outcome.Slot());
     *increment = outcome.Failed() || step <= kNoIncrement ? 0 : step;
@@ -266,8 +299,9 @@ ZvkError_t NodeFeature::GetFloatIncrement(double* increment) const
 ZvkError_t NodeFeature::GetBool(bool* value) const
 {
     const ZvkError_t error = CheckRead(ZvkFeatureDataBool);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     Outcome outcome;
     *value = arv_gc_boolean_get_value(ARV_GC_BOOLEAN(node_), outcome.Slot()) != 0;
     return outcome.Code();
@@ -276,8 +310,9 @@ ZvkError_t NodeFeature::GetBool(bool* value) const
 ZvkError_t NodeFeature::SetBool(bool value)
 {
     const ZvkError_t error = CheckWrite(ZvkFeatureDataBool);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     Outcome outcome;
     arv_gc_boolean_set_value(ARV_GC_BOOLEAN(node_), value ? 1 : 0, outcome.Slot());
     return outcome.Code();
@@ -286,11 +321,13 @@ ZvkError_t NodeFeature::SetBool(bool value)
 NodeModule::NodeModule(ArvDevice* device, TextStore& texts) : device_(device), texts_(texts)
 {
     ArvGc* description = arv_device_get_genicam(device_);
-    if (description == nullptr)
+    if (description == nullptr) {
         return;
+    }
     Walk(arv_gc_get_node(description, "Root"), "", 0);
-    if (ARV_IS_GV_DEVICE(device_))
+    if (ARV_IS_GV_DEVICE(device_)) {
         AddStandardRegisters();
+    }
 }
 
 void NodeModule::AddStandardRegisters()
@@ -300,8 +337,9 @@ void NodeModule::AddStandardRegisters()
             return std::strcmp(entry.name, standard.name) == 0;
         });
         ArvGcNode* node = arv_device_get_feature(device_, standard.nameInAravis);
-        if (!listed && ARV_IS_GC_FEATURE_NODE(node))
+        if (!listed && ARV_IS_GC_FEATURE_NODE(node)) {
             entries_.push_back({ARV_GC_FEATURE_NODE(node), standard.name, "/TransportLayerControl"});
+        }
     }
 }
 
@@ -310,42 +348,49 @@ void NodeModule::AddStandardRegisters()
 void NodeModule::Walk(ArvGcNode* node, const std::string& path, int depth)
 {
     constexpr int maxDepth = 16;
-    if (node == nullptr || !ARV_IS_GC_FEATURE_NODE(node) || depth > maxDepth)
+    if (node == nullptr || !ARV_IS_GC_FEATURE_NODE(node) || depth > maxDepth) {
         return;
+    }
     if (ARV_IS_GC_CATEGORY(node)) {
         const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node));
         const std::string inner = depth == 0 ? "" : path + "/" + name;
         for (const GSList* list = arv_gc_category_get_features(ARV_GC_CATEGORY(node)); list != nullptr;
-             list = list->next)
+             list = list->next) {
             Walk(arv_gc_get_node(arv_device_get_genicam(device_), static_cast<const char*>(list->data)),
                  inner, depth + 1);
+        }
         return;
     }
     ArvGcFeatureNode* feature = ARV_GC_FEATURE_NODE(node);
     const bool known = std::any_of(entries_.begin(), entries_.end(),
                                    [feature](const Entry& entry) { return entry.node == feature; });
-    if (!known)
+    if (!known) {
         entries_.push_back({feature, arv_gc_feature_node_get_name(feature), texts_.Keep(path.c_str())});
+    }
 }
 
 std::vector<ZvkFeatureInfo_t> NodeModule::List() const
 {
     std::vector<ZvkFeatureInfo_t> list;
-    for (const Entry& entry : entries_)
+    for (const Entry& entry : entries_) {
         list.push_back(NodeFeature(entry.node, entry.name, entry.category, texts_).Info());
+    }
     return list;
 }
 
 std::unique_ptr<Feature> NodeModule::Find(const char* name) const
 {
-    for (const Entry& entry : entries_)
-        if (std::strcmp(entry.name, name) == 0)
+    for (const Entry& entry : entries_) {
+        if (std::strcmp(entry.name, name) == 0) {
             return std::make_unique<NodeFeature>(entry.node, entry.name, entry.category, texts_);
+        }
+    }
     // The description may know more than it lists.
     ArvGcNode* node = arv_device_get_feature(device_, name);
     if (node == nullptr || !ARV_IS_GC_FEATURE_NODE(node) || ARV_IS_GC_CATEGORY(node) ||
-        ARV_IS_GC_ENUM_ENTRY(node))
+        ARV_IS_GC_ENUM_ENTRY(node)) {
         return nullptr;
+    }
     return std::make_unique<NodeFeature>(ARV_GC_FEATURE_NODE(node), "", texts_);
 }
 

@@ -15,8 +15,9 @@ template <typename Body>
 ZvkError_t WithCamera(ZvkHandle_t handle, Body body)
 {
     const Session session;
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Camera* camera = session.FindCamera(handle);
     return camera == nullptr ? ZvkErrorBadHandle : body(*camera);
 }
@@ -26,15 +27,18 @@ ZvkError_t WithCamera(ZvkHandle_t handle, Body body)
 ZvkError_t AravisRuntime::ZvkPayloadSizeGet(ZvkHandle_t handle, std::uint32_t* payloadSize)
 {
     return WithCamera(handle, [=](Camera& camera) {
-        if (payloadSize == nullptr)
+        if (payloadSize == nullptr) {
             return ZvkErrorBadParameter;
+        }
         Lock lock(camera.control);
         std::uint64_t bytes = 0;
         const ZvkError_t error = camera.GetPayloadSize(&bytes);
-        if (error != ZvkErrorSuccess)
+        if (error != ZvkErrorSuccess) {
             return error;
-        if (bytes > std::numeric_limits<std::uint32_t>::max())
+        }
+        if (bytes > std::numeric_limits<std::uint32_t>::max()) {
             return ZvkErrorNotSupported;
+        }
         *payloadSize = static_cast<std::uint32_t>(bytes);
         return ZvkErrorSuccess;
     });
@@ -44,16 +48,19 @@ ZvkError_t AravisRuntime::ZvkFrameAnnounce(ZvkHandle_t handle, const ZvkFrame_t*
                                            std::uint32_t sizeofFrame)
 {
     return WithCamera(handle, [=](Camera& camera) {
-        if (frame == nullptr)
+        if (frame == nullptr) {
             return ZvkErrorBadParameter;
-        if (sizeofFrame != sizeof(ZvkFrame_t))
+        }
+        if (sizeofFrame != sizeof(ZvkFrame_t)) {
             return ZvkErrorStructSize;
+        }
         std::uint64_t payloadSize = 0;
         {
             Lock lock(camera.control);
             const ZvkError_t error = camera.GetPayloadSize(&payloadSize);
-            if (error != ZvkErrorSuccess)
+            if (error != ZvkErrorSuccess) {
                 return error;
+            }
         }
         return camera.Frames().Announce(frame, payloadSize);
     });
@@ -77,8 +84,9 @@ ZvkError_t AravisRuntime::ZvkCaptureStart(ZvkHandle_t handle)
         ZvkHandle_t stream = nullptr;
         {
             Lock lock(g_mutex);
-            if (camera.streamHandles.empty())
+            if (camera.streamHandles.empty()) {
                 return ZvkErrorBadHandle;
+            }
             stream = camera.streamHandles.front();
         }
         return camera.StartCapture(handle, stream);
@@ -104,10 +112,12 @@ ZvkError_t AravisRuntime::ZvkCaptureFrameWait(ZvkHandle_t handle, const ZvkFrame
                                               std::uint32_t timeout)
 {
     return WithCamera(handle, [=](Camera& camera) {
-        if (frame == nullptr)
+        if (frame == nullptr) {
             return ZvkErrorBadParameter;
-        if (camera.Frames().IsOnOwnThread())
+        }
+        if (camera.Frames().IsOnOwnThread()) {
             return ZvkErrorInvalidCall;
+        }
         return camera.Frames().Wait(frame, std::chrono::milliseconds(timeout));
     });
 }

@@ -40,13 +40,16 @@ template <typename Body>
 ZvkError_t WithModule(ZvkHandle_t handle, bool outputsGiven, Body body)
 {
     const Session session;
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     const Session::Named named = session.Find(handle);
-    if (named.camera == nullptr)
+    if (named.camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (!outputsGiven)
+    }
+    if (!outputsGiven) {
         return ZvkErrorBadParameter;
+    }
     Lock lock(named.camera->control);
     const Module* module = FeaturesOf(named);
     return module == nullptr ? ZvkErrorBadHandle : body(named, *module);
@@ -59,15 +62,19 @@ ZvkError_t WithFeature(ZvkHandle_t handle, const char* name, bool outputsGiven, 
     const bool given = outputsGiven && name != nullptr;
     return WithModule(handle, given, [&](const Session::Named& named, const Module& module) {
         const bool ofCamera = named.kind == HandleKind::Camera || named.kind == HandleKind::Stream;
-        if (ofCamera && named.camera->IsLost())
+        if (ofCamera && named.camera->IsLost()) {
             return ZvkErrorIO;
+        }
         const std::unique_ptr<Feature> feature = module.Find(name);
-        if (feature == nullptr)
+        if (feature == nullptr) {
             return ZvkErrorNotFound;
-        if constexpr (std::is_invocable_v<Body, Feature&, Camera&>)
+        }
+        if constexpr (std::is_invocable_v<Body, Feature&, Camera&>) {
             return body(*feature, *named.camera);
-        else
+        }
+        else {
             return body(*feature);
+        }
     });
 }
 
@@ -86,8 +93,9 @@ ZvkError_t AravisRuntime::ZvkFeaturesList(ZvkHandle_t handle, ZvkFeatureInfo_t* 
                                           std::uint32_t sizeofFeatureInfo)
 {
     return WithModule(handle, numFound != nullptr, [=](const Session::Named&, const Module& module) {
-        if (sizeofFeatureInfo != sizeof(ZvkFeatureInfo_t))
+        if (sizeofFeatureInfo != sizeof(ZvkFeatureInfo_t)) {
             return ZvkErrorStructSize;
+        }
         return FillRecords(module.List(), features, listLength, numFound);
     });
 }
@@ -96,8 +104,9 @@ ZvkError_t AravisRuntime::ZvkFeatureInfoQuery(ZvkHandle_t handle, const char* na
                                               std::uint32_t sizeofFeatureInfo)
 {
     return WithFeature(handle, name, info != nullptr, [=](const Feature& feature) {
-        if (sizeofFeatureInfo != sizeof(ZvkFeatureInfo_t))
+        if (sizeofFeatureInfo != sizeof(ZvkFeatureInfo_t)) {
             return ZvkErrorStructSize;
+        }
         *info = feature.Info();
         return ZvkErrorSuccess;
     });
@@ -108,8 +117,9 @@ ZvkError_t AravisRuntime::ZvkFeatureListSelected(ZvkHandle_t handle, const char*
                                                  std::uint32_t* numFound, std::uint32_t sizeofFeatureInfo)
 {
     return WithFeature(handle, name, numFound != nullptr, [=](const Feature& feature) {
-        if (sizeofFeatureInfo != sizeof(ZvkFeatureInfo_t))
+        if (sizeofFeatureInfo != sizeof(ZvkFeatureInfo_t)) {
             return ZvkErrorStructSize;
+        }
         return FillRecords(feature.Selected(), features, listLength, numFound);
     });
 }
@@ -122,10 +132,12 @@ ZvkError_t AravisRuntime::ZvkFeatureAccessQuery(ZvkHandle_t handle, const char* 
         bool readable = false;
         bool writable = false;
         const ZvkError_t error = feature.QueryAccess(&readable, &writable);
-        if (isReadable != nullptr)
+        if (isReadable != nullptr) {
             *isReadable = readable ? 1 : 0;
-        if (isWriteable != nullptr)
+        }
+        if (isWriteable != nullptr) {
             *isWriteable = writable ? 1 : 0;
+        }
         return error;
     });
 }
@@ -281,8 +293,9 @@ ZvkError_t AravisRuntime::ZvkFeatureBoolGet(ZvkHandle_t handle, const char* name
     return WithFeature(handle, name, value != nullptr, [=](const Feature& feature) {
         bool read = false;
         const ZvkError_t error = feature.GetBool(&read);
-        if (error == ZvkErrorSuccess)
+        if (error == ZvkErrorSuccess) {
             *value = read ? 1 : 0;
+        }
         return error;
     });
 }
@@ -295,8 +308,9 @@ ZvkError_t AravisRuntime::ZvkFeatureBoolSet(ZvkHandle_t handle, const char* name
 ZvkError_t AravisRuntime::ZvkFeatureCommandRun(ZvkHandle_t handle, const char* name)
 {
     return WithFeature(handle, name, true, [=](Feature& feature, Camera& camera) {
-        if (std::strcmp(name, "AcquisitionStart") == 0)
+        if (std::strcmp(name, "AcquisitionStart") == 0) {
             camera.Frames().RestartNumbers(); // before the first frame can come
+        }
         return feature.Run();
     });
 }

@@ -38,10 +38,12 @@ ZvkError_t ListHandles(ZvkHandle_t Camera::*member, ZvkHandle_t* handles, std::u
                        std::uint32_t* numFound)
 {
     const Session session;
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (numFound == nullptr)
+    }
+    if (numFound == nullptr) {
         return ZvkErrorBadParameter;
+    }
     Lock lock(g_mutex);
     const auto& cameras = session.Get().cameras;
     return backend::FillList(handles, listLength, numFound, cameras.size(),
@@ -53,16 +55,20 @@ template <typename Body>
 ZvkError_t WithDevice(ZvkHandle_t handle, const void* buffer, Body body)
 {
     const Session session;
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Camera* camera = session.FindCamera(handle);
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (buffer == nullptr)
+    }
+    if (buffer == nullptr) {
         return ZvkErrorBadParameter;
+    }
     Lock lock(camera->control);
-    if (camera->Device() == nullptr)
+    if (camera->Device() == nullptr) {
         return ZvkErrorBadHandle;
+    }
     return camera->IsLost() ? ZvkErrorIO : body(camera->Device());
 }
 
@@ -89,10 +95,12 @@ void RemoveHandles(Library& library, Camera& camera)
 
 ZvkError_t AravisRuntime::ZvkVersionQuery(ZvkVersionInfo_t* versionInfo, std::uint32_t sizeofVersionInfo)
 {
-    if (versionInfo == nullptr)
+    if (versionInfo == nullptr) {
         return ZvkErrorBadParameter;
-    if (sizeofVersionInfo != sizeof(ZvkVersionInfo_t))
+    }
+    if (sizeofVersionInfo != sizeof(ZvkVersionInfo_t)) {
         return ZvkErrorStructSize;
+    }
     *versionInfo = {arv_get_major_version(), arv_get_minor_version(), arv_get_micro_version()};
     return ZvkErrorSuccess;
 }
@@ -112,12 +120,15 @@ ZvkError_t AravisRuntime::ZvkCamerasList(ZvkCameraInfo_t* cameras, std::uint32_t
                                          std::uint32_t* numFound, std::uint32_t sizeofCameraInfo)
 {
     const Session session;
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (numFound == nullptr)
+    }
+    if (numFound == nullptr) {
         return ZvkErrorBadParameter;
-    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t))
+    }
+    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t)) {
         return ZvkErrorStructSize;
+    }
     Lock lock(g_mutex);
     if (cameras == nullptr || !session.Get().lookedRound) {
         lock.Unlock();
@@ -125,9 +136,11 @@ ZvkError_t AravisRuntime::ZvkCamerasList(ZvkCameraInfo_t* cameras, std::uint32_t
         lock.Relock();
     }
     std::vector<const Camera*> present;
-    for (const auto& camera : session.Get().cameras)
-        if (camera->present)
+    for (const auto& camera : session.Get().cameras) {
+        if (camera->present) {
             present.push_back(camera.get());
+        }
+    }
     return backend::FillList(cameras, listLength, numFound, present.size(),
                              [&](std::size_t i) { return CameraInfo(*present[i]); });
 }
@@ -136,15 +149,19 @@ ZvkError_t AravisRuntime::ZvkCameraInfoQueryByHandle(ZvkHandle_t cameraHandle, Z
                                                      std::uint32_t sizeofCameraInfo)
 {
     const Session session;
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     const Camera* camera = session.FindCamera(cameraHandle);
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (info == nullptr)
+    }
+    if (info == nullptr) {
         return ZvkErrorBadParameter;
-    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t))
+    }
+    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t)) {
         return ZvkErrorStructSize;
+    }
     Lock lock(g_mutex);
     *info = CameraInfo(*camera);
     return ZvkErrorSuccess;
@@ -154,16 +171,20 @@ ZvkError_t AravisRuntime::ZvkCameraInfoQuery(const char* idString, ZvkCameraInfo
                                              std::uint32_t sizeofCameraInfo)
 {
     const Session session;
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (idString == nullptr || info == nullptr)
+    }
+    if (idString == nullptr || info == nullptr) {
         return ZvkErrorBadParameter;
-    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t))
+    }
+    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t)) {
         return ZvkErrorStructSize;
+    }
     Lock lock(g_mutex);
     const Camera* camera = session.Get().FindCamera(idString);
-    if (camera == nullptr || !camera->present)
+    if (camera == nullptr || !camera->present) {
         return ZvkErrorNotFound;
+    }
     *info = CameraInfo(*camera);
     return ZvkErrorSuccess;
 }
@@ -172,12 +193,15 @@ ZvkError_t AravisRuntime::ZvkCameraOpen(const char* idString, std::uint32_t acce
                                         ZvkHandle_t* cameraHandle)
 {
     const Session session;
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (idString == nullptr || cameraHandle == nullptr)
+    }
+    if (idString == nullptr || cameraHandle == nullptr) {
         return ZvkErrorBadParameter;
-    if (accessMode != ZvkAccessModeFull)
+    }
+    if (accessMode != ZvkAccessModeFull) {
         return ZvkErrorNotSupported;
+    }
     Lock lock(g_mutex);
     if (!session.Get().lookedRound) { // the identifier is from an earlier session
         lock.Unlock();
@@ -185,17 +209,20 @@ ZvkError_t AravisRuntime::ZvkCameraOpen(const char* idString, std::uint32_t acce
         lock.Relock();
     }
     Camera* camera = session.Get().FindCamera(idString);
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorNotFound;
-    if (camera->state != Camera::State::Closed)
+    }
+    if (camera->state != Camera::State::Closed) {
         return ZvkErrorInUse;
+    }
     camera->state = Camera::State::Changing;
     lock.Unlock();
     const ZvkError_t error = camera->Open();
     lock.Relock();
     camera->state = error == ZvkErrorSuccess ? Camera::State::Open : Camera::State::Closed;
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     AddHandles(session.Get(), *camera);
     *cameraHandle = camera->cameraHandle;
     return ZvkErrorSuccess;
@@ -204,14 +231,17 @@ ZvkError_t AravisRuntime::ZvkCameraOpen(const char* idString, std::uint32_t acce
 ZvkError_t AravisRuntime::ZvkCameraClose(ZvkHandle_t cameraHandle)
 {
     const Session session;
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Lock lock(g_mutex);
     auto* camera = static_cast<Camera*>(session.Get().handles.Find(cameraHandle, HandleKind::Camera));
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (camera->Frames().IsOnOwnThread())
+    }
+    if (camera->Frames().IsOnOwnThread()) {
         return ZvkErrorInvalidCall;
+    }
     RemoveHandles(session.Get(), *camera);
     camera->state = Camera::State::Changing;
     lock.Unlock();
@@ -239,8 +269,9 @@ ZvkError_t AravisRuntime::ZvkMemoryRead(ZvkHandle_t handle, std::uint64_t addres
     return WithDevice(handle, buffer, [=](ArvDevice* device) {
         Outcome outcome;
         arv_device_read_memory(device, address, bufferSize, buffer, outcome.Slot());
-        if (sizeComplete != nullptr)
+        if (sizeComplete != nullptr) {
             *sizeComplete = outcome.Failed() ? 0 : bufferSize;
+        }
         return outcome.Code();
     });
 }
@@ -251,8 +282,9 @@ ZvkError_t AravisRuntime::ZvkMemoryWrite(ZvkHandle_t handle, std::uint64_t addre
     return WithDevice(handle, buffer, [=](ArvDevice* device) {
         Outcome outcome;
         arv_device_write_memory(device, address, bufferSize, const_cast<char*>(buffer), outcome.Slot());
-        if (sizeComplete != nullptr)
+        if (sizeComplete != nullptr) {
             *sizeComplete = outcome.Failed() ? 0 : bufferSize;
+        }
         return outcome.Code();
     });
 }

@@ -13,16 +13,19 @@ namespace maravel::backend {
 
 std::size_t CallControl::IndexOf(const char* name) const
 {
-    for (std::size_t i = 0; i < entryCount_; ++i)
-        if (std::strcmp(entries_[i].name, name) == 0)
+    for (std::size_t i = 0; i < entryCount_; ++i) {
+        if (std::strcmp(entries_[i].name, name) == 0) {
             return i;
+        }
+    }
     return NoEntry;
 }
 
 bool CallControl::TakeArmedFault(std::size_t entry, ZvkError_t* code)
 {
-    if (!entries_[entry].hasResult)
+    if (!entries_[entry].hasResult) {
         return false;
+    }
     Lock lock(mutex_);
     bool fired = false;
     std::size_t count = faultCount_.load(std::memory_order_relaxed);
@@ -35,12 +38,14 @@ bool CallControl::TakeArmedFault(std::size_t entry, ZvkError_t* code)
         else if (concerned && !fired) {
             fired = true;
             *code = fault.code;
-            if (fault.code == Crash)
+            if (fault.code == Crash) {
                 std::abort();
+            }
             if (fault.code == Hang) {
                 lock.Unlock();
-                for (;;)
+                for (;;) {
                     std::this_thread::sleep_for(std::chrono::hours(1));
+                }
             }
             if (!fault.forever) {
                 std::move(faults_.begin() + static_cast<std::ptrdiff_t>(i) + 1,
@@ -53,20 +58,23 @@ bool CallControl::TakeArmedFault(std::size_t entry, ZvkError_t* code)
         ++i;
     }
     faultCount_.store(count, std::memory_order_relaxed);
-    if (fired)
+    if (fired) {
         faultsFired_.fetch_add(1);
+    }
     return fired;
 }
 
 bool CallControl::FailCall(const char* name, std::uint32_t nth, ZvkError_t code, bool forever)
 {
     const std::size_t entry = name == nullptr ? NoEntry : IndexOf(name);
-    if (nth == 0 || (name != nullptr && entry == NoEntry))
+    if (nth == 0 || (name != nullptr && entry == NoEntry)) {
         return false;
+    }
     Lock lock(mutex_);
     const std::size_t count = faultCount_.load(std::memory_order_relaxed);
-    if (count == MaxFaults)
+    if (count == MaxFaults) {
         return false;
+    }
     faults_[count] = {entry, nth, code, forever};
     faultCount_.store(count + 1, std::memory_order_relaxed);
     return true;
@@ -75,8 +83,9 @@ bool CallControl::FailCall(const char* name, std::uint32_t nth, ZvkError_t code,
 bool CallControl::ReplaceEntry(const char* name, void* function)
 {
     const std::size_t entry = IndexOf(name);
-    if (entry == NoEntry)
+    if (entry == NoEntry) {
         return false;
+    }
     replacements_[entry].store(function, std::memory_order_release);
     return true;
 }
@@ -88,8 +97,9 @@ std::uint64_t CallControl::CallCount(const char* name) const
         return entry == NoEntry ? 0 : counts_[entry].load();
     }
     std::uint64_t sum = 0;
-    for (const auto& count : counts_)
+    for (const auto& count : counts_) {
         sum += count.load();
+    }
     return sum;
 }
 
@@ -133,10 +143,12 @@ std::size_t CallControl::FormatRecord(const CallRecord& record, char* line, std:
         used +=
             static_cast<std::size_t>(std::snprintf(line + used, size - used, i == 0 ? "%s" : ", %s", text));
     }
-    if (entry.hasResult)
+    if (entry.hasResult) {
         used += static_cast<std::size_t>(std::snprintf(line + used, size - used, ") = %d", record.result));
-    else
+    }
+    else {
         used += static_cast<std::size_t>(std::snprintf(line + used, size - used, ")"));
+    }
     return used;
 }
 
@@ -157,15 +169,17 @@ void CallControl::ClearCalls()
 {
     Lock lock(mutex_);
     recorded_ = 0;
-    for (auto& count : counts_)
+    for (auto& count : counts_) {
         count.store(0);
+    }
 }
 
 void CallControl::Reset()
 {
     ClearCalls();
-    for (auto& replacement : replacements_)
+    for (auto& replacement : replacements_) {
         replacement.store(nullptr, std::memory_order_release);
+    }
     Lock lock(mutex_);
     faultCount_.store(0, std::memory_order_relaxed);
     faultsFired_.store(0);

@@ -132,8 +132,9 @@ class LineWriter
 public:
     LineWriter(char* buffer, std::uint32_t size) : buffer_(buffer), size_(buffer == nullptr ? 0 : size)
     {
-        if (size_ > 0)
+        if (size_ > 0) {
             buffer_[0] = '\0';
+        }
     }
     void Add(const char* line);
 

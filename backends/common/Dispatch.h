@@ -37,19 +37,22 @@ public:
             AddPointer(value.data);
         }
         else if constexpr (std::is_floating_point_v<T>) {
-            if (CallArgument* argument = Next(CallArgument::Kind::Real))
+            if (CallArgument* argument = Next(CallArgument::Kind::Real)) {
                 argument->real = static_cast<double>(value);
+            }
         }
         else if constexpr (std::is_integral_v<T>) {
-            if (CallArgument* argument = Next(CallArgument::Kind::Integer))
+            if (CallArgument* argument = Next(CallArgument::Kind::Integer)) {
                 argument->integer = static_cast<std::int64_t>(value);
+            }
         }
         else if constexpr (std::is_same_v<T, const char*>) {
             AddText(value);
         }
         else if constexpr (std::is_same_v<T, ZvkHandle_t>) {
-            if (CallArgument* argument = Next(CallArgument::Kind::Handle))
+            if (CallArgument* argument = Next(CallArgument::Kind::Handle)) {
                 argument->pointer = value;
+            }
         }
         else if constexpr (std::is_pointer_v<T> && std::is_const_v<std::remove_pointer_t<T>>) {
             AddPointer(value);
@@ -62,27 +65,31 @@ public:
 private:
     CallArgument* Next(CallArgument::Kind kind)
     {
-        if (count_ == std::size(arguments_))
+        if (count_ == std::size(arguments_)) {
             return nullptr;
+        }
         arguments_[count_].kind = kind;
         return &arguments_[count_++];
     }
 
     void AddPointer(const void* value)
     {
-        if (CallArgument* argument = Next(CallArgument::Kind::Pointer))
+        if (CallArgument* argument = Next(CallArgument::Kind::Pointer)) {
             argument->pointer = value;
+        }
     }
 
     void AddText(const char* value)
     {
         CallArgument* argument = Next(CallArgument::Kind::Text);
-        if (argument == nullptr)
+        if (argument == nullptr) {
             return;
+        }
         const char* text = value == nullptr ? "null" : value;
         std::size_t length = 0;
-        while (length + 1 < sizeof(argument->text) && text[length] != '\0')
+        while (length + 1 < sizeof(argument->text) && text[length] != '\0') {
             ++length;
+        }
         std::memcpy(argument->text, text, length);
         argument->text[length] = '\0';
     }
@@ -113,11 +120,13 @@ public:
             }
         }
         else {
-            if (ProcessIsEnding())
+            if (ProcessIsEnding()) {
                 return ZvkErrorApiNotStarted;
+            }
             ZvkError_t result = ZvkErrorSuccess;
-            if (!calls_.TakeFault(entry_, &result))
+            if (!calls_.TakeFault(entry_, &result)) {
                 result = Forward(arguments...);
+            }
             Record(result, arguments...);
             return result;
         }
@@ -129,17 +138,20 @@ private:
     Result Forward(const Arguments&... arguments) const noexcept
     {
         try {
-            if (void* replacement = calls_.Replacement(entry_))
+            if (void* replacement = calls_.Replacement(entry_)) {
                 return reinterpret_cast<Function>(replacement)(arguments...);
+            }
             return implementation_(arguments...);
         }
         catch (const std::bad_alloc&) {
-            if constexpr (!std::is_void_v<Result>)
+            if constexpr (!std::is_void_v<Result>) {
                 return ZvkErrorResources;
+            }
         }
         catch (...) {
-            if constexpr (!std::is_void_v<Result>)
+            if constexpr (!std::is_void_v<Result>) {
                 return ZvkErrorInternalFault;
+            }
         }
     }
 

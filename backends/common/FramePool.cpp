@@ -19,24 +19,31 @@ FramePool::Frame* FramePool::Find(const ZvkFrame_t* frame)
 
 const char* FramePool::Changed(const Frame& frame)
 {
-    if (frame.record->buffer != frame.buffer)
+    if (frame.record->buffer != frame.buffer) {
         return "the frame's buffer was changed while it is announced";
-    if (frame.record->bufferSize != frame.bufferSize)
+    }
+    if (frame.record->bufferSize != frame.bufferSize) {
         return "the frame's bufferSize was changed while it is announced";
+    }
     return nullptr;
 }
 
 FramePool::Answer FramePool::Announce(const ZvkFrame_t* frame, std::uint64_t payloadSize)
 {
-    if (Find(frame) != nullptr)
+    if (Find(frame) != nullptr) {
         return {ZvkErrorAlready, "the frame is announced already"};
-    if (frame->buffer == nullptr)
+    }
+    if (frame->buffer == nullptr) {
         return {ZvkErrorBadParameter, "the frame has no buffer"};
-    if (frame->bufferSize < payloadSize)
+    }
+    if (frame->bufferSize < payloadSize) {
         return {ZvkErrorBadParameter, "the frame's buffer is smaller than the payload"};
-    for (const Frame& other : frames_)
-        if (other.buffer == frame->buffer)
+    }
+    for (const Frame& other : frames_) {
+        if (other.buffer == frame->buffer) {
             return {ZvkErrorBadParameter, "the frame's buffer is announced with another frame"};
+        }
+    }
     frames_.push_back(
         {const_cast<ZvkFrame_t*>(frame), frame->buffer, frame->bufferSize, State::Idle, nullptr, 0});
     return {ZvkErrorSuccess, nullptr};
@@ -46,14 +53,18 @@ FramePool::Answer FramePool::Queue(const ZvkFrame_t* frame, ZvkFrameCallback cal
                                    std::uint64_t payloadSize)
 {
     Frame* known = Find(frame);
-    if (known == nullptr)
+    if (known == nullptr) {
         return {ZvkErrorNotFound, "the frame is not announced"};
-    if (known->state != State::Idle)
+    }
+    if (known->state != State::Idle) {
         return {ZvkErrorInUse, "the frame is queued already"};
-    if (const char* complaint = Changed(*known))
+    }
+    if (const char* complaint = Changed(*known)) {
         return {ZvkErrorBadParameter, complaint};
-    if (known->bufferSize < payloadSize)
+    }
+    if (known->bufferSize < payloadSize) {
         return {ZvkErrorBadParameter, "the frame's buffer is smaller than the payload"};
+    }
     known->state = State::Queued;
     known->callback = callback;
     known->order = nextOrder_++;
@@ -63,10 +74,12 @@ FramePool::Answer FramePool::Queue(const ZvkFrame_t* frame, ZvkFrameCallback cal
 FramePool::Answer FramePool::Revoke(const ZvkFrame_t* frame)
 {
     const Frame* known = Find(frame);
-    if (known == nullptr)
+    if (known == nullptr) {
         return {ZvkErrorNotFound, "the frame is not announced"};
-    if (known->state != State::Idle)
+    }
+    if (known->state != State::Idle) {
         return {ZvkErrorInUse, "the frame is queued"};
+    }
     const char* complaint = Changed(*known);
     frames_.erase(frames_.begin() + (known - frames_.data()));
     return {ZvkErrorSuccess, complaint};
@@ -76,10 +89,12 @@ FramePool::Answer FramePool::RevokeAll()
 {
     const char* complaint = nullptr;
     for (const Frame& frame : frames_) {
-        if (frame.state != State::Idle)
+        if (frame.state != State::Idle) {
             return {ZvkErrorInUse, "a frame is queued"};
-        if (complaint == nullptr)
+        }
+        if (complaint == nullptr) {
             complaint = Changed(frame);
+        }
     }
     frames_.clear();
     return {ZvkErrorSuccess, complaint};
@@ -100,11 +115,14 @@ std::uint32_t FramePool::Flush()
 FramePool::Taken FramePool::TakeOldest()
 {
     Frame* oldest = nullptr;
-    for (Frame& frame : frames_)
-        if (frame.state == State::Queued && (oldest == nullptr || frame.order < oldest->order))
+    for (Frame& frame : frames_) {
+        if (frame.state == State::Queued && (oldest == nullptr || frame.order < oldest->order)) {
             oldest = &frame;
-    if (oldest == nullptr)
+        }
+    }
+    if (oldest == nullptr) {
         return {};
+    }
     oldest->state = State::Filling;
     return {oldest->record, oldest->callback};
 }
@@ -112,8 +130,9 @@ FramePool::Taken FramePool::TakeOldest()
 FramePool::Taken FramePool::Take(const ZvkFrame_t* frame)
 {
     Frame* known = Find(frame);
-    if (known == nullptr || known->state != State::Queued)
+    if (known == nullptr || known->state != State::Queued) {
         return {};
+    }
     known->state = State::Filling;
     return {known->record, known->callback};
 }
@@ -121,8 +140,9 @@ FramePool::Taken FramePool::Take(const ZvkFrame_t* frame)
 void FramePool::Deliver(const ZvkFrame_t* frame)
 {
     Frame* known = Find(frame);
-    if (known != nullptr && known->state == State::Filling)
+    if (known != nullptr && known->state == State::Filling) {
         known->state = State::Idle;
+    }
 }
 
 bool FramePool::IsPending(const ZvkFrame_t* frame) const

@@ -23,8 +23,9 @@ std::uint32_t Mark()
     if (mark == 0) {
         const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
         const auto fresh = static_cast<std::uint32_t>(static_cast<std::uint64_t>(ticks) >> 8) | 0x40000000U;
-        if (g_mark.compare_exchange_strong(mark, fresh))
+        if (g_mark.compare_exchange_strong(mark, fresh)) {
             mark = fresh;
+        }
     }
     return mark;
 }
@@ -65,8 +66,9 @@ bool NameHandle(ZvkHandle_t handle, HandleName* name)
 {
     const std::uint64_t value = reinterpret_cast<std::uintptr_t>(handle);
     const std::uint64_t kind = (value >> IndexBits) & ((1U << KindBits) - 1);
-    if (value >> 32 != Mark() || kind < 1 || kind > static_cast<std::uint64_t>(HandleKind::Chunk))
+    if (value >> 32 != Mark() || kind < 1 || kind > static_cast<std::uint64_t>(HandleKind::Chunk)) {
         return false;
+    }
     *name = {static_cast<HandleKind>(kind), static_cast<std::uint32_t>(value & ((1U << IndexBits) - 1))};
     return true;
 }
@@ -76,12 +78,15 @@ void DescribeHandle(const void* handle, char* text, std::size_t size)
     static constexpr const char* kinds[] = {
         "", "transport layer", "interface", "camera", "local device", "stream", "chunk"};
     HandleName name{};
-    if (handle == nullptr)
+    if (handle == nullptr) {
         std::snprintf(text, size, "null");
-    else if (NameHandle(const_cast<ZvkHandle_t>(handle), &name))
+    }
+    else if (NameHandle(const_cast<ZvkHandle_t>(handle), &name)) {
         std::snprintf(text, size, "%s %u", kinds[static_cast<std::size_t>(name.kind)], name.index);
-    else
+    }
+    else {
         std::snprintf(text, size, "%p", handle);
+    }
 }
 
 } // namespace maravel::backend

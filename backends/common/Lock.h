@@ -12,8 +12,9 @@ public:
     explicit Lock(Mutex& mutex) MARAVEL_ACQUIRE(mutex) : mutex_(mutex) { mutex_.Lock(); }
     ~Lock() MARAVEL_RELEASE()
     {
-        if (held_)
+        if (held_) {
             mutex_.Unlock();
+        }
     }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;

@@ -16,11 +16,13 @@ template <typename T, typename At>
 ZvkError_t FillList(T* list, std::uint32_t listLength, std::uint32_t* numFound, std::size_t count, At at)
 {
     *numFound = static_cast<std::uint32_t>(count);
-    if (list == nullptr)
+    if (list == nullptr) {
         return ZvkErrorSuccess;
+    }
     const std::size_t filled = std::min<std::size_t>(listLength, count);
-    for (std::size_t i = 0; i < filled; ++i)
+    for (std::size_t i = 0; i < filled; ++i) {
         list[i] = at(i);
+    }
     return filled < count ? ZvkErrorMoreData : ZvkErrorSuccess;
 }
 
@@ -28,12 +30,15 @@ ZvkError_t FillList(T* list, std::uint32_t listLength, std::uint32_t* numFound, 
 inline ZvkError_t CopyOut(const char* bytes, std::size_t size, char* buffer, std::uint32_t bufferSize,
                           std::uint32_t* sizeFilled)
 {
-    if (sizeFilled != nullptr)
+    if (sizeFilled != nullptr) {
         *sizeFilled = static_cast<std::uint32_t>(size);
-    if (buffer == nullptr)
+    }
+    if (buffer == nullptr) {
         return ZvkErrorSuccess;
-    if (bufferSize < size)
+    }
+    if (bufferSize < size) {
         return ZvkErrorMoreData;
+    }
     std::memcpy(buffer, bytes, size);
     return ZvkErrorSuccess;
 }

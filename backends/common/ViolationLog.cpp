@@ -16,8 +16,9 @@ void ViolationLog::Add(const char* entry, const char* format, ...)
     std::vsnprintf(text, sizeof(text), format, values);
     va_end(values);
     Lock lock(mutex_);
-    if (count_ < MaxLines)
+    if (count_ < MaxLines) {
         std::snprintf(lines_[count_], sizeof(lines_[count_]), "%.36s: %s", entry, text);
+    }
     ++count_;
 }
 
@@ -25,8 +26,9 @@ std::uint32_t ViolationLog::Write(char* buffer, std::uint32_t size)
 {
     LineWriter writer(buffer, size);
     Lock lock(mutex_);
-    for (std::uint32_t i = 0; i < std::min(count_, MaxLines); ++i)
+    for (std::uint32_t i = 0; i < std::min(count_, MaxLines); ++i) {
         writer.Add(lines_[i]);
+    }
     return count_;
 }
 

@@ -40,8 +40,9 @@ struct Work
 unsigned ThreadsFor(const Conversion& conversion)
 {
     const unsigned wanted = g_threads.load(std::memory_order_relaxed);
-    if (wanted > 0)
+    if (wanted > 0) {
         return wanted;
+    }
     return conversion.width * conversion.height < kWorthHelp ? 1 : ConfiguredThreads();
 }
 
@@ -50,8 +51,9 @@ unsigned ThreadsFor(const Conversion& conversion)
 void Convert(const Conversion& conversion)
 {
     const unsigned threads = ThreadsFor(conversion);
-    if (threads == 1)
+    if (threads == 1) {
         return ConvertRows(conversion, 0, conversion.height);
+    }
     Work work = {.conversion = conversion, .bands = std::min(conversion.height, threads * kBandsPerThread)};
     g_helpers.Run(threads - 1, &Work::Share, &work);
 }

@@ -14,8 +14,9 @@ constexpr std::size_t kLines = 2 * kReach + 1;
 std::size_t Mirrored(std::ptrdiff_t place, std::size_t count)
 {
     const auto last = static_cast<std::ptrdiff_t>(count) - 1;
-    while (place < 0 || place > last)
+    while (place < 0 || place > last) {
         place = last == 0 ? 0 : place < 0 ? -place : 2 * last - place;
+    }
     return static_cast<std::size_t>(place);
 }
 
@@ -53,10 +54,12 @@ private:
             const std::size_t from = Mirrored(first + column, conversion_.width);
             line[column] = line[static_cast<std::ptrdiff_t>(from) - first];
         };
-        for (std::size_t i = before + 1; i <= kReach; ++i)
+        for (std::size_t i = before + 1; i <= kReach; ++i) {
             mirror(-static_cast<std::ptrdiff_t>(i));
-        for (std::size_t i = after; i < kReach; ++i)
+        }
+        for (std::size_t i = after; i < kReach; ++i) {
             mirror(static_cast<std::ptrdiff_t>(columns_ + i));
+        }
     }
 
     const Conversion& conversion_;
@@ -85,8 +88,9 @@ MosaicPixel InterpolateBilinear(const MosaicLines& lines, std::size_t x, bool ow
     const std::uint8_t* above = lines.at[1] + x;
     const std::uint8_t* line = lines.at[2] + x;
     const std::uint8_t* below = lines.at[3] + x;
-    if (!own)
+    if (!own) {
         return {Mean(line[-1], line[1]), line[0], Mean(above[0], below[0])};
+    }
     return {line[0], Mean(above[0], below[0], line[-1], line[1]),
             Mean(above[-1], above[1], below[-1], below[1])};
 }
@@ -140,8 +144,9 @@ void InterpolateLine(const Conversion& conversion, const MosaicLines& lines, std
         conversion.edgeAware ? kernels.gradientCorrected(lines, out) : kernels.bilinear(lines, out);
     FinishLine(lines, conversion.edgeAware, 0, std::min(lines.firstOwn, lines.width), out);
     FinishLine(lines, conversion.edgeAware, done, lines.width, out);
-    if (conversion.correction != nullptr)
+    if (conversion.correction != nullptr) {
         conversion.correction->Apply(out, lines.width, conversion.redFirst);
+    }
 }
 
 void ConvertTile(const Conversion& conversion, std::size_t firstColumn, std::size_t columns,
@@ -174,8 +179,9 @@ void ConvertTile(const Conversion& conversion, std::size_t firstColumn, std::siz
 void ConvertMosaic(const Conversion& conversion, std::size_t firstRow, std::size_t rows)
 {
     static_assert(kTile % 2 == 0, "every tile begins with the same colours");
-    for (std::size_t column = 0; column < conversion.width; column += kTile)
+    for (std::size_t column = 0; column < conversion.width; column += kTile) {
         ConvertTile(conversion, column, std::min(kTile, conversion.width - column), firstRow, rows);
+    }
 }
 
 } // namespace maravel::imagetransform

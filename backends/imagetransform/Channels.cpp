@@ -106,14 +106,16 @@ void UnpackSamples(const Conversion& conversion, const SourceRun& run, std::size
     const SampleLayout& layout = conversion.samples;
     std::size_t done = 0;
     const auto plain = [&](std::size_t end) {
-        for (; done < end; ++done)
+        for (; done < end; ++done) {
             out[done] = SampleAt(layout, run.bytes, first + done);
+        }
     };
     plain(std::min(count, (kGroup - first % kGroup) % kGroup));
     const std::size_t offset = (first + done) / kGroup * layout.bytes;
-    if (done < count)
+    if (done < count) {
         done += conversion.kernels->unpack(layout, run.bytes + offset, run.byteCount - offset, count - done,
                                            out + done);
+    }
     plain(count);
 }
 
@@ -125,8 +127,9 @@ void ConvertChannels(const Conversion& conversion, const SourceRun& run, std::si
         const std::size_t offset = order.channels * first;
         return ReorderPixels(conversion, run.bytes + offset, run.byteCount - offset, count, out);
     }
-    if (order.channels == 3 && order.from[0] == 0)
+    if (order.channels == 3 && order.from[0] == 0) {
         return UnpackSamples(conversion, run, 3 * first, 3 * count, out);
+    }
 
     constexpr std::size_t piece = 6144; // samples, of three or four channels
     std::uint8_t samples[piece + 2 * kBlock];

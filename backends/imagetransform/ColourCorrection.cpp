@@ -8,8 +8,9 @@ namespace maravel::imagetransform {
 bool ColourCorrection::SetMatrix(const float (&matrix)[9])
 {
     const auto usable = [](float factor) { return factor >= -16 && factor <= 16; };
-    if (!std::ranges::all_of(matrix, usable))
+    if (!std::ranges::all_of(matrix, usable)) {
         return false;
+    }
     std::ranges::transform(matrix, matrix_.begin(),
                            [](float factor) { return static_cast<int>(std::lround(factor * (1 << kBits))); });
     hasMatrix_ = true;
@@ -18,11 +19,13 @@ bool ColourCorrection::SetMatrix(const float (&matrix)[9])
 
 bool ColourCorrection::SetGamma(float gamma)
 {
-    if (!(gamma >= 0.1f && gamma <= 10))
+    if (!(gamma >= 0.1f && gamma <= 10)) {
         return false;
-    for (std::size_t i = 0; i < gamma_.size(); ++i)
+    }
+    for (std::size_t i = 0; i < gamma_.size(); ++i) {
         gamma_[i] = static_cast<std::uint8_t>(
             std::lround(255 * std::pow(static_cast<double>(i) / 255, 1 / static_cast<double>(gamma))));
+    }
     hasGamma_ = true;
     return true;
 }
@@ -42,9 +45,10 @@ void ColourCorrection::Apply(std::uint8_t* pixels, std::size_t count, bool redFi
             pixel[blue] = clamp(m[6] * r + m[7] * g + m[8] * b);
         }
     }
-    if (hasGamma_)
+    if (hasGamma_) {
         std::ranges::transform(pixels, pixels + 3 * count, pixels,
                                [this](std::uint8_t value) { return gamma_[value]; });
+    }
 }
 
 } // namespace maravel::imagetransform

@@ -27,8 +27,9 @@ unsigned Report(const char* where, const char* what)
 
 unsigned Checked(const char* where, std::optional<std::int64_t> threads)
 {
-    if (!threads || *threads < 1 || *threads > kMost)
+    if (!threads || *threads < 1 || *threads > kMost) {
         return Report(where, "\"threads\" must be a whole number from 1 to 256");
+    }
     return static_cast<unsigned>(*threads);
 }
 
@@ -44,13 +45,15 @@ unsigned ReadText(const std::string& text, unsigned otherwise)
 {
     // toml++ 3.3 runs into its own unreachable code on some characters in keys; nothing here needs more than
     // ASCII.
-    if (std::ranges::any_of(text, [](char byte) { return static_cast<unsigned char>(byte) > 0x7E; }))
+    if (std::ranges::any_of(text, [](char byte) { return static_cast<unsigned char>(byte) > 0x7E; })) {
         return Report(kFile, "only ASCII characters are allowed");
+    }
     try {
         const toml::table table = toml::parse(text);
         for (const auto& [key, value] : table) {
-            if (key.str() != "threads")
+            if (key.str() != "threads") {
                 return Report(kFile, "there is no entry but \"threads\"");
+            }
             return Checked(kFile, value.is_integer() ? value.value<std::int64_t>() : std::nullopt);
         }
         return otherwise;
@@ -63,11 +66,13 @@ unsigned ReadText(const std::string& text, unsigned otherwise)
 unsigned ReadConfiguration()
 {
     const unsigned processors = backend::HelperThreads::Processors();
-    if (const std::string variable = backend::EnvironmentText(kVariable); !variable.empty())
+    if (const std::string variable = backend::EnvironmentText(kVariable); !variable.empty()) {
         return std::min(processors, Checked(kVariable, NumberIn(variable)));
+    }
     std::string text;
-    if (!backend::ReadWholeFile(backend::LibraryFolder().parent_path() / kFile, &text))
+    if (!backend::ReadWholeFile(backend::LibraryFolder().parent_path() / kFile, &text)) {
         return processors;
+    }
     return std::min(processors, ReadText(text, processors));
 }
 

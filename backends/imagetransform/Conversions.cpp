@@ -19,8 +19,9 @@ void ConvertPixels(const Conversion& conversion, const SourceRun& run, std::size
                    std::uint8_t* out)
 {
     if (IsCopy(conversion)) {
-        if (out != run.bytes + 3 * first)
+        if (out != run.bytes + 3 * first) {
             std::memcpy(out, run.bytes + 3 * first, 3 * count);
+        }
     }
     else if (conversion.format->family == Family::Yuv) {
         ConvertYuv(conversion, run, first, count, out);
@@ -33,8 +34,9 @@ void ConvertPixels(const Conversion& conversion, const SourceRun& run, std::size
 void ConvertRun(const Conversion& conversion, const SourceRun& run, std::size_t first, std::size_t count,
                 std::uint8_t* out)
 {
-    if (conversion.correction == nullptr)
+    if (conversion.correction == nullptr) {
         return ConvertPixels(conversion, run, first, count, out);
+    }
     for (std::size_t done = 0; done < count; done += kPiece) {
         const std::size_t pixels = std::min(kPiece, count - done);
         ConvertPixels(conversion, run, first + done, pixels, out + 3 * done);
@@ -64,14 +66,17 @@ SourceRun Conversion::RunOf(std::size_t row) const
 
 void ConvertRows(const Conversion& conversion, std::size_t firstRow, std::size_t rows)
 {
-    if (conversion.format->family == Family::Bayer)
+    if (conversion.format->family == Family::Bayer) {
         return ConvertMosaic(conversion, firstRow, rows);
+    }
     std::uint8_t* out = conversion.target + firstRow * conversion.targetStride;
-    if (conversion.sourceStride == 0 && conversion.targetStride == 3 * conversion.width)
+    if (conversion.sourceStride == 0 && conversion.targetStride == 3 * conversion.width) {
         return ConvertRun(conversion, conversion.RunOf(firstRow), conversion.FirstOf(firstRow),
                           rows * conversion.width, out);
-    for (std::size_t row = firstRow; row < firstRow + rows; ++row, out += conversion.targetStride)
+    }
+    for (std::size_t row = firstRow; row < firstRow + rows; ++row, out += conversion.targetStride) {
         ConvertRun(conversion, conversion.RunOf(row), conversion.FirstOf(row), conversion.width, out);
+    }
 }
 
 } // namespace maravel::imagetransform

@@ -42,8 +42,9 @@ uint32_t SimTransformFaultsFired()
 
 int32_t SimTransformReplaceEntry(const char* entry, void* function)
 {
-    if (entry == nullptr)
+    if (entry == nullptr) {
         return ZvkErrorBadParameter;
+    }
     return EntryPointCalls().ReplaceEntry(entry, function) ? ZvkErrorSuccess : ZvkErrorBadParameter;
 }
 
@@ -79,8 +80,9 @@ uint32_t SimTransformThreads()
 
 int32_t SimTransformUseInstructionSet(const char* name)
 {
-    if (name == nullptr)
+    if (name == nullptr) {
         return ZvkErrorBadParameter;
+    }
     return maravel::imagetransform::ChooseKernels(name) ? ZvkErrorSuccess : ZvkErrorNotSupported;
 }
 

@@ -21,10 +21,12 @@ constexpr ZvkPixelFormat_t kBgr8 = 0x02180015;
 
 ZvkError_t CopyText(std::string_view from, char* text, std::uint32_t textSize)
 {
-    if (text == nullptr)
+    if (text == nullptr) {
         return ZvkErrorBadParameter;
-    if (from.size() + 1 > textSize)
+    }
+    if (from.size() + 1 > textSize) {
         return ZvkErrorMoreData;
+    }
     std::memcpy(text, from.data(), from.size());
     text[from.size()] = '\0';
     return ZvkErrorSuccess;
@@ -32,15 +34,19 @@ ZvkError_t CopyText(std::string_view from, char* text, std::uint32_t textSize)
 
 ZvkError_t Describe(const PixelFormat* format, std::uint32_t width, std::uint32_t height, ZvkImage* image)
 {
-    if (image == nullptr)
+    if (image == nullptr) {
         return ZvkErrorBadParameter;
-    if (image->size != sizeof(ZvkImage))
+    }
+    if (image->size != sizeof(ZvkImage)) {
         return ZvkErrorStructSize;
-    if (format == nullptr)
+    }
+    if (format == nullptr) {
         return ZvkErrorNotSupported;
+    }
     const auto stride = LineBytes(format->code, width);
-    if (width == 0 || height == 0 || !stride)
+    if (width == 0 || height == 0 || !stride) {
         return ZvkErrorBadParameter;
+    }
     image->imageInfo = {.width = width,
                         .height = height,
                         .stride = *stride,
@@ -52,15 +58,18 @@ ZvkError_t Describe(const PixelFormat* format, std::uint32_t width, std::uint32_
 
 ZvkError_t CheckImage(const ZvkImage* image)
 {
-    if (image == nullptr)
+    if (image == nullptr) {
         return ZvkErrorBadParameter;
-    if (image->size != sizeof(ZvkImage))
+    }
+    if (image->size != sizeof(ZvkImage)) {
         return ZvkErrorStructSize;
+    }
     const ZvkImageInfo& info = image->imageInfo;
     const auto lineBytes = LineBytes(info.pixelFormat, info.width);
     if (image->data == nullptr || info.width == 0 || info.height == 0 || !lineBytes ||
-        info.stride < *lineBytes)
+        info.stride < *lineBytes) {
         return ZvkErrorBadParameter;
+    }
     return ZvkErrorSuccess;
 }
 
@@ -96,11 +105,13 @@ ZvkError_t ReadSetting(const ZvkTransformInfo& parameter, Settings* settings)
 
 ZvkError_t ReadSettings(const ZvkTransformInfo* parameters, std::uint32_t count, Settings* settings)
 {
-    if (count != 0 && parameters == nullptr)
+    if (count != 0 && parameters == nullptr) {
         return ZvkErrorBadParameter;
+    }
     for (std::uint32_t i = 0; i < count; ++i) {
-        if (const ZvkError_t result = ReadSetting(parameters[i], settings); result != ZvkErrorSuccess)
+        if (const ZvkError_t result = ReadSetting(parameters[i], settings); result != ZvkErrorSuccess) {
             return result;
+        }
     }
     return ZvkErrorSuccess;
 }
@@ -108,12 +119,14 @@ ZvkError_t ReadSettings(const ZvkTransformInfo* parameters, std::uint32_t count,
 // Fills in a record that proves to be a good one.
 ZvkError_t WriteSetting(const ZvkTransformInfo& wanted, ZvkTransformInfo* parameters)
 {
-    if (parameters == nullptr)
+    if (parameters == nullptr) {
         return ZvkErrorBadParameter;
+    }
     Settings ignored;
     const ZvkError_t result = ReadSetting(wanted, &ignored);
-    if (result == ZvkErrorSuccess)
+    if (result == ZvkErrorSuccess) {
         *parameters = wanted;
+    }
     return result;
 }
 
@@ -121,8 +134,9 @@ ZvkError_t WriteSetting(const ZvkTransformInfo& wanted, ZvkTransformInfo* parame
 
 ZvkError_t ImageTransform::ZvkGetImageTransformVersion(std::uint32_t* packedVersion)
 {
-    if (packedVersion == nullptr)
+    if (packedVersion == nullptr) {
         return ZvkErrorBadParameter;
+    }
     *packedVersion = kPackedVersion;
     return ZvkErrorSuccess;
 }
@@ -130,8 +144,9 @@ ZvkError_t ImageTransform::ZvkGetImageTransformVersion(std::uint32_t* packedVers
 // No bit set: the conversions ask for nothing beyond the base instruction set.
 ZvkError_t ImageTransform::ZvkGetTechnoInfo(std::uint32_t* processorFeatures)
 {
-    if (processorFeatures == nullptr)
+    if (processorFeatures == nullptr) {
         return ZvkErrorBadParameter;
+    }
     *processorFeatures = 0;
     return ZvkErrorSuccess;
 }
@@ -171,8 +186,9 @@ ZvkError_t ImageTransform::ZvkSetDebayerMode(std::uint32_t mode, ZvkTransformInf
 
 ZvkError_t ImageTransform::ZvkSetColorCorrectionMatrix3x3(const float* matrix, ZvkTransformInfo* parameters)
 {
-    if (matrix == nullptr)
+    if (matrix == nullptr) {
         return ZvkErrorBadParameter;
+    }
     ZvkTransformInfo wanted = {.kind = ZvkTransformColorCorrectionMatrix, .value = {.matrix = {}}};
     std::copy_n(matrix, std::size(wanted.value.matrix), wanted.value.matrix);
     return WriteSetting(wanted, parameters);
@@ -194,8 +210,9 @@ ZvkError_t ImageTransform::ZvkSetImageInfoFromString(const char* pixelFormatName
                                                      std::uint32_t width, std::uint32_t height,
                                                      ZvkImage* image)
 {
-    if (pixelFormatName == nullptr)
+    if (pixelFormatName == nullptr) {
         return ZvkErrorBadParameter;
+    }
     return Describe(FindPixelFormat(std::string_view(pixelFormatName, length)), width, height, image);
 }
 
@@ -217,21 +234,25 @@ ZvkError_t ImageTransform::ZvkImageTransform(const ZvkImage* source, ZvkImage* d
                                              const ZvkTransformInfo* parameters, std::uint32_t parameterCount)
 {
     for (const ZvkImage* image : {source, static_cast<const ZvkImage*>(destination)}) {
-        if (const ZvkError_t result = CheckImage(image); result != ZvkErrorSuccess)
+        if (const ZvkError_t result = CheckImage(image); result != ZvkErrorSuccess) {
             return result;
+        }
     }
     Settings settings;
     if (const ZvkError_t result = ReadSettings(parameters, parameterCount, &settings);
-        result != ZvkErrorSuccess)
+        result != ZvkErrorSuccess) {
         return result;
+    }
 
     const ZvkImageInfo& from = source->imageInfo;
     const ZvkImageInfo& to = destination->imageInfo;
-    if (from.width != to.width || from.height != to.height)
+    if (from.width != to.width || from.height != to.height) {
         return ZvkErrorBadParameter;
+    }
     const PixelFormat* format = FindPixelFormat(from.pixelFormat);
-    if (format == nullptr || (to.pixelFormat != ZvkPixelFormatRgb8 && to.pixelFormat != kBgr8))
+    if (format == nullptr || (to.pixelFormat != ZvkPixelFormatRgb8 && to.pixelFormat != kBgr8)) {
         return ZvkErrorNotSupported;
+    }
 
     Conversion conversion = {.format = format,
                              .source = static_cast<const std::uint8_t*>(source->data),

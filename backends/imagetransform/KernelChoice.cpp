@@ -21,8 +21,9 @@ constexpr RowKernels kPlain = {
 
 const RowKernels* KernelsFor(InstructionSet set)
 {
-    if (set == InstructionSet::Plain)
+    if (set == InstructionSet::Plain) {
         return &kPlain;
+    }
     return InstructionSetUsable(set) ? VectorKernels(InstructionSetName(set)) : nullptr;
 }
 

@@ -140,8 +140,9 @@ const PixelFormat* FindPixelFormat(std::string_view name)
 std::optional<std::int32_t> LineBytes(ZvkPixelFormat_t code, std::uint32_t width)
 {
     const std::uint64_t bytes = (std::uint64_t{width} * BitsPerPixel(code) + 7) / 8;
-    if (bytes > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max()))
+    if (bytes > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())) {
         return std::nullopt;
+    }
     return static_cast<std::int32_t>(bytes);
 }
 

@@ -140,8 +140,9 @@ HWY_INLINE std::size_t DropFourth(const ChannelOrder& order, const std::uint8_t*
                                   std::uint8_t* out)
 {
     HWY_ALIGN std::int32_t words[kLanes / 4];
-    for (std::size_t i = 0; i < kLanes / 4; ++i)
+    for (std::size_t i = 0; i < kLanes / 4; ++i) {
         words[i] = static_cast<std::int32_t>(i < 3 * kBlocks ? i / 3 * 4 + i % 3 : 0);
+    }
     const auto together = hn::SetTableIndices(kNumbers, words);
     const Bytes table = LoadTable(order.tables[0]);
     std::size_t done = 0;
@@ -180,8 +181,9 @@ struct YuvReader
     HWY_INLINE Words operator()(Bytes first, Bytes second) const
     {
         const Bytes bytes = hn::TableLookupBytesOr0(first, tables[0]);
-        if constexpr (both)
+        if constexpr (both) {
             return hn::BitCast(kWords, hn::Or(bytes, hn::TableLookupBytesOr0(second, tables[1])));
+        }
         return hn::BitCast(kWords, bytes);
     }
 };
@@ -365,10 +367,12 @@ template <class Interpolation>
 HWY_INLINE void Demosaic(const MosaicLines& lines, std::size_t x, std::uint8_t* out)
 {
     const MosaicPixels pixels = Interpolation::Interpolate(lines, x);
-    if (lines.ownFirst)
+    if (lines.ownFirst) {
         hn::StoreInterleaved3(pixels.own, pixels.green, pixels.other, kBytes, out + 3 * x);
-    else
+    }
+    else {
         hn::StoreInterleaved3(pixels.other, pixels.green, pixels.own, kBytes, out + 3 * x);
+    }
 }
 
 // The last step overlaps the one before, so that at most one column is left.
@@ -376,13 +380,16 @@ template <class Interpolation>
 std::size_t DemosaicLine(const MosaicLines& lines, std::uint8_t* out)
 {
     std::size_t x = lines.firstOwn;
-    if (x + kLanes > lines.width)
+    if (x + kLanes > lines.width) {
         return x;
-    for (; x + kLanes <= lines.width; x += kLanes)
+    }
+    for (; x + kLanes <= lines.width; x += kLanes) {
         Demosaic<Interpolation>(lines, x, out);
+    }
     const std::size_t last = (lines.width - kLanes - lines.firstOwn) / 2 * 2 + lines.firstOwn;
-    if (last + kLanes > x)
+    if (last + kLanes > x) {
         Demosaic<Interpolation>(lines, last, out);
+    }
     return last + kLanes;
 }
 
@@ -404,16 +411,19 @@ namespace maravel::imagetransform {
 const RowKernels* VectorKernels([[maybe_unused]] const char* instructionSet)
 {
 #if HWY_TARGETS & HWY_SSSE3
-    if (std::strcmp(instructionSet, "ssse3") == 0)
+    if (std::strcmp(instructionSet, "ssse3") == 0) {
         return &N_SSSE3::Kernels();
+    }
 #endif
 #if HWY_TARGETS & HWY_AVX2
-    if (std::strcmp(instructionSet, "avx2") == 0)
+    if (std::strcmp(instructionSet, "avx2") == 0) {
         return &N_AVX2::Kernels();
+    }
 #endif
 #if HWY_TARGETS & HWY_AVX3
-    if (std::strcmp(instructionSet, "avx512vbmi") == 0)
+    if (std::strcmp(instructionSet, "avx512vbmi") == 0) {
         return &N_AVX3::Kernels();
+    }
 #endif
     return nullptr;
 }

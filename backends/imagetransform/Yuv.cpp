@@ -54,8 +54,9 @@ std::uint8_t Clamp(int sum)
 int ByteAt(const SourceRun& run, const YuvLayout& layout, std::size_t group, std::size_t byte)
 {
     const std::size_t at = group * layout.bytes + byte;
-    if (at < run.byteCount)
+    if (at < run.byteCount) {
         return run.bytes[at];
+    }
     return group > 0 ? run.bytes[at - layout.bytes] : 128;
 }
 
@@ -115,14 +116,16 @@ void ConvertYuv(const Conversion& conversion, const SourceRun& run, std::size_t 
     const YuvMatrix& matrix = conversion.matrix;
     std::size_t done = 0;
     const auto plain = [&](std::size_t end) {
-        for (; done < end; ++done)
+        for (; done < end; ++done) {
             ConvertPixel(layout, matrix, run, first + done, conversion.redFirst, out + 3 * done);
+        }
     };
     plain(std::min(count, (layout.pixels - first % layout.pixels) % layout.pixels));
     const std::size_t offset = (first + done) / layout.pixels * layout.bytes;
-    if (done < count)
+    if (done < count) {
         done += conversion.kernels->yuv(layout, matrix, run.bytes + offset, run.byteCount - offset,
                                         count - done, conversion.redFirst, out + 3 * done);
+    }
     plain(count);
 }
 

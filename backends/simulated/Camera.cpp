@@ -33,8 +33,9 @@ bool Camera::Build(std::string* error)
     WriteRegister(memory_, 0x48, 32, description_.vendor);
     WriteRegister(memory_, 0x68, 32, description_.model);
     WriteRegister(memory_, 0xD8, 16, description_.serial);
-    if (!CameraFeatures(*this).Build(error))
+    if (!CameraFeatures(*this).Build(error)) {
         return false;
+    }
     powerUp_ = features_.Save();
     return description_.pictures.empty() || renderer_.LoadPictures(description_.pictures, error);
 }
@@ -82,23 +83,26 @@ double Camera::ExposureUs() const
 double Camera::FramePeriodUs() const
 {
     double rate = description_.frameRate;
-    if (description_.legacy || features_.At("AcquisitionFrameRateEnable").Int() != 0)
+    if (description_.legacy || features_.At("AcquisitionFrameRateEnable").Int() != 0) {
         rate = features_.At(description_.legacy ? "AcquisitionFrameRateAbs" : "AcquisitionFrameRate").Float();
+    }
     return std::max(1e6 / rate, ExposureUs());
 }
 
 bool Camera::TriggerIsOn(Trigger trigger) const
 {
     const Feature& mode = features_.At("TriggerMode");
-    if (description_.legacy)
+    if (description_.legacy) {
         return trigger == Trigger::FrameStart && mode.Int() != 0;
+    }
     return mode.values[static_cast<std::size_t>(trigger)].integer != 0;
 }
 
 std::string Camera::TriggerSourceOf(Trigger trigger) const
 {
-    if (description_.legacy)
+    if (description_.legacy) {
         return std::strcmp(features_.At("ExposureMode").EntryName(), "Off") == 0 ? "Software" : "Line0";
+    }
     const Feature& source = features_.At("TriggerSource");
     const EnumEntry* entry = source.FindEntry(source.values[static_cast<std::size_t>(trigger)].integer);
     return entry == nullptr ? "" : entry->name;
@@ -106,8 +110,9 @@ std::string Camera::TriggerSourceOf(Trigger trigger) const
 
 ZvkError_t Camera::StartAcquisition()
 {
-    if (acquiring_)
+    if (acquiring_) {
         return ZvkErrorSuccess; // starting again changes nothing
+    }
     acquiring_ = true;
     started_ = !TriggerIsOn(Trigger::AcquisitionStart);
     nextFrameId_ = 0;
@@ -142,8 +147,9 @@ ZvkError_t Camera::RunSoftwareTrigger()
 
 void Camera::FireTrigger(Trigger trigger)
 {
-    if (!acquiring_ || !TriggerIsOn(trigger))
+    if (!acquiring_ || !TriggerIsOn(trigger)) {
         return;
+    }
     if (trigger == Trigger::AcquisitionStart) {
         if (!started_) {
             started_ = true;
@@ -152,19 +158,22 @@ void Camera::FireTrigger(Trigger trigger)
         wake_.WakeAll();
         return;
     }
-    if (!started_ || description_.manual)
+    if (!started_ || description_.manual) {
         return;
+    }
     if (triggeredCount_ == triggered_.size()) {
         ++statistics_.missedTriggers;
         return;
     }
     // Exposures follow each other: a trigger during one is kept and starts the next.
     double delayUs = 0;
-    if (!description_.legacy)
+    if (!description_.legacy) {
         delayUs = features_.At("TriggerDelay").values[static_cast<std::size_t>(trigger)].real;
+    }
     Clock::time_point begin = Clock::now() + std::chrono::microseconds(static_cast<std::int64_t>(delayUs));
-    if (triggeredCount_ > 0)
+    if (triggeredCount_ > 0) {
         begin = std::max(begin, triggered_[triggeredCount_ - 1]);
+    }
     triggered_[triggeredCount_++] =
         begin + std::chrono::microseconds(static_cast<std::int64_t>(ExposureUs()));
     wake_.WakeAll();
@@ -174,20 +183,24 @@ ZvkError_t Camera::PulseLine(const char* line)
 {
     const std::string name = line == nullptr ? "" : line;
     const Feature& lines = features_.At("LineSelector");
-    if (lines.FindEntry(name.c_str()) == nullptr)
+    if (lines.FindEntry(name.c_str()) == nullptr) {
         return ZvkErrorNotFound;
-    if (unplugged_)
+    }
+    if (unplugged_) {
         return ZvkErrorIO;
+    }
     // The acquisition's trigger first: one pulse may start the acquisition and its first frame.
     for (const Trigger trigger : {Trigger::AcquisitionStart, Trigger::FrameStart}) {
-        if (TriggerSourceOf(trigger) != name)
+        if (TriggerSourceOf(trigger) != name) {
             continue;
+        }
         FireTrigger(trigger);
         const bool bothEdges =
             !description_.legacy &&
             features_.At("TriggerActivation").values[static_cast<std::size_t>(trigger)].integer == 2;
-        if (bothEdges)
+        if (bothEdges) {
             FireTrigger(trigger);
+        }
     }
     return ZvkErrorSuccess;
 }
@@ -195,8 +208,9 @@ ZvkError_t Camera::PulseLine(const char* line)
 void Camera::SetUnplugged(bool unplugged)
 {
     unplugged_ = unplugged;
-    if (unplugged)
+    if (unplugged) {
         StopAcquisition();
+    }
 }
 
 ZvkError_t Camera::StartCapture(Lock& lock) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
@@ -216,10 +230,12 @@ ZvkError_t Camera::StartCapture(Lock& lock) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 
 ZvkError_t Camera::EndCapture(Lock& lock) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
-    while (capture_ == Capture::Starting || capture_ == Capture::Ending)
+    while (capture_ == Capture::Starting || capture_ == Capture::Ending) {
         idle_.Wait(mutex_);
-    if (capture_ == Capture::Off)
+    }
+    if (capture_ == Capture::Off) {
         return ZvkErrorSuccess;
+    }
     capture_ = Capture::Ending;
     wake_.WakeAll();
     lock.Unlock();
@@ -243,31 +259,37 @@ void Camera::Flush()
 
 void Camera::WaitIdle() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
-    while (busy_)
+    while (busy_) {
         idle_.Wait(mutex_);
+    }
 }
 
 bool Camera::WaitFrame(const ZvkFrame_t* frame,
                        std::chrono::milliseconds timeout) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     const Clock::time_point until = Clock::now() + timeout;
-    while (frames_.IsPending(frame))
-        if (!idle_.WaitUntil(mutex_, until) && frames_.IsPending(frame))
+    while (frames_.IsPending(frame)) {
+        if (!idle_.WaitUntil(mutex_, until) && frames_.IsPending(frame)) {
             return false;
+        }
+    }
     return true;
 }
 
 ZvkError_t Camera::Emit(const SimFrameRequest* request) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
-    while (emission_ != nullptr)
+    while (emission_ != nullptr) {
         idle_.Wait(mutex_);
-    if (capture_ != Capture::On)
+    }
+    if (capture_ != Capture::On) {
         return ZvkErrorInvalidCall;
+    }
     Emission emission{request};
     emission_ = &emission;
     wake_.WakeAll();
-    while (!emission.done)
+    while (!emission.done) {
         idle_.Wait(mutex_);
+    }
     return emission.result;
 }
 
@@ -285,10 +307,12 @@ void Camera::Run(void* camera)
 // When the next frame is through, as things stand now; none while nothing starts one.
 std::optional<Clock::time_point> Camera::NextFrameTime() const
 {
-    if (!acquiring_ || !started_ || unplugged_ || description_.manual)
+    if (!acquiring_ || !started_ || unplugged_ || description_.manual) {
         return std::nullopt;
-    if (TriggerIsOn(Trigger::FrameStart) && TriggerSourceOf(Trigger::FrameStart) != "Freerun")
+    }
+    if (TriggerIsOn(Trigger::FrameStart) && TriggerSourceOf(Trigger::FrameStart) != "Freerun") {
         return triggeredCount_ == 0 ? std::nullopt : std::optional(triggered_[0]);
+    }
     return nextFrame_;
 }
 
@@ -311,8 +335,9 @@ void Camera::Loop() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
     Lock lock(mutex_);
     thread_ = backend::WorkerThread::CurrentThread();
     while (capture_ == Capture::Starting || capture_ == Capture::On) {
-        if (!unplugged_ && g_control.IsUnplugged(index_)) // by the plan
+        if (!unplugged_ && g_control.IsUnplugged(index_)) { // by the plan
             SetUnplugged(true);
+        }
         if (emission_ != nullptr && capture_ == Capture::On) {
             Emission* emission = emission_;
             emission->result = SendFrame(lock, emission->request);
@@ -333,8 +358,9 @@ void Camera::Loop() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
         }
         BeginFrame(now);
         SendFrame(lock, nullptr);
-        if (framesLeft_ > 0 && --framesLeft_ == 0)
+        if (framesLeft_ > 0 && --framesLeft_ == 0) {
             StopAcquisition();
+        }
     }
     thread_ = 0;
 }
@@ -361,8 +387,9 @@ ZvkError_t Camera::SendFrame(Lock& lock, const SimFrameRequest* request) MARAVEL
     ++(taken.record->receiveStatus == 0 ? statistics_.complete : statistics_.incomplete);
     frames_.Deliver(taken.record);
     lock.Unlock();
-    if (taken.callback != nullptr)
+    if (taken.callback != nullptr) {
         taken.callback(camera, stream, taken.record);
+    }
     lock.Relock();
     busy_ = false;
     idle_.WakeAll();
@@ -380,8 +407,9 @@ void Camera::FillRecord(ZvkFrame_t* frame, const FrameGeometry& geometry, const 
     std::uint64_t bytes = 0;
     if (has(SimFrameHasBytes)) {
         bytes = std::min(request->byteCount, frame->bufferSize);
-        if (bytes > 0)
+        if (bytes > 0) {
             std::memcpy(buffer, request->bytes, static_cast<std::size_t>(bytes));
+        }
     }
     else {
         // Of an incomplete frame the lower half never came.

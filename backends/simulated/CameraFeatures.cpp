@@ -78,8 +78,9 @@ void CameraFeatures::AddDigitalIo()
 {
     build_.Category("DigitalIOControl");
     std::vector<EnumEntry> lines;
-    for (std::uint32_t line = 0; line < description_.lines; ++line)
+    for (std::uint32_t line = 0; line < description_.lines; ++line) {
         lines.push_back({std::string("Line") + std::to_string(line), line, {}});
+    }
     Feature& selector =
         build_.Enum("LineSelector", "Line0", std::move(lines), "Line that the other features belong to.");
     FeatureBuilder::SelectedBy(build_.FixedEnum("LineMode", "Input", {"Input", "Output"}, "Use of the line."),
@@ -102,8 +103,9 @@ void CameraFeatures::AddDigitalIo()
 
 void CameraFeatures::AddCountersAndEvents()
 {
-    if (description_.legacy)
+    if (description_.legacy) {
         return;
+    }
     build_.Category("CounterAndTimerControl");
     Feature& counter =
         build_.Enum("CounterSelector", "Counter0", {"Counter0"}, "Counter that the others belong to.");
@@ -156,8 +158,9 @@ void CameraFeatures::AddUserSets()
 
 void CameraFeatures::AddChunks()
 {
-    if (description_.legacy)
+    if (description_.legacy) {
         return;
+    }
     build_.Category("ChunkDataControl");
     Feature& active = build_.Bool("ChunkModeActive", false, "Whether frames carry data about themselves.");
     active.lockedByStreaming = true;
@@ -225,15 +228,17 @@ void CameraFeatures::AddStream()
     camera_.StreamFeatures().At("StreamIsGrabbing").writable = false;
     build.Enum("StreamBufferHandlingMode", "OldestFirst", {"OldestFirst"},
                "Order in which frames are filled.");
-    if (!description_.gigE)
+    if (!description_.gigE) {
         return;
+    }
     build.Category("GigEVision");
     Feature& size =
         build.Int("GVSPPacketSize", 1400, {220, 16260}, 4, "B", "Bytes of a packet of the stream.");
     build.Bool("GVSPPacketResend", true, "Whether lost packets are asked for again.");
     build.Int("GVSPTimeout", 70, {10, 10000}, 1, "ms", "Silence after which a frame is given up.");
-    if (description_.packetSize == 0)
+    if (description_.packetSize == 0) {
         return;
+    }
     build
         .Command("GVSPAdjustPacketSize", description_.packetNegotiationMs,
                  "Finds the largest packet that the network carries.")
@@ -339,8 +344,9 @@ bool CameraFeatures::AddWishes(std::string* error)
             return false;
         }
         AddExtra(extra);
-        if (!extra.value.empty())
+        if (!extra.value.empty()) {
             values.emplace_back(extra.name, extra.value);
+        }
     }
     for (const auto& [name, value] : values) {
         FeatureSet* set = find(name);

@@ -27,8 +27,9 @@ bool ControlState::SetDescription(const char* text)
         hasDescription_ = false;
         return true;
     }
-    if (std::strlen(text) >= sizeof(description_))
+    if (std::strlen(text) >= sizeof(description_)) {
         return false;
+    }
     std::snprintf(description_, sizeof(description_), "%s", text);
     hasDescription_ = true;
     return true;
@@ -37,8 +38,9 @@ bool ControlState::SetDescription(const char* text)
 bool ControlState::GetDescription(std::string* text)
 {
     Lock lock(mutex_);
-    if (hasDescription_)
+    if (hasDescription_) {
         *text = description_;
+    }
     return hasDescription_;
 }
 
@@ -51,16 +53,18 @@ void ControlState::SetError(const std::string& error)
 std::uint32_t ControlState::GetError(char* buffer, std::uint32_t size)
 {
     Lock lock(mutex_);
-    if (buffer != nullptr && size > 0)
+    if (buffer != nullptr && size > 0) {
         std::snprintf(buffer, size, "%s", error_);
+    }
     return static_cast<std::uint32_t>(std::strlen(error_));
 }
 
 bool ControlState::ScriptCameraCounts(const std::uint32_t* counts, std::uint32_t n)
 {
     Lock lock(mutex_);
-    if (n > counts_.size() || (n > 0 && counts == nullptr))
+    if (n > counts_.size() || (n > 0 && counts == nullptr)) {
         return false;
+    }
     std::copy_n(counts, n, counts_.begin());
     countsLeft_ = n;
     nextCount_ = 0;
@@ -70,8 +74,9 @@ bool ControlState::ScriptCameraCounts(const std::uint32_t* counts, std::uint32_t
 std::uint32_t ControlState::NextCameraCount(std::uint32_t described)
 {
     Lock lock(mutex_);
-    if (countsLeft_ == 0)
+    if (countsLeft_ == 0) {
         return described;
+    }
     const std::uint32_t count = counts_[nextCount_];
     if (countsLeft_ > 1) { // the last one stays
         --countsLeft_;
@@ -92,8 +97,9 @@ bool ControlState::HoldCommand(std::uint32_t camera, const char* name, bool hold
         --holdCount_;
     }
     else if (hold && found == end) {
-        if (holdCount_ == holds_.size() || std::strlen(name) >= sizeof(Hold::name))
+        if (holdCount_ == holds_.size() || std::strlen(name) >= sizeof(Hold::name)) {
             return false;
+        }
         Hold& added = holds_[holdCount_++];
         added.camera = camera;
         std::snprintf(added.name, sizeof(added.name), "%s", name);
@@ -119,10 +125,12 @@ void ControlState::SetUnplugged(std::uint32_t camera, bool unplugged)
 bool ControlState::IsUnplugged(std::uint32_t camera)
 {
     Lock lock(mutex_);
-    if ((unplugged_ >> camera & 1U) != 0)
+    if ((unplugged_ >> camera & 1U) != 0) {
         return true;
-    if (unpluggingCount_ == 0)
+    }
+    if (unpluggingCount_ == 0) {
         return false;
+    }
     const Clock::time_point now = Clock::now();
     return std::any_of(unpluggings_.begin(), unpluggings_.begin() + unpluggingCount_,
                        [camera, now](const Unplugging& planned) {
@@ -144,11 +152,13 @@ bool ControlState::TakeFirstStart()
 void ControlState::Shape(const PlannedFault& fault)
 {
     Lock lock(mutex_);
-    if (fault.camera >= shapes_.size())
+    if (fault.camera >= shapes_.size()) {
         return;
+    }
     CameraShape& shape = shapes_[fault.camera];
-    if (fault.kind == PlannedFault::Kind::Incomplete)
+    if (fault.kind == PlannedFault::Kind::Incomplete) {
         shape.incompleteEvery = fault.number;
+    }
     shape.silent |= fault.kind == PlannedFault::Kind::Silent;
     shape.busy |= fault.kind == PlannedFault::Kind::Busy;
 }
@@ -162,8 +172,9 @@ ControlState::CameraShape ControlState::ShapeOf(std::uint32_t camera)
 bool ControlState::PlanUnplug(const PlannedFault& fault)
 {
     Lock lock(mutex_);
-    if (unpluggingCount_ == unpluggings_.size())
+    if (unpluggingCount_ == unpluggings_.size()) {
         return false;
+    }
     unpluggings_[unpluggingCount_++] = {
         fault.camera, fault.afterMs, fault.afterFrames, fault.forMs, planBegun_ && fault.afterFrames == 0,
         Clock::now()};
@@ -173,8 +184,9 @@ bool ControlState::PlanUnplug(const PlannedFault& fault)
 void ControlState::BeginPlan()
 {
     Lock lock(mutex_);
-    if (planBegun_)
+    if (planBegun_) {
         return;
+    }
     planBegun_ = true;
     for (std::uint32_t i = 0; i < unpluggingCount_; ++i) {
         unpluggings_[i].begun = unpluggings_[i].afterFrames == 0;
@@ -187,8 +199,9 @@ void ControlState::NoteFrames(std::uint32_t camera, std::uint64_t sent)
     Lock lock(mutex_);
     for (std::uint32_t i = 0; i < unpluggingCount_; ++i) {
         Unplugging& planned = unpluggings_[i];
-        if (planned.camera != camera || planned.begun || sent < planned.afterFrames)
+        if (planned.camera != camera || planned.begun || sent < planned.afterFrames) {
             continue;
+        }
         planned.begun = true;
         planned.begin = Clock::now();
     }

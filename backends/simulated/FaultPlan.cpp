@@ -15,8 +15,9 @@ public:
     {
         while (!statement.empty()) {
             const std::size_t begin = statement.find_first_not_of(" \t\r");
-            if (begin == std::string_view::npos)
+            if (begin == std::string_view::npos) {
                 return;
+            }
             statement.remove_prefix(begin);
             const std::size_t end = statement.find_first_of(" \t\r");
             words_.emplace_back(statement.substr(0, end));
@@ -48,8 +49,9 @@ bool ToNumber(std::string_view text, Number* number)
 bool ToMilliseconds(std::string_view text, std::uint32_t* milliseconds)
 {
     const bool fine = text.ends_with("ms");
-    if (!fine && !text.ends_with("s"))
+    if (!fine && !text.ends_with("s")) {
         return false;
+    }
     text.remove_suffix(fine ? 2 : 1);
     return ToNumber(text, milliseconds) && *milliseconds <= 86'400'000 &&
            (fine || ((*milliseconds *= 1000) <= 86'400'000));
@@ -80,8 +82,9 @@ bool TakeTimes(Words& words, PlannedFault* fault)
     if (words.TakeIf("after")) {
         const std::string time = words.Take();
         if (ToNumber(time, &fault->afterFrames)) {
-            if (fault->afterFrames == 0 || !(words.TakeIf("frames") || words.TakeIf("frame")))
+            if (fault->afterFrames == 0 || !(words.TakeIf("frames") || words.TakeIf("frame"))) {
                 return false;
+            }
         }
         else if (!ToMilliseconds(time, &fault->afterMs)) {
             return false;
@@ -107,14 +110,16 @@ bool Fill(Words& words, PlannedFault* fault)
     if (fault->kind == Kind::Cameras) {
         while (!words.AtEnd()) {
             std::uint32_t count = 0;
-            if (!ToNumber(words.Take(), &count) || fault->counts.size() == 64)
+            if (!ToNumber(words.Take(), &count) || fault->counts.size() == 64) {
                 return false;
+            }
             fault->counts.push_back(count);
         }
         return !fault->counts.empty();
     }
-    if (!ToNumber(words.Take(), &fault->camera) || fault->camera >= kMostCameras)
+    if (!ToNumber(words.Take(), &fault->camera) || fault->camera >= kMostCameras) {
         return false;
+    }
     switch (fault->kind) {
     case Kind::Unplug:
         return TakeTimes(words, fault);
@@ -131,14 +136,16 @@ bool Fill(Words& words, PlannedFault* fault)
 bool ParseStatement(std::string_view statement, std::vector<PlannedFault>* faults, std::string* error)
 {
     Words words(statement);
-    if (words.AtEnd())
+    if (words.AtEnd()) {
         return true;
+    }
     const std::string first = words.Take();
     std::string known;
     for (const Form& form : kForms) {
         known += (known.empty() ? "" : ", ") + std::string(form.word);
-        if (first != form.word)
+        if (first != form.word) {
             continue;
+        }
         PlannedFault fault;
         fault.kind = form.kind;
         if (Fill(words, &fault) && words.AtEnd()) {
@@ -161,10 +168,12 @@ bool ParseFaults(std::string_view text, std::vector<PlannedFault>* faults, std::
         std::string_view statement = text.substr(0, end);
         const std::size_t begin = statement.find_first_not_of(" \t\r");
         statement.remove_prefix(begin == std::string_view::npos ? statement.size() : begin);
-        while (!statement.empty() && (statement.back() == ' ' || statement.back() == '\r'))
+        while (!statement.empty() && (statement.back() == ' ' || statement.back() == '\r')) {
             statement.remove_suffix(1);
-        if (!ParseStatement(statement, faults, error))
+        }
+        if (!ParseStatement(statement, faults, error)) {
             return false;
+        }
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
     return true;

@@ -11,28 +11,35 @@ namespace maravel::simulated {
 
 FeatureValue& Feature::Current()
 {
-    if (selector == nullptr || values.size() == 1)
+    if (selector == nullptr || values.size() == 1) {
         return values.front();
+    }
     const std::int64_t chosen = selector->Current().integer;
-    for (std::size_t i = 0; i < selector->entries.size() && i < values.size(); ++i)
-        if (selector->entries[i].value == chosen)
+    for (std::size_t i = 0; i < selector->entries.size() && i < values.size(); ++i) {
+        if (selector->entries[i].value == chosen) {
             return values[i];
+        }
+    }
     return values.front();
 }
 
 const EnumEntry* Feature::FindEntry(const char* entry) const
 {
-    for (const EnumEntry& known : entries)
-        if (known.name == entry)
+    for (const EnumEntry& known : entries) {
+        if (known.name == entry) {
             return &known;
+        }
+    }
     return nullptr;
 }
 
 const EnumEntry* Feature::FindEntry(std::int64_t value) const
 {
-    for (const EnumEntry& known : entries)
-        if (known.value == value)
+    for (const EnumEntry& known : entries) {
+        if (known.value == value) {
             return &known;
+        }
+    }
     return nullptr;
 }
 
@@ -58,17 +65,21 @@ void FeatureSet::Hide(const std::string& name)
 
 Feature* FeatureSet::Find(const char* name) const
 {
-    for (const auto& feature : features_)
-        if (feature->name == name)
+    for (const auto& feature : features_) {
+        if (feature->name == name) {
             return feature.get();
+        }
+    }
     return nullptr;
 }
 
 Feature& FeatureSet::At(const char* name) const
 {
-    for (const auto& feature : hidden_)
-        if (feature->name == name)
+    for (const auto& feature : hidden_) {
+        if (feature->name == name) {
             return *feature;
+        }
+    }
     return *Find(name);
 }
 
@@ -85,56 +96,69 @@ bool FeatureSet::IsWritable(const Feature& feature) const
 
 ZvkError_t FeatureSet::CheckRead(const Feature& feature, ZvkFeatureDataType type) const
 {
-    if (feature.type != type)
+    if (feature.type != type) {
         return ZvkErrorWrongType;
-    if (!feature.IsAvailable())
+    }
+    if (!feature.IsAvailable()) {
         return ZvkErrorNotAvailable;
+    }
     return feature.readable ? ZvkErrorSuccess : ZvkErrorInvalidAccess;
 }
 
 ZvkError_t FeatureSet::CheckWrite(const Feature& feature, ZvkFeatureDataType type) const
 {
-    if (feature.type != type)
+    if (feature.type != type) {
         return ZvkErrorWrongType;
-    if (!feature.IsAvailable())
+    }
+    if (!feature.IsAvailable()) {
         return ZvkErrorNotAvailable;
+    }
     return IsWritable(feature) ? ZvkErrorSuccess : ZvkErrorInvalidAccess;
 }
 
 void FeatureSet::Written(Feature& feature)
 {
-    if (feature.written)
+    if (feature.written) {
         feature.written();
-    if (!changed)
+    }
+    if (!changed) {
         return;
+    }
     changed(feature.name.c_str());
-    for (const std::string& name : feature.influences)
+    for (const std::string& name : feature.influences) {
         changed(name.c_str());
-    for (const auto& other : features_)
-        if (other->selector == &feature)
+    }
+    for (const auto& other : features_) {
+        if (other->selector == &feature) {
             changed(other->name.c_str());
+        }
+    }
 }
 
 ZvkError_t FeatureSet::GetInt(const Feature& feature, std::int64_t* value) const
 {
     const ZvkError_t error = CheckRead(feature, ZvkFeatureDataInt);
-    if (error == ZvkErrorSuccess)
+    if (error == ZvkErrorSuccess) {
         *value = feature.Int();
+    }
     return error;
 }
 
 ZvkError_t FeatureSet::StoreInt(Feature& feature, std::int64_t value)
 {
     const auto range = feature.IntRange();
-    if (value < range.minimum || value > range.maximum)
+    if (value < range.minimum || value > range.maximum) {
         return ZvkErrorInvalidValue;
+    }
     // Unsigned, because the distance from the smallest of all minimums does not fit.
     const auto distance = static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(range.minimum);
-    if (feature.increment > 1 && distance % static_cast<std::uint64_t>(feature.increment) != 0)
+    if (feature.increment > 1 && distance % static_cast<std::uint64_t>(feature.increment) != 0) {
         return ZvkErrorInvalidValue;
+    }
     const auto& valid = feature.validValues;
-    if (!valid.empty() && std::find(valid.begin(), valid.end(), value) == valid.end())
+    if (!valid.empty() && std::find(valid.begin(), valid.end(), value) == valid.end()) {
         return ZvkErrorInvalidValue;
+    }
     feature.Current().integer = value;
     Written(feature);
     return ZvkErrorSuccess;
@@ -149,16 +173,18 @@ ZvkError_t FeatureSet::SetInt(Feature& feature, std::int64_t value)
 ZvkError_t FeatureSet::GetFloat(const Feature& feature, double* value) const
 {
     const ZvkError_t error = CheckRead(feature, ZvkFeatureDataFloat);
-    if (error == ZvkErrorSuccess)
+    if (error == ZvkErrorSuccess) {
         *value = feature.Float();
+    }
     return error;
 }
 
 ZvkError_t FeatureSet::StoreFloat(Feature& feature, double value)
 {
     const auto range = feature.FloatRange();
-    if (!(value >= range.minimum && value <= range.maximum)) // refuses what is not a number, too
+    if (!(value >= range.minimum && value <= range.maximum)) { // refuses what is not a number, too
         return ZvkErrorInvalidValue;
+    }
     feature.Current().real = value;
     Written(feature);
     return ZvkErrorSuccess;
@@ -173,16 +199,18 @@ ZvkError_t FeatureSet::SetFloat(Feature& feature, double value)
 ZvkError_t FeatureSet::GetEnum(const Feature& feature, const char** value) const
 {
     const ZvkError_t error = CheckRead(feature, ZvkFeatureDataEnum);
-    if (error == ZvkErrorSuccess)
+    if (error == ZvkErrorSuccess) {
         *value = feature.EntryName();
+    }
     return error;
 }
 
 ZvkError_t FeatureSet::StoreEnum(Feature& feature, const char* value)
 {
     const EnumEntry* entry = feature.FindEntry(value);
-    if (entry == nullptr || (entry->available && !entry->available()))
+    if (entry == nullptr || (entry->available && !entry->available())) {
         return ZvkErrorInvalidValue;
+    }
     feature.Current().integer = entry->value;
     Written(feature);
     return ZvkErrorSuccess;
@@ -197,16 +225,18 @@ ZvkError_t FeatureSet::SetEnum(Feature& feature, const char* value)
 ZvkError_t FeatureSet::GetBool(const Feature& feature, ZvkBool_t* value) const
 {
     const ZvkError_t error = CheckRead(feature, ZvkFeatureDataBool);
-    if (error == ZvkErrorSuccess)
+    if (error == ZvkErrorSuccess) {
         *value = feature.Int() != 0 ? 1 : 0;
+    }
     return error;
 }
 
 ZvkError_t FeatureSet::SetBool(Feature& feature, ZvkBool_t value)
 {
     const ZvkError_t error = CheckWrite(feature, ZvkFeatureDataBool);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     feature.Current().integer = value != 0 ? 1 : 0;
     Written(feature);
     return ZvkErrorSuccess;
@@ -223,8 +253,9 @@ ZvkError_t FeatureSet::StoreText(Feature& feature, const char* value, std::size_
 {
     const bool fits =
         feature.type == ZvkFeatureDataRaw ? length == feature.maxLength : length < feature.maxLength;
-    if (!fits)
+    if (!fits) {
         return ZvkErrorInvalidValue;
+    }
     feature.Current().text.assign(value, length);
     Written(feature);
     return ZvkErrorSuccess;
@@ -240,18 +271,22 @@ ZvkError_t FeatureSet::SetText(Feature& feature, ZvkFeatureDataType type, const 
 ZvkError_t FeatureSet::Run(Feature& feature)
 {
     const ZvkError_t error = CheckWrite(feature, ZvkFeatureDataCommand);
-    if (error != ZvkErrorSuccess)
+    if (error != ZvkErrorSuccess) {
         return error;
+    }
     Finish(feature);
-    if (feature.running)
+    if (feature.running) {
         return ZvkErrorBusy;
+    }
     const ZvkError_t result = feature.run ? feature.run() : ZvkErrorSuccess;
-    if (result != ZvkErrorSuccess)
+    if (result != ZvkErrorSuccess) {
         return result;
+    }
     feature.running = true;
     feature.doneAt = std::chrono::steady_clock::now() + feature.duration;
-    if (feature.duration.count() == 0)
+    if (feature.duration.count() == 0) {
         Finish(feature);
+    }
     Written(feature);
     return ZvkErrorSuccess;
 }
@@ -259,21 +294,26 @@ ZvkError_t FeatureSet::Run(Feature& feature)
 // A command ends when its time is over and somebody looks.
 void FeatureSet::Finish(Feature& feature)
 {
-    if (!feature.running || std::chrono::steady_clock::now() < feature.doneAt)
+    if (!feature.running || std::chrono::steady_clock::now() < feature.doneAt) {
         return;
-    if (held && held(feature.name.c_str()))
+    }
+    if (held && held(feature.name.c_str())) {
         return;
+    }
     feature.running = false;
-    if (feature.finished)
+    if (feature.finished) {
         feature.finished();
+    }
 }
 
 ZvkError_t FeatureSet::IsDone(Feature& feature, ZvkBool_t* done)
 {
-    if (feature.type != ZvkFeatureDataCommand)
+    if (feature.type != ZvkFeatureDataCommand) {
         return ZvkErrorWrongType;
-    if (!feature.IsAvailable())
+    }
+    if (!feature.IsAvailable()) {
         return ZvkErrorNotAvailable;
+    }
     Finish(feature);
     *done = feature.running || (held && held(feature.name.c_str())) ? 0 : 1;
     return ZvkErrorSuccess;
@@ -319,8 +359,9 @@ ZvkError_t FeatureSet::SetValueText(Feature& feature, const char* text)
     case ZvkFeatureDataEnum:
         return StoreEnum(feature, text);
     case ZvkFeatureDataBool:
-        if (std::strcmp(text, "true") != 0 && std::strcmp(text, "false") != 0)
+        if (std::strcmp(text, "true") != 0 && std::strcmp(text, "false") != 0) {
             return ZvkErrorInvalidValue;
+        }
         feature.Current().integer = text[0] == 't' ? 1 : 0;
         Written(feature);
         return ZvkErrorSuccess;
@@ -334,18 +375,22 @@ ZvkError_t FeatureSet::SetValueText(Feature& feature, const char* text)
 FeatureSet::Snapshot FeatureSet::Save() const
 {
     Snapshot snapshot;
-    for (const auto& feature : features_)
+    for (const auto& feature : features_) {
         snapshot.push_back(feature->values);
+    }
     return snapshot;
 }
 
 void FeatureSet::Restore(const Snapshot& snapshot)
 {
-    for (std::size_t i = 0; i < snapshot.size() && i < features_.size(); ++i)
+    for (std::size_t i = 0; i < snapshot.size() && i < features_.size(); ++i) {
         features_[i]->values = snapshot[i];
-    if (changed)
-        for (const auto& feature : features_)
+    }
+    if (changed) {
+        for (const auto& feature : features_) {
             changed(feature->name.c_str());
+        }
+    }
 }
 
 ZvkFeatureInfo_t FeatureInfo(const Feature& feature)

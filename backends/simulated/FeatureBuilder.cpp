@@ -11,8 +11,9 @@ std::string DisplayName(const std::string& name)
     std::string text;
     for (std::size_t i = 0; i < name.size(); ++i) {
         const bool upper = std::isupper(static_cast<unsigned char>(name[i])) != 0;
-        if (upper && i > 0 && std::islower(static_cast<unsigned char>(name[i - 1])) != 0)
+        if (upper && i > 0 && std::islower(static_cast<unsigned char>(name[i - 1])) != 0) {
             text += ' ';
+        }
         text += name[i];
     }
     return text;
@@ -56,8 +57,9 @@ Feature& FeatureBuilder::Enum(const char* name, const char* value, std::initiali
                               const char* description)
 {
     std::vector<EnumEntry> numbered;
-    for (const char* entry : entries)
+    for (const char* entry : entries) {
         numbered.push_back({entry, static_cast<std::int64_t>(numbered.size()), {}});
+    }
     return Enum(name, value, std::move(numbered), description);
 }
 

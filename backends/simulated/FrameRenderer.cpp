@@ -121,9 +121,11 @@ void Fill(const FrameGeometry& geometry, std::uint8_t* image, std::uint32_t left
 {
     const std::uint32_t right = std::min(left + size, geometry.width);
     const std::uint32_t bottom = std::min(top + size, geometry.height);
-    for (std::uint32_t y = top; y < bottom; ++y)
-        for (std::uint32_t x = left; x < right; ++x)
+    for (std::uint32_t y = top; y < bottom; ++y) {
+        for (std::uint32_t x = left; x < right; ++x) {
             PutPixel(*geometry.format, image, geometry.width, x, y, colour);
+        }
+    }
 }
 
 void DrawNumber(const FrameGeometry& geometry, std::uint8_t* image, std::uint64_t number)
@@ -131,13 +133,14 @@ void DrawNumber(const FrameGeometry& geometry, std::uint8_t* image, std::uint64_
     const std::uint32_t dot = std::max(2U, std::min(geometry.width, geometry.height) / 160U / 2U * 2U);
     for (std::uint32_t position = DigitCount; position-- > 0; number /= 10) {
         const auto& digit = Digits[number % 10];
-        for (std::uint32_t row = 0; row < 9; ++row)
+        for (std::uint32_t row = 0; row < 9; ++row) {
             for (std::uint32_t column = 0; column < 6; ++column) {
                 const bool lit =
                     row > 0 && row < 8 && column > 0 && (digit[row - 1] >> (5 - column) & 1U) != 0;
                 const Colour colour = lit ? Colour{255, 255, 255} : Colour{0, 0, 0};
                 Fill(geometry, image, (position * 6 + column) * dot, row * dot, dot, colour);
             }
+        }
     }
 }
 
@@ -152,9 +155,11 @@ void DrawSquare(const FrameGeometry& geometry, std::uint8_t* image, std::uint64_
 bool IsPicture(const std::filesystem::path& file)
 {
     const std::filesystem::path extension = file.extension();
-    for (const char* const known : {".png", ".pgm", ".ppm"})
-        if (extension == backend::PathFromUtf8(known))
+    for (const char* const known : {".png", ".pgm", ".ppm"}) {
+        if (extension == backend::PathFromUtf8(known)) {
             return true;
+        }
+    }
     return false;
 }
 
@@ -165,8 +170,9 @@ bool FrameRenderer::LoadPictures(const std::filesystem::path& folder, std::strin
     std::vector<std::filesystem::path> files;
     std::error_code failure;
     for (const auto& entry : std::filesystem::directory_iterator(folder, failure)) {
-        if (IsPicture(entry.path()))
+        if (IsPicture(entry.path())) {
             files.push_back(entry.path());
+        }
     }
     std::sort(files.begin(), files.end());
     if (files.empty() || files.size() > MaxPictures) {
@@ -213,9 +219,10 @@ Colour FrameRenderer::Scene(const Picture* picture, const FrameGeometry& geometr
         const std::uint8_t* pixel = &picture->pixels[(row * picture->width + column) * 3];
         return {pixel[0], pixel[1], pixel[2]};
     }
-    if (sensorY * 4 < static_cast<std::uint64_t>(geometry.sensorHeight) * 3)
+    if (sensorY * 4 < static_cast<std::uint64_t>(geometry.sensorHeight) * 3) {
         return Bars[std::min<std::uint64_t>(sensorX * std::size(Bars) / geometry.sensorWidth,
                                             std::size(Bars) - 1)];
+    }
     const auto grey = static_cast<std::uint8_t>(sensorX * 255 / geometry.sensorWidth);
     return {grey, grey, grey};
 }
@@ -231,10 +238,12 @@ const std::vector<std::uint8_t>& FrameRenderer::Background(const FrameGeometry& 
         // Two samples to spare: the last pair of a packed format may be half.
         background.resize(ImageBytes(*geometry.format, geometry.width, geometry.height) + 2);
         const Picture* picture = pictures_.empty() ? nullptr : &pictures_[index];
-        for (std::uint32_t y = 0; y < geometry.height; ++y)
-            for (std::uint32_t x = 0; x < geometry.width; ++x)
+        for (std::uint32_t y = 0; y < geometry.height; ++y) {
+            for (std::uint32_t x = 0; x < geometry.width; ++x) {
                 PutPixel(*geometry.format, background.data(), geometry.width, x, y,
                          Scene(picture, geometry, x, y));
+            }
+        }
     }
     return background;
 }

@@ -78,8 +78,9 @@ void CameraFeatures::AddImageFormat()
     build_.Category("ImageFormatControl");
     AddImageRegion();
     std::vector<EnumEntry> formats;
-    for (const PixelFormat* format : description_.pixelFormats)
+    for (const PixelFormat* format : description_.pixelFormats) {
         formats.push_back({format->name, format->code, {}});
+    }
     Feature& format = build_.Enum("PixelFormat", description_.pixelFormats.front()->name, std::move(formats),
                                   "Format of the pixels that the camera sends.");
     format.lockedByStreaming = true;
@@ -89,8 +90,9 @@ void CameraFeatures::AddImageFormat()
     };
 
     std::vector<EnumEntry> sizes;
-    for (const std::int64_t bits : {8, 12, 16, 24})
+    for (const std::int64_t bits : {8, 12, 16, 24}) {
         sizes.push_back({std::string("Bpp") + std::to_string(bits), bits, {}});
+    }
     Feature& size = build_.Enum("PixelSize", "Bpp8", std::move(sizes), "Bits of a pixel.");
     size.writable = false;
     size.intNow = [current] { return static_cast<std::int64_t>(current()->BitsPerPixel()); };
@@ -120,11 +122,12 @@ void CameraFeatures::AddAcquisition()
     build_.Command("AcquisitionStart", 0, "Starts acquisition.").run = [&camera = camera_] {
         return camera.StartAcquisition();
     };
-    for (const char* name : {"AcquisitionStop", "AcquisitionAbort"})
+    for (const char* name : {"AcquisitionStop", "AcquisitionAbort"}) {
         build_.Command(name, 0, "Stops acquisition.").run = [&camera = camera_] {
             camera.StopAcquisition();
             return ZvkErrorSuccess;
         };
+    }
     Feature& statusSelector = build_.Enum("AcquisitionStatusSelector", "FrameTriggerWait",
                                           {"FrameTriggerWait", "AcquisitionTriggerWait", "AcquisitionActive"},
                                           "What AcquisitionStatus tells.");
@@ -145,8 +148,9 @@ void CameraFeatures::AddAcquisition()
     const char* rateName = description_.legacy ? "AcquisitionFrameRateAbs" : "AcquisitionFrameRate";
     const double rate = description_.frameRate;
     Feature& frameRate = build_.Float(rateName, rate, {0.01, rate}, "Hz", "Frames a second.");
-    if (description_.legacy)
+    if (description_.legacy) {
         return;
+    }
     Feature& enable = build_.Bool("AcquisitionFrameRateEnable", true, "Whether AcquisitionFrameRate counts.");
     frameRate.writableNow = [&enable] { return enable.Current().integer != 0; };
     enable.influences = {rateName};
@@ -159,8 +163,9 @@ void CameraFeatures::AddAuto(const char* name, const char* description)
 {
     Feature& feature = build_.Enum(name, "Off", {"Off", "Once", "Continuous"}, description);
     feature.written = [&feature] {
-        if (feature.Current().integer == 1) // adjusted at once, and off again
+        if (feature.Current().integer == 1) { // adjusted at once, and off again
             feature.Current().integer = 0;
+        }
     };
 }
 
@@ -197,10 +202,12 @@ void CameraFeatures::AddTriggers()
         return;
     }
     std::vector<EnumEntry> sources = {{"Software", 0, {}}};
-    for (std::uint32_t line = 0; line < description_.lines; ++line)
+    for (std::uint32_t line = 0; line < description_.lines; ++line) {
         sources.push_back({std::string("Line") + std::to_string(line), 1 + line, {}});
-    if (description_.freerunSource)
+    }
+    if (description_.freerunSource) {
         sources.push_back({"Freerun", 100, {}});
+    }
     Feature& selector = build_.Enum("TriggerSelector", "FrameStart", {"FrameStart", "AcquisitionStart"},
                                     "Trigger that the other trigger features belong to.");
     Feature& mode =
@@ -214,8 +221,9 @@ void CameraFeatures::AddTriggers()
         build_.Float("TriggerDelay", 0.0, {0.0, 1e6}, "us", "Time from the trigger to its effect.");
     build_.Enum("TriggerOverlap", "Off", {"Off", "ReadOut"},
                 "Whether a trigger may come while a frame is read out.");
-    for (Feature* feature : {&mode, &source, &edge, &delay})
+    for (Feature* feature : {&mode, &source, &edge, &delay}) {
         FeatureBuilder::SelectedBy(*feature, selector);
+    }
     software.selector = &selector;
     software.writableNow = [&source] { return source.Current().integer == 0; };
     software.run = [&camera = camera_] { return camera.RunSoftwareTrigger(); };
@@ -247,8 +255,9 @@ void CameraFeatures::AddAnalog()
     build_.Float("Sharpness", 0.0, {-12.0, 12.0}, "", "Strength of sharpening.");
     const auto& formats = description_.pixelFormats;
     if (std::none_of(formats.begin(), formats.end(),
-                     [](const PixelFormat* format) { return format->IsColour(); }))
+                     [](const PixelFormat* format) { return format->IsColour(); })) {
         return;
+    }
     Feature& ratioSelector = build_.Enum("BalanceRatioSelector", "Red", {"Red", "Green", "Blue"},
                                          "Channel that BalanceRatio belongs to.");
     Feature& ratio = build_.Float("BalanceRatio", 1.0, {0.25, 8.0}, "", "Gain of the selected channel.");
@@ -266,8 +275,9 @@ void CameraFeatures::AddLookUpTable()
     build_.Bool("LUTEnable", false, "Whether pixels go through the table.");
     Feature& index = build_.Int("LUTIndex", 0, {0, 255}, 1, "", "Entry of the table that LUTValue is.");
     Feature& all = build_.Raw("LUTValueAll", 256, "The table's entries, a byte each.");
-    for (std::size_t i = 0; i < 256; ++i)
+    for (std::size_t i = 0; i < 256; ++i) {
         all.values[0].text[i] = static_cast<char>(i);
+    }
     Feature& value = build_.Int("LUTValue", 0, {0, 255}, 1, "", "Value of the chosen entry.");
     value.intNow = [&index, &all] {
         return std::int64_t{

@@ -57,8 +57,9 @@ bool Library::Build(std::vector<CameraDescription> descriptions, std::string* er
         camera->interfaceHandle = handles_.Add(HandleKind::Interface, index, camera.get());
         Connect(camera->TransportFeatures(), camera->transportHandle, *camera);
         Connect(camera->InterfaceFeatures(), camera->interfaceHandle, *camera);
-        if (g_control.IsUnplugged(index))
+        if (g_control.IsUnplugged(index)) {
             camera->SetUnplugged(true);
+        }
         cameras_.push_back(std::move(camera));
     }
     return true;
@@ -72,17 +73,20 @@ void Library::Connect(FeatureSet& features, ZvkHandle_t handle, Camera& camera)
 
 Camera* Library::FindCamera(const char* id) const
 {
-    for (const auto& camera : cameras_)
-        if (camera->Description().id == id)
+    for (const auto& camera : cameras_) {
+        if (camera->Description().id == id) {
             return camera.get();
+        }
+    }
     return nullptr;
 }
 
 FeatureSet* Library::FeaturesOf(ZvkHandle_t handle) const
 {
     const backend::HandleTable::Entry* entry = handles_.Find(handle);
-    if (entry == nullptr)
+    if (entry == nullptr) {
         return nullptr;
+    }
     auto* camera = static_cast<Camera*>(entry->object);
     switch (entry->name.kind) {
     case HandleKind::TransportLayer:
@@ -106,12 +110,14 @@ void Library::Open(Camera& camera)
     const std::uint32_t index = camera.Index();
     camera.cameraHandle = handles_.Add(HandleKind::Camera, index, &camera);
     camera.localDeviceHandle = handles_.Add(HandleKind::LocalDevice, index, &camera);
-    for (std::uint32_t i = 0; i < camera.Description().streams; ++i)
+    for (std::uint32_t i = 0; i < camera.Description().streams; ++i) {
         camera.streamHandles.push_back(handles_.Add(HandleKind::Stream, index, &camera));
+    }
     Connect(camera.Features(), camera.cameraHandle, camera);
     Connect(camera.LocalDeviceFeatures(), camera.localDeviceHandle, camera);
-    if (!camera.streamHandles.empty())
+    if (!camera.streamHandles.empty()) {
         Connect(camera.StreamFeatures(), camera.streamHandles.front(), camera);
+    }
 }
 
 void Library::Close(Camera& camera, Lock& lock)
@@ -119,11 +125,13 @@ void Library::Close(Camera& camera, Lock& lock)
     camera.EndCapture(lock);
     camera.Flush();
     camera.Frames().RevokeAll();
-    if (!camera.IsOpen())
+    if (!camera.IsOpen()) {
         return; // somebody else closed it while the capture ended
+    }
     camera.Features().At("AcquisitionStop").run();
-    for (const ZvkHandle_t stream : camera.streamHandles)
+    for (const ZvkHandle_t stream : camera.streamHandles) {
         handles_.Remove(stream);
+    }
     handles_.Remove(camera.localDeviceHandle);
     handles_.Remove(camera.cameraHandle);
     std::erase_if(listeners_, [&camera](const InvalidationListener& listener) {
@@ -138,38 +146,46 @@ void Library::Close(Camera& camera, Lock& lock)
 void Library::TearDown(Lock& lock) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     for (const auto& camera : cameras_) {
-        if (!camera->IsOpen())
+        if (!camera->IsOpen()) {
             continue;
+        }
         g_violations.Add("ZvkShutdown", "camera %u is open", camera->Index());
         Close(*camera, lock);
     }
-    while (events_ == Events::Starting)
+    while (events_ == Events::Starting) {
         eventIdle_.Wait(mutex_);
+    }
     stopEvents_ = true;
     eventWake_.WakeAll();
     lock.Unlock();
     eventThread_.Stop();
     lock.Relock();
-    while (users > 0)
+    while (users > 0) {
         unused.Wait(mutex_);
+    }
 }
 
 void Library::NoteChange(ZvkHandle_t handle, const char* name)
 {
-    for (const InvalidationListener& listener : listeners_)
-        if (listener.handle == handle && listener.name == name)
+    for (const InvalidationListener& listener : listeners_) {
+        if (listener.handle == handle && listener.name == name) {
             changes_.push_back(listener);
-    if (!changes_.empty())
+        }
+    }
+    if (!changes_.empty()) {
         eventWake_.WakeAll();
+    }
 }
 
 ZvkError_t Library::Listen(InvalidationListener listener, Lock& lock) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     listeners_.push_back(std::move(listener));
-    while (events_ == Events::Starting)
+    while (events_ == Events::Starting) {
         eventIdle_.Wait(mutex_);
-    if (events_ == Events::On)
+    }
+    if (events_ == Events::On) {
         return ZvkErrorSuccess;
+    }
     events_ = Events::Starting;
     lock.Unlock();
     const bool made = eventThread_.Start(&Library::RunEvents, this);
@@ -188,8 +204,9 @@ bool Library::StopListening(ZvkHandle_t handle, const char* name, ZvkInvalidatio
     const bool found = std::erase_if(listeners_, same) > 0;
     std::erase_if(changes_, same);
     // On return the callback does not run any more, unless it is the caller.
-    while (telling_ && eventThreadId_ != backend::WorkerThread::CurrentThread())
+    while (telling_ && eventThreadId_ != backend::WorkerThread::CurrentThread()) {
         eventIdle_.Wait(mutex_);
+    }
     return found;
 }
 
@@ -231,15 +248,17 @@ Session::Session(const char* entry, bool quiet) : lock_(g_mutex), entry_(entry)
 
 Session::~Session()
 {
-    if (library_ != nullptr && --library_->users == 0)
+    if (library_ != nullptr && --library_->users == 0) {
         library_->unused.WakeAll();
+    }
 }
 
 Camera* Session::FindCamera(ZvkHandle_t handle) const
 {
     auto* camera = static_cast<Camera*>(library_->Handles().Find(handle, HandleKind::Camera));
-    if (camera == nullptr)
+    if (camera == nullptr) {
         BadHandle(handle);
+    }
     return camera;
 }
 
@@ -279,8 +298,9 @@ public:
     ~StartingMark()
     {
         Lock lock(g_mutex);
-        if (set_)
+        if (set_) {
             g_starting = false;
+        }
     }
 
 private:
@@ -302,8 +322,9 @@ bool PlanFault(const PlannedFault& fault, ZvkError_t* refusal)
         if (refusal != nullptr && fault.name == "ZvkStartup" && --nth == 0) {
             *refusal = fault.code;
             nth = 1;
-            if (!fault.always)
+            if (!fault.always) {
                 return true;
+            }
         }
         return EntryPointCalls().FailCall(fault.name.c_str(), nth, fault.code, fault.always);
     }
@@ -324,8 +345,9 @@ bool PlanFault(const PlannedFault& fault, ZvkError_t* refusal)
 // for a fault that names something unknown, or that has this very start fail.
 bool ApplyFaults(SimulationDescription* description, ZvkError_t* refusal, std::string* error)
 {
-    if (g_control.TakeFirstStart() && !PlanFaults(description->faults, refusal, error))
+    if (g_control.TakeFirstStart() && !PlanFaults(description->faults, refusal, error)) {
         return false;
+    }
     for (std::uint32_t i = 0; i < description->cameras.size(); ++i) {
         const ControlState::CameraShape shape = g_control.ShapeOf(i);
         CameraDescription& camera = description->cameras[i];
@@ -342,8 +364,9 @@ bool ApplyFaults(SimulationDescription* description, ZvkError_t* refusal, std::s
 bool PlanFaults(const std::vector<PlannedFault>& faults, ZvkError_t* refusal, std::string* error)
 {
     for (const PlannedFault& fault : faults) {
-        if (PlanFault(fault, refusal))
+        if (PlanFault(fault, refusal)) {
             continue;
+        }
         *error = !fault.name.empty() && fault.kind != PlannedFault::Kind::Hold &&
                          EntryPointCalls().IndexOf(fault.name.c_str()) == backend::CallControl::NoEntry
                      ? "ZvkC.dll has no entry point '" + fault.name + "' to fail"
@@ -367,8 +390,9 @@ ZvkError_t StartLibrary()
     const bool good = LoadDescription(&description, &error) && ApplyFaults(&description, &refusal, &error) &&
                       library->Build(std::move(description.cameras), &error);
     g_control.SetError(error);
-    if (refusal != ZvkErrorSuccess)
+    if (refusal != ZvkErrorSuccess) {
         return refusal;
+    }
     if (!good) {
         std::fprintf(stderr, "%s\n", error.c_str());
         return ZvkErrorBadParameter;
@@ -382,8 +406,9 @@ void ShutDownLibrary() MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
     Lock lock(g_mutex);
     Library* library = g_library;
-    if (library == nullptr || library->closing)
+    if (library == nullptr || library->closing) {
         return; // nothing to shut down; harmless
+    }
     for (const auto& camera : library->Cameras()) {
         if (camera->IsOnOwnThread()) {
             g_violations.Add("ZvkShutdown", "called from a frame callback");

@@ -38,17 +38,21 @@ constexpr PixelFormat Formats[] = {
 
 const PixelFormat* FindPixelFormat(const char* name)
 {
-    for (const PixelFormat& format : Formats)
-        if (std::strcmp(format.name, name) == 0)
+    for (const PixelFormat& format : Formats) {
+        if (std::strcmp(format.name, name) == 0) {
             return &format;
+        }
+    }
     return nullptr;
 }
 
 const PixelFormat* FindPixelFormat(std::uint32_t code)
 {
-    for (const PixelFormat& format : Formats)
-        if (format.code == code)
+    for (const PixelFormat& format : Formats) {
+        if (format.code == code) {
             return &format;
+        }
+    }
     return nullptr;
 }
 

@@ -14,8 +14,9 @@ template <typename Body>
 ZvkError_t WithCamera(const char* entry, ZvkHandle_t handle, Body body)
 {
     Session session(entry);
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Camera* camera = session.FindCamera(handle);
     return camera == nullptr ? ZvkErrorBadHandle : body(session, *camera);
 }
@@ -23,8 +24,9 @@ ZvkError_t WithCamera(const char* entry, ZvkHandle_t handle, Body body)
 // Passes a frame pool's answer on, and its complaint.
 ZvkError_t Report(const Session& session, const backend::FramePool::Answer& answer)
 {
-    if (answer.complaint != nullptr)
+    if (answer.complaint != nullptr) {
         session.Misuse(answer.code, answer.complaint);
+    }
     return answer.code;
 }
 
@@ -33,10 +35,12 @@ ZvkError_t Report(const Session& session, const backend::FramePool::Answer& answ
 ZvkError_t SimulatedRuntime::ZvkPayloadSizeGet(ZvkHandle_t handle, std::uint32_t* payloadSize)
 {
     return WithCamera("ZvkPayloadSizeGet", handle, [=](const Session& session, const Camera& camera) {
-        if (payloadSize == nullptr)
+        if (payloadSize == nullptr) {
             return session.Misuse(ZvkErrorBadParameter, "payloadSize is null");
-        if (g_control.IsUnplugged(camera.Index()))
+        }
+        if (g_control.IsUnplugged(camera.Index())) {
             return ZvkErrorIO;
+        }
         *payloadSize = static_cast<std::uint32_t>(camera.PayloadSize());
         return ZvkErrorSuccess;
     });
@@ -46,12 +50,15 @@ ZvkError_t SimulatedRuntime::ZvkFrameAnnounce(ZvkHandle_t handle, const ZvkFrame
                                               std::uint32_t sizeofFrame)
 {
     return WithCamera("ZvkFrameAnnounce", handle, [=](const Session& session, Camera& camera) {
-        if (frame == nullptr)
+        if (frame == nullptr) {
             return session.Misuse(ZvkErrorBadParameter, "frame is null");
-        if (sizeofFrame != sizeof(ZvkFrame_t))
+        }
+        if (sizeofFrame != sizeof(ZvkFrame_t)) {
             return session.Misuse(ZvkErrorStructSize, "the record's size is not that of ZvkFrame_t");
-        if (camera.streamHandles.empty())
+        }
+        if (camera.streamHandles.empty()) {
             return ZvkErrorNotAvailable;
+        }
         return Report(session, camera.Frames().Announce(frame, camera.PayloadSize()));
     });
 }
@@ -59,10 +66,12 @@ ZvkError_t SimulatedRuntime::ZvkFrameAnnounce(ZvkHandle_t handle, const ZvkFrame
 ZvkError_t SimulatedRuntime::ZvkFrameRevoke(ZvkHandle_t handle, const ZvkFrame_t* frame)
 {
     return WithCamera("ZvkFrameRevoke", handle, [=](const Session& session, Camera& camera) {
-        if (frame == nullptr)
+        if (frame == nullptr) {
             return session.Misuse(ZvkErrorBadParameter, "frame is null");
-        if (!camera.IsOnOwnThread())
+        }
+        if (!camera.IsOnOwnThread()) {
             camera.WaitIdle();
+        }
         return Report(session, camera.Frames().Revoke(frame));
     });
 }
@@ -71,8 +80,9 @@ ZvkError_t SimulatedRuntime::ZvkFrameRevokeAll(ZvkHandle_t handle)
 {
     return WithCamera("ZvkFrameRevokeAll", handle, [](const Session& session, Camera& camera) {
         // A frame that is being handed over is not the caller's yet.
-        if (!camera.IsOnOwnThread())
+        if (!camera.IsOnOwnThread()) {
             camera.WaitIdle();
+        }
         return Report(session, camera.Frames().RevokeAll());
     });
 }
@@ -80,10 +90,12 @@ ZvkError_t SimulatedRuntime::ZvkFrameRevokeAll(ZvkHandle_t handle)
 ZvkError_t SimulatedRuntime::ZvkCaptureStart(ZvkHandle_t handle)
 {
     return WithCamera("ZvkCaptureStart", handle, [](Session& session, Camera& camera) {
-        if (camera.IsCapturing())
+        if (camera.IsCapturing()) {
             return session.Misuse(ZvkErrorAlready, "the camera is capturing already");
-        if (camera.streamHandles.empty())
+        }
+        if (camera.streamHandles.empty()) {
             return ZvkErrorNotAvailable;
+        }
         return camera.StartCapture(session.Held());
     });
 }
@@ -91,8 +103,9 @@ ZvkError_t SimulatedRuntime::ZvkCaptureStart(ZvkHandle_t handle)
 ZvkError_t SimulatedRuntime::ZvkCaptureEnd(ZvkHandle_t handle)
 {
     return WithCamera("ZvkCaptureEnd", handle, [](Session& session, Camera& camera) {
-        if (camera.IsOnOwnThread())
+        if (camera.IsOnOwnThread()) {
             return session.Misuse(ZvkErrorInvalidCall, "called from a frame callback");
+        }
         return camera.EndCapture(session.Held());
     });
 }
@@ -101,12 +114,15 @@ ZvkError_t SimulatedRuntime::ZvkCaptureFrameQueue(ZvkHandle_t handle, const ZvkF
                                                   ZvkFrameCallback callback)
 {
     return WithCamera("ZvkCaptureFrameQueue", handle, [=](const Session& session, Camera& camera) {
-        if (frame == nullptr)
+        if (frame == nullptr) {
             return session.Misuse(ZvkErrorBadParameter, "frame is null");
-        if (!camera.IsCapturing())
+        }
+        if (!camera.IsCapturing()) {
             return session.Misuse(ZvkErrorInvalidCall, "the camera is not capturing");
-        if (callback != nullptr)
+        }
+        if (callback != nullptr) {
             g_control.Remember(camera.Index(), {callback, camera.cameraHandle, camera.streamHandles.front()});
+        }
         return Report(session, camera.Frames().Queue(frame, callback, camera.PayloadSize()));
     });
 }
@@ -115,12 +131,15 @@ ZvkError_t SimulatedRuntime::ZvkCaptureFrameWait(ZvkHandle_t handle, const ZvkFr
                                                  std::uint32_t timeout)
 {
     return WithCamera("ZvkCaptureFrameWait", handle, [=](const Session& session, Camera& camera) {
-        if (frame == nullptr)
+        if (frame == nullptr) {
             return session.Misuse(ZvkErrorBadParameter, "frame is null");
-        if (!camera.Frames().IsAnnounced(frame))
+        }
+        if (!camera.Frames().IsAnnounced(frame)) {
             return session.Misuse(ZvkErrorNotFound, "the frame is not announced");
-        if (camera.IsOnOwnThread())
+        }
+        if (camera.IsOnOwnThread()) {
             return session.Misuse(ZvkErrorInvalidCall, "called from a frame callback");
+        }
         return camera.WaitFrame(frame, std::chrono::milliseconds(timeout)) ? ZvkErrorSuccess
                                                                            : ZvkErrorTimeout;
     });
@@ -140,18 +159,22 @@ ZvkError_t SimulatedRuntime::ZvkChunkDataAccess(const ZvkFrame_t* frame, void* c
 {
     using ChunkCallback = ZvkError_t (*)(ZvkHandle_t chunks, void* userContext);
     Session session("ZvkChunkDataAccess");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (frame == nullptr || callback == nullptr)
+    }
+    if (frame == nullptr || callback == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "frame or callback is null");
+    }
     const auto& cameras = session.Get().Cameras();
     const auto owner = std::find_if(cameras.begin(), cameras.end(), [frame](const auto& camera) {
         return camera->Frames().IsAnnounced(frame);
     });
-    if (owner == cameras.end())
+    if (owner == cameras.end()) {
         return session.Misuse(ZvkErrorNotFound, "the frame is not announced");
-    if (!(*owner)->HasChunks(frame))
+    }
+    if (!(*owner)->HasChunks(frame)) {
         return ZvkErrorNotAvailable;
+    }
     FeatureSet chunks;
     FeatureBuilder build(chunks);
     build.Category("ChunkDataControl");

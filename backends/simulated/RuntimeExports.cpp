@@ -20,8 +20,9 @@ namespace {
 // The camera of an index; null when there is no such one.
 Camera* CameraAt(const Session& session, std::uint32_t index)
 {
-    if (!session.IsStarted() || index >= session.Get().Cameras().size())
+    if (!session.IsStarted() || index >= session.Get().Cameras().size()) {
         return nullptr;
+    }
     return session.Get().Cameras()[index].get();
 }
 
@@ -29,11 +30,13 @@ Camera* CameraAt(const Session& session, std::uint32_t index)
 template <typename Body>
 std::int32_t WithCamera(std::uint32_t index, Body body)
 {
-    if (backend::ProcessIsEnding())
+    if (backend::ProcessIsEnding()) {
         return ZvkErrorApiNotStarted;
+    }
     Session session("", true);
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Camera* camera = CameraAt(session, index);
     return camera == nullptr ? ZvkErrorNotFound : body(*camera);
 }
@@ -41,11 +44,14 @@ std::int32_t WithCamera(std::uint32_t index, Body body)
 // The set that holds a feature of the camera or its stream; null for an unknown name.
 FeatureSet* SetOf(Camera& camera, const char* name)
 {
-    if (name == nullptr)
+    if (name == nullptr) {
         return nullptr;
-    for (FeatureSet* set : {&camera.Features(), &camera.StreamFeatures()})
-        if (set->Find(name) != nullptr)
+    }
+    for (FeatureSet* set : {&camera.Features(), &camera.StreamFeatures()}) {
+        if (set->Find(name) != nullptr) {
             return set;
+        }
+    }
     return nullptr;
 }
 
@@ -70,15 +76,18 @@ SIM_CONTROL_FUNCTIONS(DECLARE)
 
 void SimReset()
 {
-    if (backend::ProcessIsEnding())
+    if (backend::ProcessIsEnding()) {
         return;
+    }
     g_entryPointCalls.Reset();
     g_violations.Clear();
     g_control.Reset();
     Session session("", true);
-    if (session.IsStarted())
-        for (const auto& camera : session.Get().Cameras())
+    if (session.IsStarted()) {
+        for (const auto& camera : session.Get().Cameras()) {
             camera->SetUnplugged(false);
+        }
+    }
 }
 
 std::int32_t SimSetDescription(const char* tomlText)
@@ -99,10 +108,12 @@ std::int32_t SimFailCall(const char* entry, std::uint32_t nth, std::int32_t code
 
 std::int32_t SimFailCalls(const SimFault* faults, std::uint32_t count)
 {
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (std::uint32_t i = 0; i < count; ++i) {
         if (!g_entryPointCalls.FailCall(faults[i].entry, faults[i].nth, faults[i].code,
-                                        faults[i].forever != 0))
+                                        faults[i].forever != 0)) {
             return ZvkErrorBadParameter;
+        }
+    }
     return ZvkErrorSuccess;
 }
 
@@ -130,28 +141,35 @@ std::int32_t SimScriptCameraCounts(const std::uint32_t* counts, std::uint32_t n)
 std::int32_t SimEmitFrame(std::uint32_t cameraIndex, const SimFrameRequest* request)
 {
     return WithCamera(cameraIndex, [=](Camera& camera) {
-        if (camera.IsOnOwnThread())
+        if (camera.IsOnOwnThread()) {
             return ZvkErrorInvalidCall;
+        }
         return g_control.IsUnplugged(camera.Index()) ? ZvkErrorIO : camera.Emit(request);
     });
 }
 
 std::int32_t SimInvokeCallback(std::uint32_t cameraIndex, void* cameraHandle, void* streamHandle, void* frame)
 {
-    if (backend::ProcessIsEnding())
+    if (backend::ProcessIsEnding()) {
         return ZvkErrorApiNotStarted;
-    if (cameraIndex >= ControlState::MaxCameras)
+    }
+    if (cameraIndex >= ControlState::MaxCameras) {
         return ZvkErrorNotFound;
+    }
     Invocation call{g_control.Recall(cameraIndex), static_cast<ZvkFrame_t*>(frame)};
-    if (call.registration.callback == nullptr)
+    if (call.registration.callback == nullptr) {
         return ZvkErrorNotAvailable;
-    if (cameraHandle != SIM_OWN_HANDLE)
+    }
+    if (cameraHandle != SIM_OWN_HANDLE) {
         call.registration.camera = cameraHandle;
-    if (streamHandle != SIM_OWN_HANDLE)
+    }
+    if (streamHandle != SIM_OWN_HANDLE) {
         call.registration.stream = streamHandle;
+    }
     backend::WorkerThread thread;
-    if (!thread.Start(&Invoke, &call))
+    if (!thread.Start(&Invoke, &call)) {
         return ZvkErrorResources;
+    }
     thread.Wait();
     return ZvkErrorSuccess;
 }
@@ -172,19 +190,22 @@ std::int32_t SimPlanFaults(const char* text, char* error, std::uint32_t size)
 {
     std::vector<PlannedFault> faults;
     std::string reason;
-    if (backend::ProcessIsEnding())
+    if (backend::ProcessIsEnding()) {
         return ZvkErrorApiNotStarted;
+    }
     const bool good =
         text != nullptr && ParseFaults(text, &faults, &reason) && PlanFaults(faults, nullptr, &reason);
-    if (error != nullptr && size > 0)
+    if (error != nullptr && size > 0) {
         std::snprintf(error, size, "%s", reason.c_str());
+    }
     return good ? ZvkErrorSuccess : ZvkErrorBadParameter;
 }
 
 std::int32_t SimUnplug(std::uint32_t cameraIndex, std::uint32_t unplugged)
 {
-    if (cameraIndex >= ControlState::MaxCameras)
+    if (cameraIndex >= ControlState::MaxCameras) {
         return ZvkErrorNotFound;
+    }
     g_control.SetUnplugged(cameraIndex, unplugged != 0);
     WithCamera(cameraIndex, [=](Camera& camera) {
         camera.SetUnplugged(unplugged != 0);
@@ -197,11 +218,13 @@ std::int32_t SimReadFeature(std::uint32_t cameraIndex, const char* name, char* b
 {
     return WithCamera(cameraIndex, [=](Camera& camera) {
         const FeatureSet* set = SetOf(camera, name);
-        if (set == nullptr)
+        if (set == nullptr) {
             return ZvkErrorNotFound;
+        }
         const std::string text = set->ValueText(set->At(name));
-        if (buffer == nullptr || size <= text.size())
+        if (buffer == nullptr || size <= text.size()) {
             return ZvkErrorMoreData;
+        }
         std::memcpy(buffer, text.c_str(), text.size() + 1);
         return ZvkErrorSuccess;
     });
@@ -211,8 +234,9 @@ std::int32_t SimWriteFeature(std::uint32_t cameraIndex, const char* name, const 
 {
     return WithCamera(cameraIndex, [=](Camera& camera) {
         FeatureSet* set = SetOf(camera, name);
-        if (set == nullptr || value == nullptr)
+        if (set == nullptr || value == nullptr) {
             return ZvkErrorNotFound;
+        }
         return set->SetValueText(set->At(name), value);
     });
 }
@@ -220,8 +244,9 @@ std::int32_t SimWriteFeature(std::uint32_t cameraIndex, const char* name, const 
 std::int32_t SimCameraHandles(std::uint32_t cameraIndex, void** cameraHandle, void** streamHandle)
 {
     return WithCamera(cameraIndex, [=](const Camera& camera) {
-        if (!camera.IsOpen())
+        if (!camera.IsOpen()) {
             return ZvkErrorDeviceNotOpen;
+        }
         *cameraHandle = camera.cameraHandle;
         *streamHandle = camera.streamHandles.empty() ? nullptr : camera.streamHandles.front();
         return ZvkErrorSuccess;
@@ -256,12 +281,14 @@ void SimClearViolations()
 void SimState(SimStateInfo* state)
 {
     *state = {};
-    if (backend::ProcessIsEnding())
+    if (backend::ProcessIsEnding()) {
         return;
+    }
     Session session("", true);
     state->workerThreads = backend::WorkerThread::AliveCount();
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return;
+    }
     state->started = 1;
     state->describedCameras = static_cast<std::uint32_t>(session.Get().Cameras().size());
     for (const auto& camera : session.Get().Cameras()) {

@@ -19,18 +19,23 @@ template <typename Body>
 ZvkError_t WithFeature(const char* entry, ZvkHandle_t handle, const char* name, bool outputsGiven, Body body)
 {
     Session session(entry);
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     FeatureSet* features = session.Get().FeaturesOf(handle);
-    if (features == nullptr)
+    if (features == nullptr) {
         return session.BadHandle(handle);
-    if (name == nullptr)
+    }
+    if (name == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "the feature's name is null");
-    if (!outputsGiven)
+    }
+    if (!outputsGiven) {
         return session.Misuse(ZvkErrorBadParameter, "an output or a value is null");
+    }
     const backend::HandleTable::Entry* known = session.Get().Handles().Find(handle);
-    if (known->name.kind == backend::HandleKind::Camera && g_control.IsUnplugged(known->name.index))
+    if (known->name.kind == backend::HandleKind::Camera && g_control.IsUnplugged(known->name.index)) {
         return ZvkErrorIO;
+    }
     Feature* feature = features->Find(name);
     return feature == nullptr ? ZvkErrorNotFound : body(*features, *feature);
 }
@@ -42,15 +47,19 @@ ZvkError_t SimulatedRuntime::ZvkFeaturesList(ZvkHandle_t handle, ZvkFeatureInfo_
                                              std::uint32_t sizeofFeatureInfo)
 {
     Session session("ZvkFeaturesList");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     const FeatureSet* set = session.Get().FeaturesOf(handle);
-    if (set == nullptr)
+    if (set == nullptr) {
         return session.BadHandle(handle);
-    if (numFound == nullptr)
+    }
+    if (numFound == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "numFound is null");
-    if (sizeofFeatureInfo != sizeof(ZvkFeatureInfo_t))
+    }
+    if (sizeofFeatureInfo != sizeof(ZvkFeatureInfo_t)) {
         return session.Misuse(ZvkErrorStructSize, "the record's size is not that of ZvkFeatureInfo_t");
+    }
     return FillList(features, listLength, numFound, set->Size(),
                     [set](std::size_t i) { return FeatureInfo((*set)[i]); });
 }
@@ -81,9 +90,11 @@ ZvkError_t SimulatedRuntime::ZvkFeatureListSelected(ZvkHandle_t handle, const ch
                                return ZvkErrorStructSize;
                            }
                            std::vector<const Feature*> selected;
-                           for (std::size_t i = 0; i < set.Size(); ++i)
-                               if (set[i].selector == &selector)
+                           for (std::size_t i = 0; i < set.Size(); ++i) {
+                               if (set[i].selector == &selector) {
                                    selected.push_back(&set[i]);
+                               }
+                           }
                            return FillList(features, listLength, numFound, selected.size(),
                                            [&selected](std::size_t i) { return FeatureInfo(*selected[i]); });
                        });
@@ -94,10 +105,12 @@ ZvkError_t SimulatedRuntime::ZvkFeatureAccessQuery(ZvkHandle_t handle, const cha
 {
     const bool given = isReadable != nullptr || isWriteable != nullptr;
     return WithFeature("ZvkFeatureAccessQuery", handle, name, given, [=](FeatureSet& set, Feature& feature) {
-        if (isReadable != nullptr)
+        if (isReadable != nullptr) {
             *isReadable = set.IsReadable(feature) ? 1 : 0;
-        if (isWriteable != nullptr)
+        }
+        if (isWriteable != nullptr) {
             *isWriteable = set.IsWritable(feature) ? 1 : 0;
+        }
         return ZvkErrorSuccess;
     });
 }
@@ -119,10 +132,12 @@ ZvkError_t SimulatedRuntime::ZvkFeatureIntRangeQuery(ZvkHandle_t handle, const c
 {
     const bool given = minimum != nullptr && maximum != nullptr;
     return WithFeature("ZvkFeatureIntRangeQuery", handle, name, given, [=](FeatureSet&, Feature& feature) {
-        if (feature.type != ZvkFeatureDataInt)
+        if (feature.type != ZvkFeatureDataInt) {
             return ZvkErrorWrongType;
-        if (!feature.IsAvailable())
+        }
+        if (!feature.IsAvailable()) {
             return ZvkErrorNotAvailable;
+        }
         const auto range = feature.IntRange();
         *minimum = range.minimum;
         *maximum = range.maximum;
@@ -135,8 +150,9 @@ ZvkError_t SimulatedRuntime::ZvkFeatureIntIncrementQuery(ZvkHandle_t handle, con
 {
     return WithFeature("ZvkFeatureIntIncrementQuery", handle, name, increment != nullptr,
                        [=](FeatureSet&, Feature& feature) {
-                           if (feature.type != ZvkFeatureDataInt)
+                           if (feature.type != ZvkFeatureDataInt) {
                                return ZvkErrorWrongType;
+                           }
                            *increment = feature.increment;
                            return ZvkErrorSuccess;
                        });
@@ -148,10 +164,12 @@ ZvkError_t SimulatedRuntime::ZvkFeatureIntValidValueSetQuery(ZvkHandle_t handle,
 {
     return WithFeature("ZvkFeatureIntValidValueSetQuery", handle, name, numFound != nullptr,
                        [=](FeatureSet&, Feature& feature) {
-                           if (feature.type != ZvkFeatureDataInt)
+                           if (feature.type != ZvkFeatureDataInt) {
                                return ZvkErrorWrongType;
-                           if (feature.validValues.empty())
+                           }
+                           if (feature.validValues.empty()) {
                                return ZvkErrorNotAvailable; // it has a range instead
+                           }
                            return FillList(values, listLength, numFound, feature.validValues.size(),
                                            [&feature](std::size_t i) { return feature.validValues[i]; });
                        });
@@ -174,10 +192,12 @@ ZvkError_t SimulatedRuntime::ZvkFeatureFloatRangeQuery(ZvkHandle_t handle, const
 {
     const bool given = minimum != nullptr && maximum != nullptr;
     return WithFeature("ZvkFeatureFloatRangeQuery", handle, name, given, [=](FeatureSet&, Feature& feature) {
-        if (feature.type != ZvkFeatureDataFloat)
+        if (feature.type != ZvkFeatureDataFloat) {
             return ZvkErrorWrongType;
-        if (!feature.IsAvailable())
+        }
+        if (!feature.IsAvailable()) {
             return ZvkErrorNotAvailable;
+        }
         const auto range = feature.FloatRange();
         *minimum = range.minimum;
         *maximum = range.maximum;
@@ -191,8 +211,9 @@ ZvkError_t SimulatedRuntime::ZvkFeatureFloatIncrementQuery(ZvkHandle_t handle, c
     const bool given = hasIncrement != nullptr && increment != nullptr;
     return WithFeature("ZvkFeatureFloatIncrementQuery", handle, name, given,
                        [=](FeatureSet&, Feature& feature) {
-                           if (feature.type != ZvkFeatureDataFloat)
+                           if (feature.type != ZvkFeatureDataFloat) {
                                return ZvkErrorWrongType;
+                           }
                            *hasIncrement = 0; // the cameras' real numbers are free within their range
                            *increment = 0;
                            return ZvkErrorSuccess;
@@ -217,8 +238,9 @@ ZvkError_t SimulatedRuntime::ZvkFeatureEnumRangeQuery(ZvkHandle_t handle, const 
 {
     return WithFeature(
         "ZvkFeatureEnumRangeQuery", handle, name, numFilled != nullptr, [=](FeatureSet&, Feature& feature) {
-            if (feature.type != ZvkFeatureDataEnum)
+            if (feature.type != ZvkFeatureDataEnum) {
                 return ZvkErrorWrongType;
+            }
             return FillList(entries, listLength, numFilled, feature.entries.size(),
                             [&feature](std::size_t i) { return feature.entries[i].name.c_str(); });
         });
@@ -232,8 +254,9 @@ ZvkError_t WithEntry(const char* entryPoint, ZvkHandle_t handle, const char* nam
                      Body body)
 {
     return WithFeature(entryPoint, handle, name, given, [&](FeatureSet&, Feature& feature) {
-        if (feature.type != ZvkFeatureDataEnum)
+        if (feature.type != ZvkFeatureDataEnum) {
             return ZvkErrorWrongType;
+        }
         const EnumEntry* entry = feature.FindEntry(key);
         return entry == nullptr ? ZvkErrorNotFound : body(feature, *entry);
     });
@@ -317,8 +340,9 @@ ZvkError_t SimulatedRuntime::ZvkFeatureStringMaxlengthQuery(ZvkHandle_t handle, 
 {
     return WithFeature("ZvkFeatureStringMaxlengthQuery", handle, name, maxLength != nullptr,
                        [=](FeatureSet&, Feature& feature) {
-                           if (feature.type != ZvkFeatureDataString)
+                           if (feature.type != ZvkFeatureDataString) {
                                return ZvkErrorWrongType;
+                           }
                            *maxLength = feature.maxLength;
                            return ZvkErrorSuccess;
                        });
@@ -374,8 +398,9 @@ ZvkError_t SimulatedRuntime::ZvkFeatureRawLengthQuery(ZvkHandle_t handle, const 
 {
     return WithFeature("ZvkFeatureRawLengthQuery", handle, name, length != nullptr,
                        [=](FeatureSet&, Feature& feature) {
-                           if (feature.type != ZvkFeatureDataRaw)
+                           if (feature.type != ZvkFeatureDataRaw) {
                                return ZvkErrorWrongType;
+                           }
                            *length = feature.maxLength;
                            return ZvkErrorSuccess;
                        });
@@ -386,15 +411,19 @@ ZvkError_t SimulatedRuntime::ZvkFeatureInvalidationRegister(ZvkHandle_t handle, 
                                                             void* userContext)
 {
     Session session("ZvkFeatureInvalidationRegister");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     const FeatureSet* features = session.Get().FeaturesOf(handle);
-    if (features == nullptr)
+    if (features == nullptr) {
         return session.BadHandle(handle);
-    if (name == nullptr || callback == nullptr)
+    }
+    if (name == nullptr || callback == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "the feature's name or the callback is null");
-    if (features->Find(name) == nullptr)
+    }
+    if (features->Find(name) == nullptr) {
         return ZvkErrorNotFound;
+    }
     return session.Get().Listen({handle, name, callback, userContext}, session.Held());
 }
 
@@ -402,12 +431,15 @@ ZvkError_t SimulatedRuntime::ZvkFeatureInvalidationUnregister(ZvkHandle_t handle
                                                               ZvkInvalidationCallback callback)
 {
     Session session("ZvkFeatureInvalidationUnregister");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (session.Get().FeaturesOf(handle) == nullptr)
+    }
+    if (session.Get().FeaturesOf(handle) == nullptr) {
         return session.BadHandle(handle);
-    if (name == nullptr || callback == nullptr)
+    }
+    if (name == nullptr || callback == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "the feature's name or the callback is null");
+    }
     const bool found = session.Get().StopListening(handle, name, callback, session.Held());
     return found ? ZvkErrorSuccess : ZvkErrorNotFound;
 }

@@ -36,17 +36,21 @@ ZvkError_t ListHandles(const char* entry, ZvkHandle_t Camera::*member, ZvkHandle
                        std::uint32_t listLength, std::uint32_t* numFound)
 {
     Session session(entry);
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (numFound == nullptr)
+    }
+    if (numFound == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "numFound is null");
+    }
     const auto& cameras = session.Get().Cameras();
     *numFound = static_cast<std::uint32_t>(cameras.size());
-    if (handles == nullptr)
+    if (handles == nullptr) {
         return ZvkErrorSuccess;
+    }
     const std::size_t count = std::min<std::size_t>(listLength, cameras.size());
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         handles[i] = (*cameras[i]).*member;
+    }
     return count < cameras.size() ? ZvkErrorMoreData : ZvkErrorSuccess;
 }
 
@@ -78,25 +82,32 @@ ZvkError_t SimulatedRuntime::ZvkCamerasList(ZvkCameraInfo_t* cameras, std::uint3
                                             std::uint32_t* numFound, std::uint32_t sizeofCameraInfo)
 {
     Session session("ZvkCamerasList");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (numFound == nullptr)
+    }
+    if (numFound == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "numFound is null");
-    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t))
+    }
+    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t)) {
         return session.Misuse(ZvkErrorStructSize, "the record's size is not that of ZvkCameraInfo_t");
+    }
     std::uint32_t visible = 0;
-    for (const auto& camera : session.Get().Cameras())
+    for (const auto& camera : session.Get().Cameras()) {
         visible += g_control.IsUnplugged(camera->Index()) ? 0 : 1;
+    }
     const std::uint32_t count = g_control.NextCameraCount(visible);
     *numFound = count;
-    if (cameras == nullptr)
+    if (cameras == nullptr) {
         return ZvkErrorSuccess;
+    }
     std::uint32_t filled = 0;
     for (const auto& camera : session.Get().Cameras()) {
-        if (filled == std::min(count, listLength))
+        if (filled == std::min(count, listLength)) {
             break;
-        if (!g_control.IsUnplugged(camera->Index()))
+        }
+        if (!g_control.IsUnplugged(camera->Index())) {
             cameras[filled++] = CameraInfo(*camera);
+        }
     }
     return filled < count ? ZvkErrorMoreData : ZvkErrorSuccess;
 }
@@ -105,15 +116,19 @@ ZvkError_t SimulatedRuntime::ZvkCameraInfoQueryByHandle(ZvkHandle_t cameraHandle
                                                         std::uint32_t sizeofCameraInfo)
 {
     Session session("ZvkCameraInfoQueryByHandle");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     const Camera* camera = session.FindCamera(cameraHandle);
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (info == nullptr)
+    }
+    if (info == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "info is null");
-    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t))
+    }
+    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t)) {
         return session.Misuse(ZvkErrorStructSize, "the record's size is not that of ZvkCameraInfo_t");
+    }
     *info = CameraInfo(*camera);
     return ZvkErrorSuccess;
 }
@@ -122,15 +137,19 @@ ZvkError_t SimulatedRuntime::ZvkCameraInfoQuery(const char* idString, ZvkCameraI
                                                 std::uint32_t sizeofCameraInfo)
 {
     Session session("ZvkCameraInfoQuery");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (idString == nullptr || info == nullptr)
+    }
+    if (idString == nullptr || info == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "idString or info is null");
-    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t))
+    }
+    if (sizeofCameraInfo != sizeof(ZvkCameraInfo_t)) {
         return session.Misuse(ZvkErrorStructSize, "the record's size is not that of ZvkCameraInfo_t");
+    }
     const Camera* camera = session.Get().FindCamera(idString);
-    if (camera == nullptr || g_control.IsUnplugged(camera->Index()))
+    if (camera == nullptr || g_control.IsUnplugged(camera->Index())) {
         return ZvkErrorNotFound;
+    }
     *info = CameraInfo(*camera);
     return ZvkErrorSuccess;
 }
@@ -139,17 +158,22 @@ ZvkError_t SimulatedRuntime::ZvkCameraOpen(const char* idString, std::uint32_t a
                                            ZvkHandle_t* cameraHandle)
 {
     Session session("ZvkCameraOpen");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
-    if (idString == nullptr || cameraHandle == nullptr)
+    }
+    if (idString == nullptr || cameraHandle == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "idString or cameraHandle is null");
-    if (accessMode != ZvkAccessModeFull)
+    }
+    if (accessMode != ZvkAccessModeFull) {
         return ZvkErrorNotSupported; // one process, one client: there is nobody to share with
+    }
     Camera* camera = session.Get().FindCamera(idString);
-    if (camera == nullptr || g_control.IsUnplugged(camera->Index()))
+    if (camera == nullptr || g_control.IsUnplugged(camera->Index())) {
         return ZvkErrorNotFound;
-    if (camera->IsOpen() || camera->Description().busy)
+    }
+    if (camera->IsOpen() || camera->Description().busy) {
         return ZvkErrorInUse;
+    }
     camera->SetUnplugged(false); // it is back
     session.Get().Open(*camera);
     *cameraHandle = camera->cameraHandle;
@@ -159,17 +183,22 @@ ZvkError_t SimulatedRuntime::ZvkCameraOpen(const char* idString, std::uint32_t a
 ZvkError_t SimulatedRuntime::ZvkCameraClose(ZvkHandle_t cameraHandle)
 {
     Session session("ZvkCameraClose");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Camera* camera = session.FindCamera(cameraHandle);
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (camera->IsOnOwnThread())
+    }
+    if (camera->IsOnOwnThread()) {
         return session.Misuse(ZvkErrorInvalidCall, "called from a frame callback");
-    if (camera->IsCapturing())
+    }
+    if (camera->IsCapturing()) {
         session.Misuse(ZvkErrorInUse, "the camera is capturing");
-    if (camera->Frames().AnnouncedCount() > 0)
+    }
+    if (camera->Frames().AnnouncedCount() > 0) {
         session.Misuse(ZvkErrorInUse, "frames are announced");
+    }
     session.Get().Close(*camera, session.Held());
     return ZvkErrorSuccess;
 }
@@ -192,8 +221,9 @@ namespace {
 std::uint32_t ReachableBytes(const Camera& camera, std::uint64_t address, std::uint32_t size,
                              const std::vector<std::uint8_t>& memory)
 {
-    if (address >= memory.size() || g_control.IsUnplugged(camera.Index()))
+    if (address >= memory.size() || g_control.IsUnplugged(camera.Index())) {
         return 0;
+    }
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(size, memory.size() - address));
 }
 
@@ -204,18 +234,23 @@ ZvkError_t SimulatedRuntime::ZvkMemoryRead(ZvkHandle_t handle, std::uint64_t add
                                            std::uint32_t* sizeComplete)
 {
     Session session("ZvkMemoryRead");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Camera* camera = session.FindCamera(handle);
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (buffer == nullptr)
+    }
+    if (buffer == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "buffer is null");
+    }
     const std::uint32_t bytes = ReachableBytes(*camera, address, bufferSize, camera->Memory());
-    if (bytes > 0)
+    if (bytes > 0) {
         std::memcpy(buffer, camera->Memory().data() + address, bytes);
-    if (sizeComplete != nullptr)
+    }
+    if (sizeComplete != nullptr) {
         *sizeComplete = bytes;
+    }
     return bytes == bufferSize ? ZvkErrorSuccess : ZvkErrorIncomplete;
 }
 
@@ -226,20 +261,26 @@ ZvkError_t SimulatedRuntime::ZvkMemoryWrite(ZvkHandle_t handle, std::uint64_t ad
     // Below this lie the registers that say who the camera is.
     constexpr std::uint64_t firstWritable = 0x1000;
     Session session("ZvkMemoryWrite");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Camera* camera = session.FindCamera(handle);
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (buffer == nullptr)
+    }
+    if (buffer == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "buffer is null");
-    if (address < firstWritable)
+    }
+    if (address < firstWritable) {
         return ZvkErrorInvalidAccess;
+    }
     const std::uint32_t bytes = ReachableBytes(*camera, address, bufferSize, camera->Memory());
-    if (bytes > 0)
+    if (bytes > 0) {
         std::memcpy(camera->Memory().data() + address, buffer, bytes);
-    if (sizeComplete != nullptr)
+    }
+    if (sizeComplete != nullptr) {
         *sizeComplete = bytes;
+    }
     return bytes == bufferSize ? ZvkErrorSuccess : ZvkErrorIncomplete;
 }
 
@@ -247,20 +288,24 @@ ZvkError_t SimulatedRuntime::ZvkMemoryWrite(ZvkHandle_t handle, std::uint64_t ad
 ZvkError_t SimulatedRuntime::ZvkSettingsSave(ZvkHandle_t handle, const char* filePath)
 {
     Session session("ZvkSettingsSave");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Camera* camera = session.FindCamera(handle);
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (filePath == nullptr)
+    }
+    if (filePath == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "filePath is null");
+    }
     std::string lines;
     const FeatureSet& features = camera->Features();
     for (std::size_t i = 0; i < features.Size(); ++i) {
         const Feature& feature = features[i];
         const bool hasValue = feature.type != ZvkFeatureDataCommand && feature.type != ZvkFeatureDataRaw;
-        if (hasValue && feature.readable && features.IsWritable(feature))
+        if (hasValue && feature.readable && features.IsWritable(feature)) {
             lines += feature.name + '=' + features.ValueText(feature) + '\n';
+        }
     }
     return backend::WriteWholeFile(backend::PathFromUtf8(filePath), lines) ? ZvkErrorSuccess : ZvkErrorIO;
 }
@@ -268,25 +313,31 @@ ZvkError_t SimulatedRuntime::ZvkSettingsSave(ZvkHandle_t handle, const char* fil
 ZvkError_t SimulatedRuntime::ZvkSettingsLoad(ZvkHandle_t handle, const char* filePath)
 {
     Session session("ZvkSettingsLoad");
-    if (!session.IsStarted())
+    if (!session.IsStarted()) {
         return ZvkErrorApiNotStarted;
+    }
     Camera* camera = session.FindCamera(handle);
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return ZvkErrorBadHandle;
-    if (filePath == nullptr)
+    }
+    if (filePath == nullptr) {
         return session.Misuse(ZvkErrorBadParameter, "filePath is null");
-    if (camera->IsAcquiring())
+    }
+    if (camera->IsAcquiring()) {
         return ZvkErrorInvalidCall;
+    }
     std::string text;
-    if (!backend::ReadWholeFile(backend::PathFromUtf8(filePath), &text))
+    if (!backend::ReadWholeFile(backend::PathFromUtf8(filePath), &text)) {
         return ZvkErrorNotFound;
+    }
     std::vector<std::pair<std::string, std::string>> settings;
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
         const std::string line = text.substr(begin, end - begin);
         const std::size_t equals = line.find('=');
-        if (equals != std::string::npos)
+        if (equals != std::string::npos) {
             settings.emplace_back(line.substr(0, equals), line.substr(equals + 1));
+        }
         begin = end + 1;
     }
     // Limits depend on other features: what is refused now may fit once the others are set.

@@ -22,8 +22,9 @@ constexpr long kMarker = SYS_getppid;
 // Runs the child to its next entry into or return from the system; false when it has ended.
 bool Proceed(pid_t child, int* status)
 {
-    if (ptrace(PTRACE_SYSCALL, child, nullptr, nullptr) != 0 || waitpid(child, status, 0) != child)
+    if (ptrace(PTRACE_SYSCALL, child, nullptr, nullptr) != 0 || waitpid(child, status, 0) != child) {
         throw std::runtime_error("cannot follow the child process");
+    }
     return !WIFEXITED(*status) && !WIFSIGNALED(*status);
 }
 
@@ -47,23 +48,28 @@ void Follow(pid_t child, Counts& counts)
 {
     int status = 0;
     waitpid(child, &status, 0);
-    if (!WIFSTOPPED(status) || ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD) != 0)
+    if (!WIFSTOPPED(status) || ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD) != 0) {
         throw std::runtime_error("cannot trace a child process");
+    }
     int markers = 0;
     while (Proceed(child, &status)) {
         __ptrace_syscall_info info = {};
         const bool atSystemCall = WIFSTOPPED(status) && WSTOPSIG(status) == (SIGTRAP | 0x80);
         if (!atSystemCall || ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof info, &info) <= 0 ||
-            info.op != PTRACE_SYSCALL_INFO_ENTRY)
+            info.op != PTRACE_SYSCALL_INFO_ENTRY) {
             continue;
+        }
         const auto number = static_cast<long>(info.entry.nr);
-        if (number == kMarker)
+        if (number == kMarker) {
             ++markers;
-        else if (markers == 1)
+        }
+        else if (markers == 1) {
             ++(number == SYS_write ? counts.writes : counts.otherSystemCalls);
+        }
     }
-    if (markers != 2 || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
+    if (markers != 2 || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
         throw std::runtime_error("the traced process failed");
+    }
 }
 
 // The child's part.
@@ -89,8 +95,9 @@ std::uint64_t WriteCalls()
 {
     std::ifstream counters("/proc/self/io");
     for (std::string line; std::getline(counters, line);) {
-        if (line.rfind("syscw: ", 0) == 0)
+        if (line.rfind("syscw: ", 0) == 0) {
             return std::stoull(line.substr(7));
+        }
     }
     throw std::runtime_error("/proc/self/io does not tell the write calls");
 }
@@ -98,11 +105,13 @@ std::uint64_t WriteCalls()
 Counts CountInChild(const std::function<void()>& prepare, const std::function<void()>& counted)
 {
     int pipeEnds[2];
-    if (pipe(pipeEnds) != 0)
+    if (pipe(pipeEnds) != 0) {
         throw std::runtime_error("cannot make a pipe");
+    }
     const pid_t child = fork();
-    if (child < 0)
+    if (child < 0) {
         throw std::runtime_error("cannot start a child process");
+    }
     if (child == 0) {
         int result = 1;
         try {
@@ -120,8 +129,9 @@ Counts CountInChild(const std::function<void()>& prepare, const std::function<vo
     const bool complete = read(pipeEnds[0], &own, sizeof own) == sizeof own;
     close(pipeEnds[0]);
     close(pipeEnds[1]);
-    if (!complete)
+    if (!complete) {
         throw std::runtime_error("the traced process told nothing");
+    }
     counts.allocations = own.allocations;
     counts.pageFaults = own.pageFaults;
     return counts;

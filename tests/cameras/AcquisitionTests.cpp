@@ -29,18 +29,20 @@ double ShareOfColours(const Picture& picture, const Picture& palette)
     constexpr int tolerance = 24;
     int known = 0;
     int looked = 0;
-    for (int y = 4; y < picture.attributes.height - 4; y += 16)
+    for (int y = 4; y < picture.attributes.height - 4; y += 16) {
         for (int x = 4; x < picture.attributes.width - 4; x += 3) {
             const auto isClose = [&](int i, int plane) {
                 const int seen = picture.Plane(plane)[y * picture.attributes.width + x];
                 return std::abs(seen - palette.Plane(plane)[i]) <= tolerance;
             };
             bool found = false;
-            for (int i = 0; i < palette.attributes.width && !found; ++i)
+            for (int i = 0; i < palette.attributes.width && !found; ++i) {
                 found = isClose(i, 0) && isClose(i, 1) && isClose(i, 2);
+            }
             known += found ? 1 : 0;
             ++looked;
         }
+    }
     return static_cast<double>(known) / looked;
 }
 
@@ -73,8 +75,9 @@ TEST_P(CameraAcquisition, SoftwareTriggerSendsOneImageEach)
     for (int i = 0; i < 4; ++i) {
         Start();
         // A frame that arrives incomplete is no image; the host asks again.
-        for (int again = 0; again < 3 && !WaitForImage(std::chrono::seconds(1)); ++again)
+        for (int again = 0; again < 3 && !WaitForImage(std::chrono::seconds(1)); ++again) {
             Start();
+        }
         Fetch();
         EXPECT_FALSE(WaitForImage(std::chrono::milliseconds(200))) << "an image came that nobody asked for";
     }
@@ -89,17 +92,20 @@ TEST_P(CameraAcquisition, ColourArrivesAsThreePlanes)
     const Picture grey = FetchAs("Mono8");
     EXPECT_NE(colour.bytes, grey.bytes);
     EXPECT_TRUE(bench->SendsRamp() ? grey.IsRamp(0) : grey.IsVaried(0));
-    for (int plane = 0; plane < 3; ++plane)
+    for (int plane = 0; plane < 3; ++plane) {
         EXPECT_TRUE(bench->SendsRamp() ? colour.IsRamp(plane) : colour.IsVaried(plane)) << "plane " << plane;
+    }
 
     const std::vector<std::string> formats = Channel().EnumEntries("PixelFormat");
     for (const char* format : {"BayerRG8", "BayerGR8", "BayerGB8", "BayerBG8"}) {
-        if (std::ranges::count(formats, format) == 0)
+        if (std::ranges::count(formats, format) == 0) {
             continue;
+        }
         const Picture picture = FetchAs(format);
         ASSERT_EQ(picture.attributes.pixelType, PixelTypeRgbPlanes) << format;
-        for (int plane = 0; plane < 3; ++plane)
+        for (int plane = 0; plane < 3; ++plane) {
             EXPECT_TRUE(picture.IsVaried(plane)) << format << ", plane " << plane;
+        }
         // The same rainbow, seen through the colour filter: nearly every pixel has one of its colours.
         if (bench->SendsRamp()) {
             EXPECT_GT(ShareOfColours(picture, colour), 0.95) << format;
@@ -114,13 +120,16 @@ TEST_P(CameraAcquisition, StartsAndStopsAHundredTimes)
     for (int i = 0; i < 100; ++i) {
         Start();
         // A stop must be good at any moment: before, while and after an image comes.
-        if (i % 10 == 0)
+        if (i % 10 == 0) {
             Fetch();
-        else
+        }
+        else {
             std::this_thread::sleep_for(std::chrono::milliseconds(i % 10));
+        }
         Stop();
-        if (i == 10)
+        if (i == 10) {
             handles = HandlesInUse();
+        }
     }
     EXPECT_LE(HandlesInUse(), handles + 1);
 }
@@ -133,12 +142,14 @@ TEST_P(CameraAcquisition, LostCameraFailsAndComesBack)
     bench->Unplug(0);
     const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     std::string value;
-    while (Channel().ReadValue("Width", &value) && std::chrono::steady_clock::now() < until)
+    while (Channel().ReadValue("Width", &value) && std::chrono::steady_clock::now() < until) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
     EXPECT_FALSE(Channel().ReadValue("Width", &value)) << "the camera still answers";
     int rest = 0; // what came before can still be fetched
-    for (; rest < 20 && WaitForImage(std::chrono::milliseconds(500)); ++rest)
+    for (; rest < 20 && WaitForImage(std::chrono::milliseconds(500)); ++rest) {
         Fetch();
+    }
     EXPECT_LT(rest, 20);
     EXPECT_FALSE(Channel().StopAcquisition());
     Expect(Channel().Release());
@@ -154,8 +165,9 @@ TEST_P(CameraAcquisition, LostCameraFailsAndComesBack)
 
 TEST_P(CameraAcquisition, TwoCamerasSendAtOnce)
 {
-    if (bench->CameraCount() < 2)
+    if (bench->CameraCount() < 2) {
         GTEST_SKIP() << "only one camera can run here";
+    }
     CommonParams params = Params(1);
     params.roiwidth = 256;
     Expect(Channel(0).SetupCommonParams(params));

@@ -11,11 +11,13 @@ std::vector<std::string> BenchNames()
 {
     const char* only = std::getenv("MARAVEL_TEST_SDK");
     std::vector<std::string> names;
-    if (only == nullptr || std::string(only) == "sdk")
+    if (only == nullptr || std::string(only) == "sdk") {
         names.emplace_back("Simulated");
+    }
     const bool built = std::filesystem::exists(SdkFolder("sdk-aravis"));
-    if (only == nullptr ? built : std::string(only) == "sdk-aravis")
+    if (only == nullptr ? built : std::string(only) == "sdk-aravis") {
         names.emplace_back("Aravis");
+    }
     return names;
 }
 
@@ -47,17 +49,20 @@ bool Picture::IsRamp(int plane) const
 {
     const unsigned char* pixels = Plane(plane);
     const std::ptrdiff_t width = attributes.width;
-    for (std::ptrdiff_t y = 1; y < attributes.height; ++y)
-        if (!std::equal(pixels + y * width, pixels + (y + 1) * width - 1, pixels + (y - 1) * width + 1))
+    for (std::ptrdiff_t y = 1; y < attributes.height; ++y) {
+        if (!std::equal(pixels + y * width, pixels + (y + 1) * width - 1, pixels + (y - 1) * width + 1)) {
             return false;
+        }
+    }
     return IsVaried(plane);
 }
 
 void CameraTest::SetUp()
 {
     bench = MakeBench(GetParam());
-    if (bench->CameraCount() == 0)
+    if (bench->CameraCount() == 0) {
         GTEST_SKIP() << bench->WhyNone();
+    }
     SetEnvironment("ZORVIK_HOME", bench->SdkFolder());
     LoadAdapter();
     Open();
@@ -81,10 +86,11 @@ void CameraTest::Open()
     channels_.clear();
     std::vector<host::Channel> all;
     Expect(adapter_->CollectChannels(&all));
-    for (std::size_t i = 0; i < bench->CameraCount(); ++i)
+    for (std::size_t i = 0; i < bench->CameraCount(); ++i) {
         std::ranges::copy_if(all, std::back_inserter(channels_), [&](const host::Channel& channel) {
             return channel.SerialNumber() == bench->Serial(i);
         });
+    }
 }
 
 CommonParams CameraTest::Params(int acqContinuous)
@@ -98,8 +104,9 @@ bool CameraTest::WaitForImage(std::chrono::milliseconds patience, std::size_t ca
 {
     const auto until = std::chrono::steady_clock::now() + patience;
     while (Channel(camera).QueryImageStatus() != ImageStatusReady) {
-        if (std::chrono::steady_clock::now() > until)
+        if (std::chrono::steady_clock::now() > until) {
             return false;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;

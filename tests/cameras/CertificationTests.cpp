@@ -30,10 +30,12 @@ protected:
     void SetUp() override
     {
         bench_ = MakeBench(GetParam());
-        if (bench_->CameraCount() == 0)
+        if (bench_->CameraCount() == 0) {
             GTEST_SKIP() << bench_->WhyNone();
-        if (GetParam() == "Aravis" && !std::string(MARAVEL_CHECKS_OF_MEMORY).empty())
+        }
+        if (GetParam() == "Aravis" && !std::string(MARAVEL_CHECKS_OF_MEMORY).empty()) {
             GTEST_SKIP() << "under a sanitizer the fake camera sends faster than is received";
+        }
     }
 
     std::string In(const std::string& name) const { return '"' + host::TextOf(folder_.Path() / name) + '"'; }
@@ -46,14 +48,17 @@ protected:
                            run.channel + " --junit " + In("report-" + run.channel + ".xml");
         const std::string limits = GetParam() == "Aravis" ? kLimitsOfFakeCamera : "";
         const std::string memory = MARAVEL_CHECKS_OF_MEMORY;
-        if (!limits.empty() || !memory.empty())
+        if (!limits.empty() || !memory.empty()) {
             line += " --known " + limits + (limits.empty() || memory.empty() ? "" : ",") + memory;
+        }
         run.exitCode = Shell(line + " > " + In(output));
         std::ifstream file(folder_.Path() / output);
-        for (std::string text; std::getline(file, text);)
+        for (std::string text; std::getline(file, text);) {
             if (text.find(": FAIL") != std::string::npos || text.find("  fail: ") != std::string::npos ||
-                text.find("could not be put back") != std::string::npos)
+                text.find("could not be put back") != std::string::npos) {
                 run.failures += text + '\n';
+            }
+        }
     }
 
     std::unique_ptr<Bench> bench_;
@@ -66,20 +71,26 @@ INSTANTIATE_TEST_SUITE_P(On, Certification, testing::ValuesIn(BenchNames()), Nam
 TEST_P(Certification, FindsNoFault)
 {
     std::vector<CertifyRun> runs;
-    if (GetParam() == "Aravis")
+    if (GetParam() == "Aravis") {
         runs.push_back({.channel = bench_->Serial(0), .failures = {}});
-    else
-        for (const char* channel : {"0", "1", "2", "3"})
+    }
+    else {
+        for (const char* channel : {"0", "1", "2", "3"}) {
             runs.push_back({.channel = channel, .failures = {}});
+        }
+    }
     std::vector<std::thread> threads; // most of a run is waiting
-    for (CertifyRun& run : runs)
+    for (CertifyRun& run : runs) {
         threads.emplace_back([&] { Perform(run); });
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     for (const CertifyRun& run : runs) {
         EXPECT_EQ(run.exitCode, 0) << "channel " << run.channel << '\n' << run.failures;
-        if (std::string(MARAVEL_XMLLINT).empty())
+        if (std::string(MARAVEL_XMLLINT).empty()) {
             continue; // on Windows
+        }
         EXPECT_EQ(Shell(std::string(MARAVEL_XMLLINT) + " --noout --schema \"" MARAVEL_JUNIT_SCHEMA "\" " +
                         In("report-" + run.channel + ".xml")),
                   0);

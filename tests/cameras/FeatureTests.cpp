@@ -18,12 +18,14 @@ TEST_P(CameraFeatures, EveryListedFeatureAnswersAsItsAccessSays)
     for (const std::string& name : Channel().FeatureNames()) {
         std::int32_t type = 0;
         EXPECT_TRUE(Channel().GetFeatureType(name, &type));
-        if (type == FeatureTypeCommand || !Channel().IsReadable(name))
+        if (type == FeatureTypeCommand || !Channel().IsReadable(name)) {
             continue;
+        }
         SCOPED_TRACE(name);
         const std::string value = Read(name);
-        if (!Channel().IsWritable(name))
+        if (!Channel().IsWritable(name)) {
             continue;
+        }
         Write(name, value);
         EXPECT_EQ(Read(name), value);
         ++written;

@@ -23,8 +23,9 @@ std::vector<std::uint64_t> FrameNumbersIn(const std::string& logFile)
     std::ifstream log(logFile);
     for (std::string line; std::getline(log, line);) {
         const std::size_t at = line.find("FrameID=");
-        if (at != std::string::npos)
+        if (at != std::string::npos) {
             numbers.push_back(std::strtoull(line.c_str() + at + std::strlen("FrameID="), nullptr, 10));
+        }
     }
     return numbers;
 }
@@ -38,8 +39,9 @@ TEST_P(CameraLife, FreeRunLosesHardlyAnImage)
     std::uint64_t memory = 0;
     for (int i = 0; i < frames && !HasFailure(); ++i) {
         Fetch();
-        if (i == frames / 2)
+        if (i == frames / 2) {
             memory = MemoryInUse();
+        }
     }
     const std::uint64_t memoryAfter = MemoryInUse();
     Stop();
@@ -64,8 +66,9 @@ TEST_P(CameraLife, AdapterLoadsAndUnloadsAgainAndAgain)
         Configure(true);
         Start();
         Fetch();
-        if (i % 2 == 0)
+        if (i % 2 == 0) {
             Stop(); // every other time the unloading finds the camera streaming
+        }
         UnloadAdapter();
         if (i == 2) {
             memory = MemoryInUse();

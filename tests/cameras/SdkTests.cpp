@@ -18,8 +18,9 @@ protected:
     {
         bench = MakeBench(GetParam());
         bench->AllowViolations();
-        if (bench->CameraCount() == 0)
+        if (bench->CameraCount() == 0) {
             GTEST_SKIP() << bench->WhyNone();
+        }
         sdk.emplace(bench->SdkFolder());
         ASSERT_EQ(sdk->ZvkStartup(nullptr), 0);
         FindCamera();
@@ -30,8 +31,9 @@ protected:
     }
     void TearDown() override
     {
-        if (!sdk)
+        if (!sdk) {
             return;
+        }
         if (camera != nullptr) {
             EXPECT_EQ(sdk->ZvkCameraClose(camera), 0);
         }

@@ -33,15 +33,17 @@ public:
     {
         ended_ = false;
         threads_.emplace_back([this] {
-            while (!ended_)
+            while (!ended_) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
         });
     }
     void End()
     {
         ended_ = true;
-        for (std::thread& thread : threads_)
+        for (std::thread& thread : threads_) {
             thread.join();
+        }
         threads_.clear();
     }
 
@@ -88,8 +90,9 @@ const FaultRow kAdapterFaults[] = {
      [](auto& settings) {
          ALTER_CALLBACK(GetFeatureType, [](auto text, auto index, auto name, auto type) {
              const std::int32_t result = theirs.GetFeatureType(text, index, name, type);
-             if (Is(name, "Counter") && type != nullptr)
+             if (Is(name, "Counter") && type != nullptr) {
                  *type = FeatureTypeFloat;
+             }
              return result;
          });
      },
@@ -178,8 +181,9 @@ const FaultRow kAdapterFaults[] = {
                  };
              channel.GetImage =
                  [](auto text, auto index, auto destination, auto status) {
-                     if (memory.flag)
+                     if (memory.flag) {
                          static_cast<std::uint8_t*>(destination)[-1] = 0;
+                     }
                      return theirs.GetImage(text, index, destination, status);
                  };);
      },
@@ -204,8 +208,9 @@ const FaultRow kAdapterFaults[] = {
              channel.QueryImageStatus =
                  [](auto text, auto index, auto status) {
                      const std::int32_t result = theirs.QueryImageStatus(text, index, status);
-                     if (!memory.flag)
+                     if (!memory.flag) {
                          *status = ImageStatusReady;
+                     }
                      return result;
                  };);
      },
@@ -260,8 +265,9 @@ const FaultRow kAdapterFaults[] = {
          REPLACE(ZvkCameraClose,
                  [](auto handle) { return memory.flag ? ZvkErrorSuccess : own.ZvkCameraClose(handle); });
          REPLACE(ZvkShutdown, [] {
-             if (!memory.flag)
+             if (!memory.flag) {
                  own.ZvkShutdown();
+             }
          });
      },
      {}},
@@ -307,8 +313,9 @@ const FaultRow kAdapterFaults[] = {
          g_lingerers.End();
          ALTER(channel.QueryImageStatus = [](auto text, auto index, auto status) {
              const std::int32_t result = theirs.QueryImageStatus(text, index, status);
-             if (*status == ImageStatusReady && ++memory.calls > 12)
+             if (*status == ImageStatusReady && ++memory.calls > 12) {
                  *status = ImageStatusPending;
+             }
              return result;
          };);
      },

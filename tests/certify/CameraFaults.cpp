@@ -104,8 +104,9 @@ const FaultRow kCameraFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeatureCommandIsDone, [](auto handle, auto name, auto done) {
              const ZvkError_t result = own.ZvkFeatureCommandIsDone(handle, name, done);
-             if (Is(name, "CounterReset"))
+             if (Is(name, "CounterReset")) {
                  *done = 0;
+             }
              return result;
          });
      },
@@ -172,8 +173,9 @@ const FaultRow kCameraFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeatureEnumAsInt, [](auto handle, auto name, auto entry, auto number) {
              const ZvkError_t result = own.ZvkFeatureEnumAsInt(handle, name, entry, number);
-             if (Is(entry, "Mono12"))
+             if (Is(entry, "Mono12")) {
                  *number = ZvkPixelFormatMono12Packed;
+             }
              return result;
          });
      },
@@ -181,8 +183,9 @@ const FaultRow kCameraFaults[] = {
     {"J20",
      [](auto&) {
          REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
-             if (Is(name, "GainSelector"))
+             if (Is(name, "GainSelector")) {
                  own.ZvkFeatureIntSet(handle, "Counter", 9);
+             }
              return own.ZvkFeatureEnumSet(handle, name, entry);
          });
      },
@@ -220,8 +223,9 @@ const FaultRow kCameraFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeatureIntRangeQuery, [](auto handle, auto name, auto minimum, auto maximum) {
              const ZvkError_t result = own.ZvkFeatureIntRangeQuery(handle, name, minimum, maximum);
-             if (Is(name, "Width"))
+             if (Is(name, "Width")) {
                  *maximum = 64;
+             }
              return result;
          });
      },

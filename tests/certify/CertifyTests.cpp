@@ -95,8 +95,9 @@ std::vector<FaultRow> AllFaults()
 {
     std::vector<FaultRow> rows;
     for (const auto faults : {SdkFaults(), FeatureFaults(), CameraFaults(), StreamFaults(), TriggerFaults(),
-                              TransformFaults(), AdapterFaults()})
+                              TransformFaults(), AdapterFaults()}) {
         rows.insert(rows.end(), faults.begin(), faults.end());
+    }
     return rows;
 }
 
@@ -152,8 +153,9 @@ protected:
                           .framePatience = std::chrono::milliseconds(1000)};
         fs::create_directories(settings.folder);
         g_copy = folder.Path() / "copy" / "sdk";
-        if (install != nullptr)
+        if (install != nullptr) {
             install(settings);
+        }
         Result result;
         {
             certify::Session session(settings);
@@ -175,12 +177,13 @@ TEST_F(CertifyTest, NothingFailsWithoutAFault)
 {
     for (const bool strict : {false, true}) {
         certify::BeStrict(strict);
-        for (const Group& group : certify::Groups())
+        for (const Group& group : certify::Groups()) {
             for (const Check& check : group.checks) {
                 const Result result = Run(check, nullptr);
                 EXPECT_TRUE(result.outcome == Outcome::Ok || result.outcome == Outcome::NotSupported)
                     << check.id << ": " << result.text;
             }
+        }
     }
     certify::BeStrict(false);
 }
@@ -222,20 +225,24 @@ TEST_P(FaultTest, IsFoundByItsCheck)
     std::set<std::string> failed;
     for (const Check& check : GroupOf(row.check).checks) {
         if (!MARAVEL_WHOLE_GROUPS && std::string_view(check.id) != row.check &&
-            !row.others.contains(check.id))
+            !row.others.contains(check.id)) {
             continue;
+        }
         const Result result = Run(check, row.install);
-        if (!Complains(result))
+        if (!Complains(result)) {
             continue;
+        }
         failed.insert(check.id);
         EXPECT_TRUE(row.check == result.id || row.others.contains(result.id))
             << "also fails: " << result.id << ": " << result.text;
-        if (row.check == result.id)
+        if (row.check == result.id) {
             std::printf("%-4s %s\n", row.check, result.text.c_str());
+        }
     }
     EXPECT_TRUE(failed.contains(row.check)) << "the check does not notice its fault";
-    for (const std::string& other : row.others)
+    for (const std::string& other : row.others) {
         EXPECT_TRUE(failed.contains(other)) << other << " does not fail, and need not be listed";
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Checks, FaultTest, testing::ValuesIn(AllFaults()),
@@ -246,16 +253,20 @@ TEST(Catalogue, HasEveryCheckAndEveryCheckHasAFault)
     std::set<std::string> checks;
     std::set<std::string> proved;
     std::set<std::string> described;
-    for (const Group& group : certify::Groups())
-        for (const Check& check : group.checks)
+    for (const Group& group : certify::Groups()) {
+        for (const Check& check : group.checks) {
             EXPECT_TRUE(checks.insert(check.id).second) << check.id << " is there twice";
-    for (const FaultRow& row : AllFaults())
+        }
+    }
+    for (const FaultRow& row : AllFaults()) {
         EXPECT_TRUE(proved.insert(row.check).second) << row.check << " has two rows";
-    for (const certify::GroupText& group : certify::Catalogue())
+    }
+    for (const certify::GroupText& group : certify::Catalogue()) {
         for (const certify::CheckText& check : group.checks) {
             EXPECT_FALSE(check.asks.empty() || check.why.empty() || check.remedy.empty()) << check.id;
             described.insert(check.id);
         }
+    }
     EXPECT_EQ(checks, proved);
     EXPECT_EQ(checks, described);
 }

@@ -14,8 +14,9 @@ ZvkError_t ListChanged(ZvkHandle_t handle, ZvkFeatureInfo_t* list, std::uint32_t
                        std::uint32_t size, Change change)
 {
     const ZvkError_t result = own.ZvkFeaturesList(handle, list, length, found, size);
-    if (list != nullptr && length > 1 && result == 0 && *found > 1)
+    if (list != nullptr && length > 1 && result == 0 && *found > 1) {
         change(list, length, found);
+    }
     return result;
 }
 
@@ -29,8 +30,9 @@ const FaultRow kFeatureFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto size) {
              const ZvkError_t result = own.ZvkFeaturesList(handle, list, length, found, size);
-             if (list == nullptr && found != nullptr)
+             if (list == nullptr && found != nullptr) {
                  ++*found;
+             }
              return result;
          });
      },
@@ -50,8 +52,9 @@ const FaultRow kFeatureFaults[] = {
     {"E6",
      [](auto&) {
          REPLACE_LIST([](auto* list, auto, auto*) {
-             if (++memory.calls == 5)
+             if (++memory.calls == 5) {
                  std::swap(list[0], list[1]);
+             }
          });
      },
      {}},
@@ -60,8 +63,9 @@ const FaultRow kFeatureFaults[] = {
      [](auto&) {
          REPLACE_LIST([](auto* list, auto, auto*) {
              list[0].description = memory.text;
-             if (++memory.calls == 4)
+             if (++memory.calls == 4) {
                  std::strcpy(memory.text, "two");
+             }
          });
      },
      {}},
@@ -85,8 +89,9 @@ const FaultRow kFeatureFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeatureAccessQuery, [](auto handle, auto name, auto readable, auto writable) {
              std::string text = name == nullptr ? "" : name;
-             if (!text.empty())
+             if (!text.empty()) {
                  text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+             }
              return own.ZvkFeatureAccessQuery(handle, text.c_str(), readable, writable);
          });
      },
@@ -107,8 +112,9 @@ const FaultRow kFeatureFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeatureIntRangeQuery, [](auto handle, auto name, auto minimum, auto maximum) {
              const ZvkError_t result = own.ZvkFeatureIntRangeQuery(handle, name, minimum, maximum);
-             if (Is(name, "WidthMax"))
+             if (Is(name, "WidthMax")) {
                  *maximum = *minimum = 1;
+             }
              return result;
          });
      },
@@ -136,8 +142,9 @@ const FaultRow kFeatureFaults[] = {
     {"F9",
      [](auto&) {
          REPLACE(ZvkFeatureFloatGet, [](auto handle, auto name, auto value) {
-             if (!Is(name, "Counter"))
+             if (!Is(name, "Counter")) {
                  return own.ZvkFeatureFloatGet(handle, name, value);
+             }
              *value = 5;
              return ZvkErrorSuccess;
          });
@@ -149,8 +156,9 @@ const FaultRow kFeatureFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeatureFloatGet, [](auto handle, auto name, auto value) {
              const ZvkError_t result = own.ZvkFeatureFloatGet(handle, name, value);
-             if (Is(name, "Temperature") && value != nullptr)
+             if (Is(name, "Temperature") && value != nullptr) {
                  *value = std::numeric_limits<double>::quiet_NaN();
+             }
              return result;
          });
      },
@@ -181,8 +189,9 @@ const FaultRow kFeatureFaults[] = {
     {"H1",
      [](auto&) {
          REPLACE(ZvkFeatureEnumGet, [](auto handle, auto name, auto value) {
-             if (!Is(name, "Lens") || value == nullptr)
+             if (!Is(name, "Lens") || value == nullptr) {
                  return own.ZvkFeatureEnumGet(handle, name, value);
+             }
              *value = "Fisheye";
              return ZvkErrorSuccess;
          });
@@ -200,8 +209,9 @@ const FaultRow kFeatureFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeatureEnumRangeQuery, [](auto handle, auto name, auto entries, auto length, auto found) {
              const ZvkError_t result = own.ZvkFeatureEnumRangeQuery(handle, name, entries, length, found);
-             if (entries != nullptr && length > 2 && result == 0 && Is(name, "Filter"))
+             if (entries != nullptr && length > 2 && result == 0 && Is(name, "Filter")) {
                  entries[2] = "";
+             }
              return result;
          });
      },
@@ -218,8 +228,9 @@ const FaultRow kFeatureFaults[] = {
      [](auto&) {
          REPLACE(ZvkFeatureEnumIsAvailable, [](auto handle, auto name, auto entry, auto available) {
              const ZvkError_t result = own.ZvkFeatureEnumIsAvailable(handle, name, entry, available);
-             if (Is(entry, "Wide") && available != nullptr)
+             if (Is(entry, "Wide") && available != nullptr) {
                  *available = 0;
+             }
              return result;
          });
      },

@@ -28,9 +28,11 @@ ZvkError_t ListChanged(ZvkCameraInfo_t* list, std::uint32_t length, std::uint32_
                        Change change)
 {
     const ZvkError_t result = own.ZvkCamerasList(list, length, found, size);
-    if (Fills(list, length, found, result))
-        for (std::uint32_t i = 0; i < *found; ++i)
+    if (Fills(list, length, found, result)) {
+        for (std::uint32_t i = 0; i < *found; ++i) {
             change(list[i], list[0]);
+        }
+    }
     return result;
 }
 
@@ -42,15 +44,17 @@ public:
     void Start()
     {
         threads_.emplace_back([this] {
-            while (!ended_)
+            while (!ended_) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
         });
     }
     void Join()
     {
         ended_ = true;
-        for (std::thread& thread : threads_)
+        for (std::thread& thread : threads_) {
             thread.join();
+        }
         threads_.clear();
         ended_ = false;
     }
@@ -70,8 +74,9 @@ void RememberClosed()
 {
     REPLACE(ZvkCameraClose, [](auto camera) {
         const ZvkError_t result = own.ZvkCameraClose(camera);
-        if (result == 0)
+        if (result == 0) {
             memory.handle = camera;
+        }
         return result;
     });
 }
@@ -157,8 +162,9 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkVersionQuery, [](auto version, auto size) {
              const ZvkError_t result = own.ZvkVersionQuery(version, size);
-             if (result == 0)
+             if (result == 0) {
                  *version = {};
+             }
              return result;
          });
      },
@@ -249,8 +255,9 @@ const FaultRow kSdkFaults[] = {
              memory.flag = true;
          });
          REPLACE(ZvkPayloadSizeGet, [](auto handle, auto payload) {
-             if (memory.flag)
+             if (memory.flag) {
                  *payload = 0;
+             }
              return own.ZvkPayloadSizeGet(handle, payload);
          });
      },
@@ -258,8 +265,9 @@ const FaultRow kSdkFaults[] = {
     {"B8",
      [](auto&) {
          REPLACE(ZvkStartup, [](auto path) {
-             if (++memory.calls == 3)
+             if (++memory.calls == 3) {
                  sdk->SimUnplug(1, 1);
+             }
              return own.ZvkStartup(path);
          });
      },
@@ -276,8 +284,9 @@ const FaultRow kSdkFaults[] = {
      [](auto& settings) {
          settings.startSeconds = 0.02;
          REPLACE(ZvkStartup, [](auto path) {
-             if (++memory.calls == 1)
+             if (++memory.calls == 1) {
                  std::this_thread::sleep_for(std::chrono::milliseconds(40));
+             }
              return own.ZvkStartup(path);
          });
      },
@@ -286,8 +295,9 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          g_stray.Join();
          REPLACE(ZvkStartup, [](auto path) {
-             if (++memory.calls < 4)
+             if (++memory.calls < 4) {
                  g_stray.Start();
+             }
              return own.ZvkStartup(path);
          });
      },
@@ -298,8 +308,9 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
              const ZvkError_t result = own.ZvkCamerasList(list, length, found, size);
-             if (list == nullptr && found != nullptr)
+             if (list == nullptr && found != nullptr) {
                  ++*found;
+             }
              return result;
          });
      },
@@ -308,8 +319,9 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
              const ZvkError_t result = own.ZvkCamerasList(list, length, found, size);
-             if (Fills(list, length, found, result) && *found == length)
+             if (Fills(list, length, found, result) && *found == length) {
                  --*found;
+             }
              return result;
          });
      },
@@ -319,8 +331,9 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
              const ZvkError_t result = own.ZvkCamerasList(list, length, found, size);
-             if (Fills(list, length, found, result) && *found < length)
+             if (Fills(list, length, found, result) && *found < length) {
                  list[*found] = {};
+             }
              return result;
          });
      },
@@ -380,8 +393,9 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
              const ZvkError_t result = own.ZvkCamerasList(list, length, found, size);
-             if (Fills(list, length, found, result) && ++memory.calls == 5)
+             if (Fills(list, length, found, result) && ++memory.calls == 5) {
                  std::swap(list[0], list[1]);
+             }
              return result;
          });
      },
@@ -395,8 +409,9 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkCameraInfoQueryByHandle, [](auto handle, auto info, auto size) {
              const ZvkError_t result = own.ZvkCameraInfoQueryByHandle(handle, info, size);
-             if (result == 0)
+             if (result == 0) {
                  info->streamHandles = nullptr;
+             }
              return result;
          });
      },
@@ -429,8 +444,9 @@ const FaultRow kSdkFaults[] = {
     {"D4",
      [](auto&) {
          REPLACE(ZvkCameraOpen, [](auto id, auto mode, auto camera) {
-             if (camera != nullptr)
+             if (camera != nullptr) {
                  return own.ZvkCameraOpen(id, mode, camera);
+             }
              ZvkHandle_t nobodys = nullptr;
              own.ZvkCameraOpen(id, mode, &nobodys);
              return ZvkErrorBadParameter;
@@ -441,10 +457,12 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkCameraOpen, [](auto id, auto mode, auto camera) {
              const ZvkError_t result = own.ZvkCameraOpen(id, mode, camera);
-             if (result == 0)
+             if (result == 0) {
                  memory.handle = *camera;
-             else if (result == ZvkErrorInUse)
+             }
+             else if (result == ZvkErrorInUse) {
                  *camera = memory.handle;
+             }
              return result == ZvkErrorInUse ? ZvkErrorSuccess : result;
          });
      },
@@ -472,8 +490,9 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkCameraClose, [](auto camera) {
              const ZvkError_t result = own.ZvkCameraClose(camera);
-             if (result == 0)
+             if (result == 0) {
                  memory.handle = camera;
+             }
              return camera != nullptr && camera == memory.handle ? ZvkErrorSuccess : result;
          });
      },
@@ -503,8 +522,9 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkCameraInfoQueryByHandle, [](auto handle, auto info, auto size) {
              const ZvkError_t result = own.ZvkCameraInfoQueryByHandle(handle, info, size);
-             if (result == 0)
+             if (result == 0) {
                  info->serialString = "another";
+             }
              return result;
          });
      },

@@ -41,8 +41,9 @@ const FaultRow kStreamFaults[] = {
     {"L1",
      [](auto&) {
          REPLACE(ZvkFrameAnnounce, [](auto handle, auto frame, auto size) {
-             if (frame != nullptr)
+             if (frame != nullptr) {
                  const_cast<ZvkFrame_t*>(frame)->context[3] = nullptr;
+             }
              return own.ZvkFrameAnnounce(handle, frame, size);
          });
      },
@@ -55,8 +56,9 @@ const FaultRow kStreamFaults[] = {
          REPLACE(ZvkFrameAnnounce, [](auto handle, auto frame, auto size) {
              std::uint32_t payload = 0;
              own.ZvkPayloadSizeGet(handle, &payload);
-             if (frame->bufferSize != 0 && frame->bufferSize < payload)
+             if (frame->bufferSize != 0 && frame->bufferSize < payload) {
                  const_cast<ZvkFrame_t*>(frame)->bufferSize = payload;
+             }
              return own.ZvkFrameAnnounce(handle, frame, size);
          });
      },
@@ -138,9 +140,10 @@ const FaultRow kStreamFaults[] = {
              }
              ++memory.calls;
              const ZvkError_t result = own.ZvkCaptureFrameQueue(handle, frame, callback);
-             if (memory.handle != nullptr)
+             if (memory.handle != nullptr) {
                  own.ZvkCaptureFrameQueue(
                      handle, static_cast<ZvkFrame_t*>(std::exchange(memory.handle, nullptr)), callback);
+             }
              return result;
          });
      },
@@ -148,8 +151,9 @@ const FaultRow kStreamFaults[] = {
     {"M10",
      [](auto&) {
          REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto queued, auto) {
-             if (t_inCallback)
+             if (t_inCallback) {
                  return ZvkErrorInvalidCall;
+             }
              return own.ZvkCaptureFrameQueue(handle, queued,
                                              [](ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame) {
                                                  t_inCallback = true;
@@ -171,8 +175,9 @@ const FaultRow kStreamFaults[] = {
          g_arrived = false;
          REPLACE_ARRIVAL(g_arrived = true;);
          REPLACE(ZvkFeatureCommandRun, [](auto handle, auto name) {
-             if (Is(name, "AcquisitionStart"))
+             if (Is(name, "AcquisitionStart")) {
                  g_arrived = false;
+             }
              return Is(name, "AcquisitionStop") && !g_arrived ? ZvkErrorIO
                                                               : own.ZvkFeatureCommandRun(handle, name);
          });
@@ -189,8 +194,9 @@ const FaultRow kStreamFaults[] = {
                                                  // The others stay queued until the stop comes.
                                                  const bool waits = --g_queued > 30 && IndexOf(*frame) == 1;
                                                  certify::Frames::Received(camera, stream, frame);
-                                                 for (int i = 0; waits && i < 200 && !g_stopped; ++i)
+                                                 for (int i = 0; waits && i < 200 && !g_stopped; ++i) {
                                                      std::this_thread::sleep_for(1ms);
+                                                 }
                                              });
          });
          REPLACE(ZvkFeatureCommandRun, [](auto handle, auto name) {
@@ -207,13 +213,15 @@ const FaultRow kStreamFaults[] = {
      [](auto&) {
          g_starter = std::this_thread::get_id();
          REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto frame, auto callback) {
-             if (std::this_thread::get_id() != g_starter)
+             if (std::this_thread::get_id() != g_starter) {
                  memory.handle = const_cast<ZvkFrame_t*>(frame);
+             }
              return own.ZvkCaptureFrameQueue(handle, frame, callback);
          });
          REPLACE(ZvkCaptureQueueFlush, [](auto handle) {
-             if (memory.handle != nullptr)
+             if (memory.handle != nullptr) {
                  certify::Frames::Received(handle, nullptr, static_cast<ZvkFrame_t*>(memory.handle));
+             }
              return own.ZvkCaptureQueueFlush(handle);
          });
      },

@@ -18,8 +18,9 @@ template <ZvkPixelFormat_t Format, ZvkPixelFormat_t TakenFor>
 void Mistake(certify::Settings&)
 {
     REPLACE_TRANSFORM(ZvkImageTransform, [](auto source, auto target, auto parameters, auto count) {
-        if (source == nullptr || source->imageInfo.pixelFormat != Format)
+        if (source == nullptr || source->imageInfo.pixelFormat != Format) {
             return own.ZvkImageTransform(source, target, parameters, count);
+        }
         ZvkImage taken = *source;
         own.ZvkSetImageInfoFromPixelFormat(TakenFor, source->imageInfo.width, source->imageInfo.height,
                                            &taken);
@@ -91,8 +92,9 @@ const FaultRow kTransformFaults[] = {
     {"O11",
      [](auto&) {
          AFTER_TRANSFORM({
-             if (from->imageInfo.width == 60 && from->imageInfo.pixelFormat == kBgr8)
+             if (from->imageInfo.width == 60 && from->imageInfo.pixelFormat == kBgr8) {
                  PixelsOf(to)[3 * 60 * to->imageInfo.height] = 1;
+             }
          });
      },
      {}},
@@ -100,8 +102,9 @@ const FaultRow kTransformFaults[] = {
     {"O13",
      [](auto&) {
          REPLACE_TRANSFORM(ZvkImageTransform, [](auto source, auto target, auto parameters, auto count) {
-             if (source != nullptr && target != nullptr)
+             if (source != nullptr && target != nullptr) {
                  target->imageInfo.height = source->imageInfo.height;
+             }
              return own.ZvkImageTransform(source, target, parameters, count);
          });
      },
@@ -111,8 +114,9 @@ const FaultRow kTransformFaults[] = {
          static std::thread::id only;
          only = std::this_thread::get_id();
          AFTER_TRANSFORM({
-             if (std::this_thread::get_id() != only)
+             if (std::this_thread::get_id() != only) {
                  std::memset(to->data, 0, 180);
+             }
          });
      },
      {}},
@@ -120,8 +124,9 @@ const FaultRow kTransformFaults[] = {
      [](auto&) {
          AFTER_TRANSFORM({
              const std::size_t half = std::size_t{3} * from->imageInfo.width * (from->imageInfo.height / 2);
-             if (from->imageInfo.width > 1000)
+             if (from->imageInfo.width > 1000) {
                  std::memset(PixelsOf(to) + half, 0, 300);
+             }
          });
      },
      {}},

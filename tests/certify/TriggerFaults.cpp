@@ -50,8 +50,9 @@ const FaultRow kTriggerFaults[] = {
     {"N6",
      [](auto&) {
          REPLACE(ZvkFeatureEnumGet, [](auto camera, auto name, auto value) {
-             if (!Is(name, "TriggerMode") || !IsSet(camera, "TriggerSelector", "Acquisition"))
+             if (!Is(name, "TriggerMode") || !IsSet(camera, "TriggerSelector", "Acquisition")) {
                  return own.ZvkFeatureEnumGet(camera, name, value);
+             }
              *value = "Off";
              return ZvkErrorSuccess;
          });

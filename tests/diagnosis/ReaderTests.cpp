@@ -29,8 +29,9 @@ Texts Entries(const std::string& bytes, std::size_t piece)
         entries.push_back(std::to_string(entry.line) + "|" + std::to_string(entry.time) + "|" +
                           std::string(entry.text));
     };
-    for (std::size_t at = 0; at < bytes.size(); at += piece)
+    for (std::size_t at = 0; at < bytes.size(); at += piece) {
         reader.Feed(std::string_view(bytes).substr(at, piece), sink);
+    }
     reader.Finish(sink);
     return entries;
 }
@@ -54,15 +55,18 @@ TEST(LogReader, CutsEntriesOutOfWhateverIsLeft)
         {"[08:00:00:000 L00001] A\n[07:59:59:999 L00001] B\n", {"1|28800000|A", "2|28799999|B"}},
         {"[00:00:01:000 L0001] five digits\n[99\n\n", {"1|-1|[00:00:01:000 L0001] five digits", "2|-1|[99"}},
     };
-    for (const auto& [bytes, expected] : rows)
-        for (const std::size_t piece : {bytes.size(), std::size_t{1}, std::size_t{7}})
+    for (const auto& [bytes, expected] : rows) {
+        for (const std::size_t piece : {bytes.size(), std::size_t{1}, std::size_t{7}}) {
             EXPECT_EQ(Entries(bytes, piece), expected) << bytes << " in pieces of " << piece;
+        }
+    }
 }
 
 std::string Replace(std::string text, const std::string& name, const std::string& value)
 {
-    for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + value.size()))
+    for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + value.size())) {
         text.replace(at, name.size(), value);
+    }
     return text;
 }
 
@@ -72,13 +76,15 @@ TEST(MessageMatcher, RecognisesEveryMessageOfTheDocument)
     ASSERT_GT(Messages().size(), 150u);
     for (const Message& message : Messages()) {
         if (message.text == "%s" || message.text == "%s(%d)" || message.text == "%s, (%d)" ||
-            message.section.empty())
+            message.section.empty()) {
             continue;
+        }
         std::string line = Replace(Replace(message.text, "% s", "%s"), "% d", "%d");
         const bool listed = line == "%s: %s" || line.starts_with("%s:  %s=");
         const std::size_t operation = line.find("%s");
-        if (operation == 0 || (operation == 1 && line[0] == ' '))
+        if (operation == 0 || (operation == 1 && line[0] == ' ')) {
             line.replace(operation, 2, listed ? "listAdapters" : "C3::Oper_ation");
+        }
         line = test::ReplacePattern(line, "%[0-9]*(llu|lld|u|d|X)", "12");
         line = Replace(Replace(line, "%f", "-1.500000"), "%s", "it's");
         const Match match = matcher.Find(line);
@@ -102,10 +108,12 @@ TEST(MessageMatcher, TakesCutMessagesAndNothingElse)
     ASSERT_NE(matcher.Find(cut).message, nullptr);
     EXPECT_EQ(matcher.Find(cut).message->text, "%s: ERROR. Feature '%s' not found for channelID=%lld.");
     cut.pop_back();
-    for (const std::string& text : {cut, std::string("Hello: world"), std::string("Found 3 camera(s)"),
-                                    std::string(), std::string("GetVideoChannel: Accessing channelID x..."),
-                                    std::string("Width"), std::string("StopAcquisition: channelID=3 or so")})
+    for (const std::string& text :
+         {cut, std::string("Hello: world"), std::string("Found 3 camera(s)"), std::string(),
+          std::string("GetVideoChannel: Accessing channelID x..."), std::string("Width"),
+          std::string("StopAcquisition: channelID=3 or so")}) {
         EXPECT_EQ(matcher.Find(text).message, nullptr) << text;
+    }
 }
 
 TEST(FieldGuide, HasARemedyForEveryFault)
@@ -141,8 +149,9 @@ TEST(LogTail, ReadsOnAndNoticesThatTheFileWasEmptied)
     EXPECT_STREQ(report.runs[0].findings[0].fault->name, "no-camera");
     write(std::ios::trunc, "[09:00:00:002 L00001] Exit\n");
     EXPECT_TRUE(tail.WasEmptied());
-    for (int i = 0; i < 9; ++i)
+    for (int i = 0; i < 9; ++i) {
         write(std::ios::app, "[09:00:00:003 L00001] EnumCameras\n");
+    }
     EXPECT_TRUE(tail.WasEmptied()) << "and grew beyond what was read";
     std::filesystem::last_write_time(file,
                                      std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
@@ -163,8 +172,9 @@ TEST(Analysis, TakesWhatIsNotUtf8ForWindows1252)
         {"\xED\xA0\x80", "\u00ed\u00a0\u20ac"},
         {"a\tb\x01", "a b "},
     };
-    for (const auto& [bytes, text] : rows)
+    for (const auto& [bytes, text] : rows) {
         EXPECT_EQ(ToUtf8(bytes), text) << bytes;
+    }
 }
 
 TEST(Analysis, TakesTogetherWhatALineBreakInAValueParts)
@@ -182,8 +192,9 @@ TEST(Analysis, KnowsEveryLineOfTheWrittenSession)
     std::ifstream file(MARAVEL_SOURCE_FOLDER "/tests/boundary/Session.log");
     std::string log;
     for (std::string line; std::getline(file, line);) {
-        for (const char* number : {"<revision>", "<admin>", "<time>"})
+        for (const char* number : {"<revision>", "<admin>", "<time>"}) {
             line = Replace(line, number, "1");
+        }
         log += "[09:00:00:000 L00001] " + Replace(line, "<handle>", "0x0000000A") + "\n";
     }
     Analysis analysis;

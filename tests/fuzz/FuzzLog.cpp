@@ -11,15 +11,17 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace maravel::diagnosis;
-    if (size == 0)
+    if (size == 0) {
         return 0;
+    }
     const std::size_t piece = data[0] == 0 ? size : data[0];
     const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
     std::ostringstream traced;
     TraceWriter trace(traced);
     Analysis analysis([&trace](const Entry& entry, const Match& match) { trace.Take(entry, match); });
-    for (std::size_t at = 0; at < bytes.size(); at += piece)
+    for (std::size_t at = 0; at < bytes.size(); at += piece) {
         analysis.Feed(bytes.substr(at, piece));
+    }
     analysis.Finish();
     const LogReport report = analysis.Report({});
     trace.Finish(report);

@@ -20,10 +20,12 @@ public:
     void Put(std::uint32_t value, unsigned bits)
     {
         for (unsigned i = 0; i < bits; ++i, ++position_) {
-            if (position_ % 8 == 0)
+            if (position_ % 8 == 0) {
                 bytes_.push_back(0xFF);
-            if (((value >> i) & 1) == 0)
+            }
+            if (((value >> i) & 1) == 0) {
                 bytes_.back() = static_cast<std::uint8_t>(bytes_.back() & ~(1u << position_ % 8));
+            }
         }
     }
 
@@ -56,8 +58,9 @@ void PutSamples(BitWriter& out, const Format& format, const std::vector<std::uin
 
 double Channel(const Rgb& pixel, char colour)
 {
-    if (colour == 'A')
+    if (colour == 'A') {
         return 0.6; // which must not show
+    }
     return colour == 'R' ? pixel.red : colour == 'G' ? pixel.green : pixel.blue;
 }
 
@@ -67,12 +70,15 @@ std::uint8_t YuvByte(const Format& format, const Rgb& pixel, char which)
                         (1 - format.weightRed - format.weightBlue) * pixel.green;
     const double chromaSpan = format.limited ? 224 : 255;
     double value = 0;
-    if (which == 'Y')
+    if (which == 'Y') {
         value = format.limited ? 16 + 219 * luma : 255 * luma;
-    else if (which == 'U')
+    }
+    else if (which == 'U') {
         value = 128 + chromaSpan * 0.5 * (pixel.blue - luma) / (1 - format.weightBlue);
-    else
+    }
+    else {
         value = 128 + chromaSpan * 0.5 * (pixel.red - luma) / (1 - format.weightRed);
+    }
     return static_cast<std::uint8_t>(std::clamp(std::lround(value), 0L, 255L));
 }
 
@@ -97,20 +103,25 @@ std::vector<std::uint8_t> EncodeYuv(const Format& format, const Picture& picture
 
 std::vector<std::uint8_t> Encode(const Format& format, const Picture& picture)
 {
-    if (format.IsYuv())
+    if (format.IsYuv()) {
         return EncodeYuv(format, picture);
+    }
 
     std::vector<std::uint32_t> samples;
     for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
         const Rgb& pixel = picture.pixels[i];
-        if (format.IsMono())
+        if (format.IsMono()) {
             samples.push_back(Sample(pixel.green, format.depth));
-        else if (format.IsMosaic())
+        }
+        else if (format.IsMosaic()) {
             samples.push_back(Sample(
                 Channel(pixel, MosaicColour(format, i % picture.width, i / picture.width)), format.depth));
-        else
-            for (const char colour : std::string_view(format.order))
+        }
+        else {
+            for (const char colour : std::string_view(format.order)) {
                 samples.push_back(Sample(Channel(pixel, colour), format.depth));
+            }
+        }
     }
     BitWriter out;
     PutSamples(out, format, samples);
@@ -161,8 +172,9 @@ std::vector<Format> AllFormats()
     // One layout in four orders.
     const auto add = [&all](std::array<const char*, 4> orders, unsigned depth, Bits bits,
                             std::array<std::uint32_t, 4> codes) {
-        for (std::size_t i = 0; i < codes.size(); ++i)
+        for (std::size_t i = 0; i < codes.size(); ++i) {
             all.push_back({codes[i], orders[i], depth, bits});
+        }
     };
     constexpr std::array mosaics = {"GR/BG", "RG/GB", "GB/RG", "BG/GR"};
     add(mosaics, 8, Bits::Words, {0x01080008, 0x01080009, 0x0108000A, 0x0108000B});

@@ -26,11 +26,13 @@ struct Place
 std::vector<Place> Places()
 {
     std::vector<Place> places;
-    for (std::size_t width = 1; width <= 70; ++width)
+    for (std::size_t width = 1; width <= 70; ++width) {
         places.push_back(
             {width, 1 + width % 5, width % 3 == 1 ? width % 7 : 0, width % 4 == 3 ? 5u : 0u, width % 17});
-    for (const std::size_t width : {127, 128, 129, 130, 255, 323})
+    }
+    for (const std::size_t width : {127, 128, 129, 130, 255, 323}) {
         places.push_back({width, 4, 0, 0, width % 5});
+    }
     places.push_back({37, 41, 0, 0, 0});  // bands begin in the middle of a group
     places.push_back({2051, 2, 0, 0, 1}); // more than a piece of deep pixels
     places.push_back({4097, 2, 0, 0, 0}); // a column more than a tile of a mosaic
@@ -51,8 +53,9 @@ protected:
         const std::size_t bytes =
             stride == 0 ? BytesOf(format, place.width * place.height) : stride * (place.height - 1) + line;
         Source source = {place.width, place.height, stride, std::vector<std::uint8_t>(bytes)};
-        for (std::uint8_t& byte : source.bytes)
+        for (std::uint8_t& byte : source.bytes) {
             byte = static_cast<std::uint8_t>(random() >> 11);
+        }
         return source;
     }
 
@@ -70,8 +73,9 @@ protected:
         ZvkImage out = {sizeof(ZvkImage), 0, to.data() + place.offset, {}};
         EXPECT_EQ(library_.ZvkSetImageInfoFromPixelFormat(format.code, width, height, &in), ZvkErrorSuccess);
         EXPECT_EQ(library_.ZvkSetImageInfoFromPixelFormat(kRgb8, width, height, &out), ZvkErrorSuccess);
-        if (source.stride != 0)
+        if (source.stride != 0) {
             in.imageInfo.stride = static_cast<std::int32_t>(source.stride);
+        }
         out.imageInfo.stride = static_cast<std::int32_t>(stride);
         ZvkTransformInfo mode = {};
         EXPECT_EQ(
@@ -88,8 +92,9 @@ protected:
         const std::vector<std::uint8_t> pixels = Decode(format, source, edgeAware);
         std::vector<std::uint8_t> bytes;
         for (std::size_t i = 0; i < pixels.size(); ++i) {
-            if (i > 0 && i % (3 * place.width) == 0)
+            if (i > 0 && i % (3 * place.width) == 0) {
                 bytes.insert(bytes.end(), place.targetGap, kGap);
+            }
             bytes.push_back(pixels[i]);
         }
         return bytes;
@@ -102,8 +107,9 @@ protected:
         library_.SimTransformUseThreads(
             static_cast<std::uint32_t>(1 + place.width % 7)); // and four bands for each
         for (const char* set : kInstructionSets) {
-            if (library_.SimTransformUseInstructionSet(set) != ZvkErrorSuccess)
+            if (library_.SimTransformUseInstructionSet(set) != ZvkErrorSuccess) {
                 continue;
+            }
             const std::vector<std::uint8_t> actual = Transform(format, source, place, edgeAware);
             const auto differing = std::ranges::mismatch(actual, expected).in1 - actual.begin();
             ASSERT_EQ(actual.size(), static_cast<std::size_t>(differing))
@@ -123,10 +129,12 @@ TEST_F(Exactness, EveryFormatAndSizeWithEveryInstructionSet)
     for (const Format& format : AllFormats()) {
         for (const Place& place : places) {
             Compare(format, place, false);
-            if (format.IsMosaic())
+            if (format.IsMosaic()) {
                 Compare(format, place, true);
-            if (HasFatalFailure())
+            }
+            if (HasFatalFailure()) {
                 return;
+            }
         }
     }
 }

@@ -31,11 +31,12 @@ constexpr Size kSizes[] = {{1, 1}, {2, 1}, {3, 1}, {1, 4}, {2, 2}, {3, 3}, {7, 5
 Picture Slopes(Size size)
 {
     Picture picture = {size.width, size.height, {}};
-    for (std::size_t y = 0; y < size.height; ++y)
+    for (std::size_t y = 0; y < size.height; ++y) {
         for (std::size_t x = 0; x < size.width; ++x) {
             const double slope = 0.005 * static_cast<double>(x) - 0.004 * static_cast<double>(y);
             picture.pixels.push_back({0.15 + slope, 0.45 - slope, 0.8 + slope});
         }
+    }
     return picture;
 }
 
@@ -45,8 +46,9 @@ Picture Noise(Size size)
     std::mt19937 random(4711);
     std::uniform_real_distribution<double> any(0, 1);
     Picture picture = {size.width, size.height, {}};
-    for (std::size_t i = 0; i < size.width * size.height; ++i)
+    for (std::size_t i = 0; i < size.width * size.height; ++i) {
         picture.pixels.push_back({any(random), any(random), any(random)});
+    }
     return picture;
 }
 
@@ -57,10 +59,12 @@ Picture Runs(Size size)
     Picture picture = Noise(size);
     auto& pixels = picture.pixels;
     for (std::size_t i = 0; i < pixels.size(); ++i) {
-        if (pixels.size() < 4)
+        if (pixels.size() < 4) {
             pixels[i] = {0.3, 0.3, 0.3};
-        else if (i % 4 != 0 || i + 4 > pixels.size())
+        }
+        else if (i % 4 != 0 || i + 4 > pixels.size()) {
             pixels[i] = pixels[i - 1];
+        }
     }
     return picture;
 }
@@ -120,12 +124,15 @@ void ExpectPixel(const Format& format, const Picture& picture, std::size_t x, st
     for (int channel = 0; channel < 3; ++channel) {
         int tolerance = 0;
         double value = values[channel];
-        if (format.IsMono())
+        if (format.IsMono()) {
             value = pixel.green;
-        else if (format.IsMosaic() && MosaicColour(format, x, y) != "RGB"[channel])
+        }
+        else if (format.IsMosaic() && MosaicColour(format, x, y) != "RGB"[channel]) {
             tolerance = 5;
-        else if (format.IsYuv())
+        }
+        else if (format.IsYuv()) {
             tolerance = 3;
+        }
         ASSERT_NEAR(actual[channel], Top8(value, format.depth), tolerance)
             << std::hex << format.code << std::dec << ' ' << picture.width << 'x' << picture.height
             << " pixel " << x << ',' << y << " channel " << channel;
@@ -146,8 +153,9 @@ TEST_F(ImageTransform, EveryFormatGivesBackThePictureAtAnySize)
                                     : format.IsYuv()  ? Runs(size)
                                                       : Noise(size);
             const auto pixels = Transform(format, picture);
-            for (std::size_t i = 0; i < picture.pixels.size(); ++i)
+            for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
                 ExpectPixel(format, picture, i % size.width, i / size.width, &pixels[3 * i]);
+            }
         }
     }
 }
@@ -158,8 +166,9 @@ TEST_F(ImageTransform, Bgr8IsRgb8WithRedAndBlueExchanged)
         const Picture picture = Noise({7, 5});
         const auto rgb = Transform(format, picture, kRgb8);
         auto bgr = Transform(format, picture, kBgr8);
-        for (std::size_t i = 0; i < bgr.size(); i += 3)
+        for (std::size_t i = 0; i < bgr.size(); i += 3) {
             std::swap(bgr[i], bgr[i + 2]);
+        }
         EXPECT_EQ(rgb, bgr) << std::hex << format.code;
     }
 }
@@ -185,8 +194,9 @@ TEST_F(ImageTransform, StandardColourCodes)
     for (const Row& row : kRows) {
         std::uint8_t rgb[3] = {};
         ASSERT_EQ(TransformPixel(row.format, row.code, rgb), ZvkErrorSuccess);
-        for (int channel = 0; channel < 3; ++channel)
+        for (int channel = 0; channel < 3; ++channel) {
             EXPECT_NEAR(rgb[channel], row.rgb[channel], 2) << std::hex << row.format << ' ' << channel;
+        }
     }
 }
 
@@ -280,8 +290,9 @@ TEST_F(ImageTransform, RefusesWhatItCannotTransform)
     EXPECT_EQ(library_.ZvkImageTransform(&image, &image, nullptr, 1), ZvkErrorBadParameter);
     EXPECT_EQ(library_.ZvkSetDebayerMode(2, &record), ZvkErrorNotSupported);
     EXPECT_EQ(library_.ZvkSetDebayerMode(0, nullptr), ZvkErrorBadParameter);
-    for (const float gamma : {0.0f, 11.0f, std::nanf("")})
+    for (const float gamma : {0.0f, 11.0f, std::nanf("")}) {
         EXPECT_EQ(library_.ZvkSetGammaCorrection(gamma, &record), ZvkErrorBadParameter) << gamma;
+    }
     const float matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, -17};
     EXPECT_EQ(library_.ZvkSetColorCorrectionMatrix3x3(matrix, &record), ZvkErrorBadParameter);
     EXPECT_EQ(library_.ZvkSetColorCorrectionMatrix3x3(nullptr, &record), ZvkErrorBadParameter);
@@ -318,7 +329,7 @@ Picture Scene(bool zonePlate)
 {
     constexpr std::size_t size = 240;
     Picture picture = {size, size, {}};
-    for (std::size_t y = 0; y < size; ++y)
+    for (std::size_t y = 0; y < size; ++y) {
         for (std::size_t x = 0; x < size; ++x) {
             const double u = static_cast<double>(x) / size, v = static_cast<double>(y) / size;
             const double rings = 0.5 + 0.5 * std::cos(180 * (u * u + v * v));
@@ -328,6 +339,7 @@ Picture Scene(bool zonePlate)
             picture.pixels.push_back(
                 {light * (0.95 - 0.3 * v), light * (0.75 + 0.2 * u), light * (0.6 + 0.3 * v - 0.2 * u)});
         }
+    }
     return picture;
 }
 
@@ -337,8 +349,9 @@ TEST_F(ImageTransform, EdgeAwareInterpolationIsTwoDecibelsNearerToThePicture)
     ASSERT_EQ(library_.ZvkSetDebayerMode(ZvkDebayerModeEdgeAware, &mode), ZvkErrorSuccess);
     for (const Format& format : kAllFormats) {
         for (const bool zonePlate : {false, true}) {
-            if (!format.IsMosaic() || format.bits != Bits::Words || format.depth != 8)
+            if (!format.IsMosaic() || format.bits != Bits::Words || format.depth != 8) {
                 continue;
+            }
             const Picture picture = Scene(zonePlate);
             const auto decibels = [&](const std::vector<std::uint8_t>& pixels) {
                 double sum = 0;

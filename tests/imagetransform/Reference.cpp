@@ -21,8 +21,9 @@ constexpr Weights kDiagonal = {
 std::size_t Inside(std::ptrdiff_t at, std::size_t count)
 {
     const auto period = static_cast<std::ptrdiff_t>(2 * count - 2);
-    if (period == 0)
+    if (period == 0) {
         return 0;
+    }
     const std::ptrdiff_t place = (at % period + period) % period;
     return static_cast<std::size_t>(std::min(place, period - place));
 }
@@ -37,15 +38,19 @@ public:
 
     int Colour(std::size_t x, std::size_t y, char colour) const
     {
-        if (format_.IsMono())
+        if (format_.IsMono()) {
             return Sample(x, y, 1, 0);
-        if (format_.IsYuv())
+        }
+        if (format_.IsYuv()) {
             return Yuv(x, y, colour);
-        if (!format_.IsMosaic())
+        }
+        if (!format_.IsMosaic()) {
             return Sample(x, y, order_.size(), order_.find(colour));
+        }
         const auto column = static_cast<std::ptrdiff_t>(x), row = static_cast<std::ptrdiff_t>(y);
-        if (ColourAt(column, row) == colour)
+        if (ColourAt(column, row) == colour) {
             return MosaicSample(column, row);
+        }
         return edgeAware_ ? Weighted(column, row, colour) : Mean(column, row, colour);
     }
 
@@ -62,13 +67,16 @@ private:
     {
         const std::size_t sample = (First(y) + x) * samplesPerPixel + which;
         std::size_t bit = sample * format_.depth + format_.depth - 8;
-        if (format_.bits == Bits::Pairs)
+        if (format_.bits == Bits::Pairs) {
             bit = sample / 2 * 24 + sample % 2 * 16;
-        else if (format_.bits == Bits::Words && format_.depth > 8)
+        }
+        else if (format_.bits == Bits::Words && format_.depth > 8) {
             bit = sample * 16 + format_.depth - 8;
+        }
         int value = 0;
-        for (std::size_t i = 0; i < 8; ++i)
+        for (std::size_t i = 0; i < 8; ++i) {
             value |= (Run(y)[(bit + i) / 8] >> (bit + i) % 8 & 1) << i;
+        }
         return value;
     }
 
@@ -76,8 +84,9 @@ private:
     int GroupByte(std::size_t y, std::size_t group, std::size_t byte) const
     {
         const std::size_t at = group * order_.size() + byte;
-        if (at < BytesOf(format_, RunPixels()))
+        if (at < BytesOf(format_, RunPixels())) {
             return Run(y)[at];
+        }
         return group > 0 ? Run(y)[at - order_.size()] : 128;
     }
 
@@ -86,8 +95,9 @@ private:
         const auto pixels = static_cast<std::size_t>(std::ranges::count(order_, 'Y'));
         const std::size_t pixel = First(y) + x;
         std::size_t lumaAt = order_.find('Y');
-        for (std::size_t i = 0; i < pixel % pixels; ++i)
+        for (std::size_t i = 0; i < pixel % pixels; ++i) {
             lumaAt = order_.find('Y', lumaAt + 1);
+        }
         const int luma = 128 * GroupByte(y, pixel / pixels, lumaAt);
         const int u = 256 * (GroupByte(y, pixel / pixels, order_.find('U')) - 128);
         const int v = 256 * (GroupByte(y, pixel / pixels, order_.find('V')) - 128);
@@ -99,13 +109,16 @@ private:
         };
         int sum = 32 + product(luma, light, 16384) -
                   static_cast<int>(std::lround(format_.limited ? 64 * 16 * light : 0));
-        if (colour == 'R')
+        if (colour == 'R') {
             sum += product(v, chroma * (1 - red), 8192);
-        else if (colour == 'B')
+        }
+        else if (colour == 'B') {
             sum += product(u, chroma * (1 - blue), 8192);
-        else
+        }
+        else {
             sum += product(u, -chroma * (1 - blue) * blue / green, 8192) +
                    product(v, -chroma * (1 - red) * red / green, 8192);
+        }
         return std::clamp(static_cast<int>(std::floor(sum / 64.0)), 0, 255);
     }
 
@@ -123,12 +136,14 @@ private:
     int Mean(std::ptrdiff_t x, std::ptrdiff_t y, char colour) const
     {
         int sum = 0, count = 0;
-        for (std::ptrdiff_t dy = -1; dy <= 1; ++dy)
-            for (std::ptrdiff_t dx = -1; dx <= 1; ++dx)
+        for (std::ptrdiff_t dy = -1; dy <= 1; ++dy) {
+            for (std::ptrdiff_t dx = -1; dx <= 1; ++dx) {
                 if (ColourAt(x + dx, y + dy) == colour) {
                     sum += MosaicSample(x + dx, y + dy);
                     ++count;
                 }
+            }
+        }
         return (sum + count / 2) / count;
     }
 
@@ -137,9 +152,11 @@ private:
         const bool beside = ColourAt(x + 1, y) == colour, over = ColourAt(x, y + 1) == colour;
         const Weights& weights = beside && over ? kGreen : beside ? kBeside : over ? kOver : kDiagonal;
         int sum = 8;
-        for (std::ptrdiff_t dy = -2; dy <= 2; ++dy)
-            for (std::ptrdiff_t dx = -2; dx <= 2; ++dx)
+        for (std::ptrdiff_t dy = -2; dy <= 2; ++dy) {
+            for (std::ptrdiff_t dx = -2; dx <= 2; ++dx) {
                 sum += weights[dy + 2][dx + 2] * MosaicSample(x + dx, y + dy);
+            }
+        }
         return std::clamp(static_cast<int>(std::floor(sum / 16.0)), 0, 255);
     }
 
@@ -160,10 +177,13 @@ std::vector<std::uint8_t> Decode(const Format& format, const Source& source, boo
 {
     const Decoder decoder(format, source, edgeAware);
     std::vector<std::uint8_t> rgb;
-    for (std::size_t y = 0; y < source.height; ++y)
-        for (std::size_t x = 0; x < source.width; ++x)
-            for (const char colour : {'R', 'G', 'B'})
+    for (std::size_t y = 0; y < source.height; ++y) {
+        for (std::size_t x = 0; x < source.width; ++x) {
+            for (const char colour : {'R', 'G', 'B'}) {
                 rgb.push_back(static_cast<std::uint8_t>(decoder.Colour(x, y, colour)));
+            }
+        }
+    }
     return rgb;
 }
 

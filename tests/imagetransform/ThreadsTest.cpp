@@ -23,8 +23,9 @@ std::vector<std::uint8_t> Convert(const TransformLibrary& library, std::uint32_t
                                   std::uint8_t seed)
 {
     std::vector<std::uint8_t> from(std::size_t{width} * height), to(3 * from.size());
-    for (std::size_t i = 0; i < from.size(); ++i)
+    for (std::size_t i = 0; i < from.size(); ++i) {
         from[i] = static_cast<std::uint8_t>(i * i / 7 + seed);
+    }
     ZvkImage source = {sizeof(ZvkImage), 0, from.data(), {}}, target = {sizeof(ZvkImage), 0, to.data(), {}};
     EXPECT_EQ(library.ZvkSetImageInfoFromPixelFormat(kBayerRG8, width, height, &source), ZvkErrorSuccess);
     EXPECT_EQ(library.ZvkSetImageInfoFromPixelFormat(kRgb8, width, height, &target), ZvkErrorSuccess);
@@ -57,8 +58,9 @@ TEST(TransformThreads, NothingIsLeftAfterManyLoads)
     const auto isFlat = [&] {
         return HandlesInUse() <= handles && HeapInUse() <= memory && ThreadsInUse() <= threads;
     };
-    for (int i = 0; i < 500 && !isFlat(); ++i)
+    for (int i = 0; i < 500 && !isFlat(); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
     EXPECT_LE(HandlesInUse(), handles);
     EXPECT_LE(HeapInUse(), memory);
     EXPECT_LE(ThreadsInUse(), threads);
@@ -68,17 +70,21 @@ TEST(TransformThreads, SeveralCallersAtATime)
 {
     const TransformLibrary library;
     std::vector<std::vector<std::uint8_t>> expected;
-    for (std::uint8_t seed = 0; seed < 4; ++seed)
+    for (std::uint8_t seed = 0; seed < 4; ++seed) {
         expected.push_back(Convert(library, 301, 97, seed));
+    }
     library.SimTransformUseThreads(3);
     std::vector<std::thread> callers;
-    for (std::uint8_t seed = 0; seed < 4; ++seed)
+    for (std::uint8_t seed = 0; seed < 4; ++seed) {
         callers.emplace_back([&, seed] {
-            for (int i = 0; i < 100; ++i)
+            for (int i = 0; i < 100; ++i) {
                 EXPECT_EQ(Convert(library, 301, 97, seed), expected[seed]);
+            }
         });
-    for (std::thread& caller : callers)
+    }
+    for (std::thread& caller : callers) {
         caller.join();
+    }
 }
 
 TEST(TransformThreads, AreWhatTheSdkFolderAndTheEnvironmentSay)
@@ -112,8 +118,9 @@ TEST(TransformThreads, AreWhatTheSdkFolderAndTheEnvironmentSay)
         fs::create_directories(sdk / "bin");
         fs::copy_file(fs::path(kSimulatedSdk) / "bin/ZvkImageTransform.dll",
                       sdk / "bin/ZvkImageTransform.dll");
-        if (row.file != nullptr)
+        if (row.file != nullptr) {
             std::ofstream(sdk / "imagetransform.toml", std::ios::binary) << row.file;
+        }
         SetEnvironment("MARAVEL_TRANSFORM_THREADS", row.environment);
         const TransformLibrary library(sdk.string());
         EXPECT_EQ(library.SimTransformThreads(), std::min(row.expected, std::thread::hardware_concurrency()))

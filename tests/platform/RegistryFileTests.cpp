@@ -68,8 +68,9 @@ TEST(RegistryFile, SkipsWhatMakesNoSense)
         }
     }
     std::string deep = "[HKEY_LOCAL_MACHINE";
-    for (int i = 0; i < 100'000; ++i)
+    for (int i = 0; i < 100'000; ++i) {
         deep += "\\k";
+    }
     EXPECT_EQ(ParseRegistryText(deep + "]\n\"a\"=dword:1\n")->FindValue("a"), nullptr);
     EXPECT_EQ(ParseRegistryText("")->subKeys.size(), 0u);
     EXPECT_EQ(ParseRegistryText("\xFF\xFE-")->subKeys.size(), 0u) << "half a character";

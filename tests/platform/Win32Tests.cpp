@@ -70,9 +70,11 @@ TEST(Win32Registry, OpensQueriesAndEnumerates)
                              &size);
     };
     DWORD count = 0;
-    for (; enumerateValue(count) == kOk; ++count)
-        if (type == REG_SZ)
+    for (; enumerateValue(count) == kOk; ++count) {
+        if (type == REG_SZ) {
             texts[name] = std::string(data, size);
+        }
+    }
     EXPECT_EQ(count, 2u);
     EXPECT_EQ(texts, (std::map<std::string, std::string>{{"Text", std::string("a \"b\" c\\d\0", 10)}}));
     HKEY subKey = nullptr;

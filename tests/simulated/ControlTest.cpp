@@ -71,8 +71,9 @@ TEST_F(ControlTest, CallsAreRecorded)
     EXPECT_STREQ(text, "ZvkFeatureEnumSet(camera 1, TriggerMode, Off) = 0\n") << "only whole lines";
     EXPECT_EQ(sim.SimCallCount("ZvkFeatureIntSet"), 1U);
     EXPECT_EQ(sim.SimCallCount(nullptr), 5U);
-    for (int i = 0; i < 10001; ++i)
+    for (int i = 0; i < 10001; ++i) {
         sim.ZvkVersionQuery(nullptr, 0);
+    }
     EXPECT_EQ(sim.SimCalls(nullptr, 0), 10000U);
     EXPECT_EQ(sim.SimCallCount("ZvkVersionQuery"), 10001U);
     expectViolations = true;

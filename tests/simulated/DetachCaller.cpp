@@ -8,8 +8,9 @@ struct Detach
 {
     ~Detach()
     {
-        if (action != nullptr)
+        if (action != nullptr) {
             action();
+        }
     }
 
     void (*action)() = nullptr;

@@ -43,10 +43,12 @@ TEST_F(FeatureTest, ListsAreRealisticAndDifferWhereItMatters)
             EXPECT_STRNE(features[i].description, "") << features[i].name;
         }
         EXPECT_EQ(types, (std::set<std::uint32_t>{1, 2, 3, 4, 5, 6, 7}));
-        for (const std::string& name : row.present)
+        for (const std::string& name : row.present) {
             EXPECT_EQ(names.count(name), 1U) << name;
-        for (const std::string& name : row.absent)
+        }
+        for (const std::string& name : row.absent) {
             EXPECT_EQ(names.count(name), 0U) << name;
+        }
         Release();
         EXPECT_EQ(names.count(features[0].name), 1U) << "texts outlive the camera";
     }
@@ -79,9 +81,10 @@ TEST_F(FeatureTest, IntegersKeepToTheirLimits)
         {"ExposureTime", 5, ZvkErrorWrongType},
     };
     Open(Mono);
-    for (const Write& write : writes)
+    for (const Write& write : writes) {
         EXPECT_EQ(sim.ZvkFeatureIntSet(camera, write.name, write.value), write.result)
             << write.name << " = " << write.value;
+    }
     EXPECT_EQ(GetInt("WidthMax"), 1296);
     EXPECT_EQ(GetInt("Width"), 1296);
     std::int64_t low = 0;
@@ -148,8 +151,9 @@ TEST_F(FeatureTest, StreamingLocksWhatShapesTheImage)
     };
     for (const bool streaming : {false, true, false}) {
         Run(streaming ? "AcquisitionStart" : "AcquisitionStop");
-        for (const char* name : {"Width", "Height", "PixelFormat", "ReverseX", "BinningVertical"})
+        for (const char* name : {"Width", "Height", "PixelFormat", "ReverseX", "BinningVertical"}) {
             EXPECT_EQ(writable(name), !streaming) << name;
+        }
         EXPECT_TRUE(writable("ExposureTime"));
     }
 }

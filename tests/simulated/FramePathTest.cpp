@@ -50,8 +50,9 @@ TEST_F(FramePathTest, LostFramesAreCountedAndLeaveAGap)
     Capture(2);
     Run("AcquisitionStart");
     ASSERT_TRUE(arrivals.WaitFor(2));
-    while (Statistics().lost < 3)
+    while (Statistics().lost < 3) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     EXPECT_OK(sim.ZvkCaptureFrameQueue(camera, &frames[0], &Arrivals::Callback));
     ASSERT_TRUE(arrivals.WaitFor(3));
     EXPECT_GE(arrivals.At(2).frame.frameId, 5U);
@@ -107,8 +108,9 @@ TEST_F(FramePathTest, ColourBarsAreRightInEveryFormat)
         for (std::size_t bar = 0; bar < 8; ++bar) {
             const auto& wanted = bars[bar];
             const int grey = (wanted[0] * 299 + wanted[1] * 587 + wanted[2] * 114) / 1000;
-            for (std::size_t channel = 0; channel < 3; ++channel)
+            for (std::size_t channel = 0; channel < 3; ++channel) {
                 EXPECT_NEAR(rgb[20][bar * 8 + 4][channel], mono ? grey : wanted[channel], 4) << bar;
+            }
         }
         EndCapture();
     }
@@ -148,8 +150,9 @@ TEST_F(FramePathTest, PicturesOfAFolderArePlayedInOrder)
     Open(0, Small + "pictures = '" + folder.string() + "'\n");
     SetEnum("PixelFormat", "RGB8");
     Capture(3);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         EXPECT_OK(sim.SimEmitFrame(0, nullptr));
+    }
     const auto pixel = [this](std::size_t frame, std::size_t x) {
         const std::uint8_t* at = &buffers[frame][(10 * 64 + x) * 3];
         return std::vector<int>{at[0], at[1], at[2]};
@@ -213,10 +216,12 @@ TEST_P(TriggerTest, FramesWaitForTheTrigger)
     WaitABit();
     EXPECT_EQ(arrivals.Count(), 0U);
     for (int i = 0; i < (oneEach ? 3 : 1); ++i) {
-        if (source == "Software")
+        if (source == "Software") {
             Run("TriggerSoftware");
-        else
+        }
+        else {
             EXPECT_OK(sim.SimPulseLine(0, source.c_str()));
+        }
     }
     ASSERT_TRUE(arrivals.WaitFor(oneEach ? 3 : 10));
     if (oneEach) {
@@ -254,8 +259,9 @@ TEST_F(FramePathTest, AcquisitionModesEndByThemselves)
     ASSERT_TRUE(arrivals.WaitFor(5));
     SetEnum("TriggerSource", "Freerun");
     SetEnum("TriggerMode", "On");
-    for (SimStateInfo state{}; sim.SimState(&state), state.acquiringCameras != 0;)
+    for (SimStateInfo state{}; sim.SimState(&state), state.acquiringCameras != 0;) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     SetEnum("AcquisitionMode", "SingleFrame");
     Run("AcquisitionStart");
     ASSERT_TRUE(arrivals.WaitFor(6)) << "the source Freerun needs no trigger";

@@ -66,8 +66,9 @@ TEST_F(LifeTest, LoadingOftenLeavesNothingBehind)
     handles += 5;
     memory += 4096 + rounds * 16; // what is kept once, and less than a small object a round
     // A thread that has done its work still needs a moment to be gone, with what it holds.
-    for (int i = 0; i < 200 && (HandlesInUse() > handles || HeapInUse() > memory); ++i)
+    for (int i = 0; i < 200 && (HandlesInUse() > handles || HeapInUse() > memory); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
     EXPECT_LE(HandlesInUse(), handles);
     EXPECT_LE(HeapInUse(), memory);
 }
@@ -98,22 +99,25 @@ TEST_F(LifeTest, DISABLED_EndsWithACameraStreaming)
     static const SimulatedLibrary* const left = sim.release();
     static const LoadedLibrary* const caller = CallWhenUnloaded([] { left->ZvkShutdown(); }).release();
     ASSERT_NE(caller, nullptr);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         std::thread([] {
-            for (std::uint32_t count = 0;;)
+            for (std::uint32_t count = 0;;) {
                 left->ZvkCamerasList(nullptr, 0, &count, sizeof(ZvkCameraInfo_t));
+            }
         }).detach();
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
     std::exit(HasFailure() ? 2 : 0);
 }
 
 TEST_F(LifeTest, TheLibraryCanBeCalledToTheLast)
 {
-    for (int round = 0; round < 5; ++round)
+    for (int round = 0; round < 5; ++round) {
         EXPECT_EQ(RunProgram(ExecutableFolder() + PathSeparator + "simulated_tests",
                              {"--gtest_also_run_disabled_tests", "--gtest_brief=1",
                               "--gtest_filter=LifeTest.DISABLED_EndsWithACameraStreaming"}),
                   0);
+    }
 }
 
 } // namespace

@@ -66,8 +66,9 @@ struct Arrivals
         auto* arrivals = static_cast<Arrivals*>(frame->context[0]);
         const std::lock_guard<std::mutex> lock(arrivals->mutex);
         arrivals->all.push_back({camera, stream, *frame, frame});
-        if (arrivals->requeue != nullptr)
+        if (arrivals->requeue != nullptr) {
             arrivals->requeue->ZvkCaptureFrameQueue(camera, frame, &Callback);
+        }
         arrivals->changed.notify_all();
     }
 };
@@ -79,8 +80,9 @@ protected:
 
     void TearDown() override
     {
-        if (camera != nullptr)
+        if (camera != nullptr) {
             Release();
+        }
         EXPECT_EQ(Violations() != "", expectViolations) << Violations();
         sim.ZvkShutdown();
         SimStateInfo state{};
@@ -125,8 +127,9 @@ protected:
             ASSERT_OK(sim.ZvkFrameAnnounce(camera, &frame, sizeof(frame)));
         }
         ASSERT_OK(sim.ZvkCaptureStart(camera));
-        for (std::size_t i = frames.size() - count; i < frames.size(); ++i)
+        for (std::size_t i = frames.size() - count; i < frames.size(); ++i) {
             ASSERT_OK(sim.ZvkCaptureFrameQueue(camera, &frames[i], &Arrivals::Callback));
+        }
     }
     // Acquires with frames that are queued again and again.
     void Stream(std::size_t count)

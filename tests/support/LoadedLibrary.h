@@ -13,13 +13,15 @@ class LoadedLibrary
 public:
     explicit LoadedLibrary(const std::string& path) : module(LoadLibraryA(path.c_str()))
     {
-        if (module == nullptr)
+        if (module == nullptr) {
             throw std::runtime_error("cannot load " + path);
+        }
     }
     ~LoadedLibrary()
     {
-        if (module != nullptr)
+        if (module != nullptr) {
             FreeLibrary(module);
+        }
     }
     LoadedLibrary(const LoadedLibrary&) = delete;
     LoadedLibrary& operator=(const LoadedLibrary&) = delete;
@@ -28,8 +30,9 @@ public:
     Function Find(const char* name) const
     {
         const FARPROC address = GetProcAddress(module, name);
-        if (address == nullptr)
+        if (address == nullptr) {
             throw std::runtime_error(std::string("no entry point ") + name);
+        }
         return reinterpret_cast<Function>(reinterpret_cast<void*>(address));
     }
 

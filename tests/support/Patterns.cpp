@@ -18,8 +18,9 @@ const std::regex& Compiled(const char* pattern)
 std::vector<std::string> MatchWhole(const std::string& text, const char* pattern)
 {
     std::smatch match;
-    if (!std::regex_match(text, match, Compiled(pattern)))
+    if (!std::regex_match(text, match, Compiled(pattern))) {
         return {};
+    }
     return {match.begin(), match.end()};
 }
 

@@ -38,8 +38,9 @@ struct Png
         stbi_uc* decoded =
             stbi_load_from_memory(reinterpret_cast<const stbi_uc*>(file.data()),
                                   static_cast<int>(file.size()), &width, &height, &channels, 0);
-        if (decoded == nullptr)
+        if (decoded == nullptr) {
             return;
+        }
         pixels.assign(decoded, decoded + width * height * channels);
         stbi_image_free(decoded);
     }
@@ -101,9 +102,11 @@ protected:
     static Names Written()
     {
         Names names;
-        if (fs::exists("out"))
-            for (const auto& entry : fs::directory_iterator("out"))
+        if (fs::exists("out")) {
+            for (const auto& entry : fs::directory_iterator("out")) {
                 names.push_back(entry.path().filename().string());
+            }
+        }
         std::ranges::sort(names);
         return names;
     }
@@ -187,8 +190,9 @@ TEST_F(Camhost, WhatCannotBeLoadedEndsWithThree)
         {"--adapter \"" + foreign + "\"", "is no adapter: it has no function GetVideoChannel"},
         {FakeAdapter() + " --sdk incomplete", "channel 0 is not usable: a callback is missing"},
     };
-    for (const auto& [adapter, says] : rows)
+    for (const auto& [adapter, says] : rows) {
         ExpectFailure(RunBare("list " + adapter), 3, says);
+    }
     EXPECT_EQ(Run("list --sdk incomplete").exitCode, 2) << "given twice";
 }
 
@@ -214,8 +218,9 @@ TEST_F(Camhost, TheAdaptersRefusalIsRepeated)
         {"get 0 gian", "not found for channelID=0. Did you mean Gain?"},
         {"set 0 PixelTipe=1", "Did you mean PixelType?"},
     };
-    for (const auto& [arguments, says] : rows)
+    for (const auto& [arguments, says] : rows) {
         ExpectFailure(Run(arguments), 1, says);
+    }
 }
 
 TEST_F(Camhost, ListAndDescribeAreAligned)
@@ -228,8 +233,9 @@ TEST_F(Camhost, ListAndDescribeAreAligned)
                              "Mode           enum     RW      Fast          What it does.\n"
                              "                                of Fast, Slow\n",
                              "PayloadSize    int      R-      64            What it does.\n",
-                             "Reset          command  RW                    What it does.\n"})
+                             "Reset          command  RW                    What it does.\n"}) {
         EXPECT_NE(description.find(line), std::string::npos) << line << description;
+    }
 }
 
 TEST_F(Camhost, ProgramsGetTheSameAsJson)
@@ -247,8 +253,9 @@ TEST_F(Camhost, ProgramsGetTheSameAsJson)
         const Result result = Run(arguments);
         EXPECT_EQ(result.exitCode, 0) << arguments;
         EXPECT_TRUE(result.output.starts_with("{") && result.output.ends_with("}\n")) << result.output;
-        for (const char* text : holds)
+        for (const char* text : holds) {
             EXPECT_NE(result.output.find(text), std::string::npos) << arguments << text << result.output;
+        }
     }
 }
 
@@ -311,9 +318,11 @@ TEST_F(Camhost, FilesHoldTheImages)
         EXPECT_EQ(image.width, 5);
         EXPECT_EQ(image.height, 3);
         ASSERT_EQ(image.channels, row.channels);
-        for (int i = 0; i < 15; ++i)
-            for (int channel = 0; channel < image.channels; ++channel)
+        for (int i = 0; i < 15; ++i) {
+            for (int channel = 0; channel < image.channels; ++channel) {
                 EXPECT_EQ(image.At(i % 5, i / 5, channel), i + channel * 15) << row.pixelType;
+            }
+        }
     }
 }
 
@@ -368,8 +377,9 @@ TEST_F(Camhost, AFileThatCannotBeWrittenLeavesNothing)
 
 TEST_F(Camhost, DevicesStayDevicesAndFullOnesAreNoticed)
 {
-    if (PathSeparator == '\\')
+    if (PathSeparator == '\\') {
         GTEST_SKIP() << "no such devices";
+    }
     ExpectFailure(Run("grab 0 --out images --contact-sheet /dev/full"), 1, "it is a device, not a file");
     EXPECT_TRUE(fs::is_character_file("/dev/full"));
     for (const char* arguments : {"--version", "--help", "get 0 Gain"}) {
@@ -381,8 +391,9 @@ TEST_F(Camhost, DevicesStayDevicesAndFullOnesAreNoticed)
 
 TEST_F(Camhost, ARequestToEndStopsTheCamera)
 {
-    if (PathSeparator == '\\')
+    if (PathSeparator == '\\') {
         GTEST_SKIP() << "no signals";
+    }
     for (const char* signal : {"TERM", "INT", "HUP"}) {
         EXPECT_EQ(Shell(std::string("timeout --preserve-status -s ") + signal + " 1 " + Program() +
                         FakeAdapter() +
@@ -427,9 +438,11 @@ TEST_F(Camhost, ContactSheetShowsEveryImage)
     for (int i = 0; i < 6; ++i) {
         const int left = 8 + i % 3 * 168, top = 8 + i / 3 * 25;
         int white = 0; // of the label
-        for (int y = top; y < top + 12; ++y)
-            for (int x = left; x < left + 160; ++x)
+        for (int y = top; y < top + 12; ++y) {
+            for (int x = left; x < left + 160; ++x) {
                 white += sheet.At(x, y, 0) == 255;
+            }
+        }
         EXPECT_EQ(white > 0, i < 5) << i;
         EXPECT_EQ(sheet.At(left + 4, top + 14 + 2, 0), i < 5 ? 14 : 32) << i; // the last pixel, or paper
     }
@@ -452,8 +465,9 @@ TEST_F(Camhost, GrabsFromEverySimulatedCamera)
     EXPECT_EQ(list.exitCode, 0) << list.errors;
     const auto cameras = std::ranges::count(list.output, '\n') - 1;
     ASSERT_GT(cameras, 0);
-    for (const char* part : {"Zorvik/HVN TL: ", "Zorvik/Other: ", "169.254.0.1 ", "USB3Vision "})
+    for (const char* part : {"Zorvik/HVN TL: ", "Zorvik/Other: ", "169.254.0.1 ", "USB3Vision "}) {
         EXPECT_NE(list.output.find(part), std::string::npos) << list.output;
+    }
     const Result grab = RunBare("grab all --frames 2 --trigger manual --out out");
     EXPECT_EQ(grab.exitCode, 0) << grab.errors;
     EXPECT_EQ(std::ssize(Written()), 2 * cameras);
@@ -495,8 +509,9 @@ TEST_F(Camhost, ARefusalOfTheAdapterIsSaidInPlainWords)
         {"grab 3 --out out --region 0,0,33,33",
          "Reason=ZvkErrorInvalidValue (-11) InvalidValue: use values that the camera's increments allow"},
     };
-    for (const auto& [arguments, says] : rows)
+    for (const auto& [arguments, says] : rows) {
         ExpectFailure(RunBare(arguments), 1, says);
+    }
     const Result list = RunBare("list --simulate \"busy 0\"");
     EXPECT_EQ(list.exitCode, 0);
     EXPECT_NE(list.output.find("  cannot be opened: camera-in-use\n"), std::string::npos) << list.output;
@@ -534,8 +549,9 @@ TEST_F(Camhost, WordsOfFaultsOnDemandAreChecked)
         {"fail Zvk 1 -1", "ZvkC.dll has no entry point 'Zvk' to fail"},
         {"cameras", "write cameras N"},
     };
-    for (const auto& [faults, says] : rows)
+    for (const auto& [faults, says] : rows) {
         ExpectFailure(RunBare("list --simulate \"" + std::string(faults) + "\""), 2, says);
+    }
     const fs::path empty = "sdk/bin";
     fs::create_directories(empty);
     fs::copy(SdkFolder() + "/bin/ZvkImageTransform.dll", empty / "ZvkC.dll");

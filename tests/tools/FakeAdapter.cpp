@@ -68,8 +68,9 @@ int Number(const char* feature)
 std::int32_t MARAVEL_CALL SetupCommonParams(char* errorText, std::int64_t, const CommonParams* params)
 {
     g_params = *params;
-    if (g_features["ExposureAuto"].text == "Off")
+    if (g_features["ExposureAuto"].text == "Off") {
         g_features["ExposureTime"].text = std::to_string(params->exposure < 1 ? params->exposure * 1e6 : 1e6);
+    }
     char line[200];
     std::snprintf(line, sizeof(line), "SetupCommonParams %g %d%d%d %d,%d,%d,%d", params->exposure,
                   params->acqContinuous, params->acqTriggered, params->acqTriggerLowToHigh, params->roix,
@@ -90,8 +91,9 @@ std::int32_t MARAVEL_CALL GetImageAttributes(char*, std::int64_t, ImageAttribute
                                              std::uint32_t* status)
 {
     QueryImageStatus(nullptr, 0, status);
-    if (*status != ImageStatusReady)
+    if (*status != ImageStatusReady) {
         return MARAVEL_SUCCESS;
+    }
     attributes->width = kWidth;
     attributes->height = kHeight;
     attributes->pixelType = Number("PixelType");
@@ -130,12 +132,14 @@ std::vector<std::uint8_t> Pixels(std::int32_t pixelType)
 
 std::int32_t MARAVEL_CALL GetImage(char* errorText, std::int64_t, void* destination, std::uint32_t* status)
 {
-    if (++g_taken == Number("FailAtImage"))
+    if (++g_taken == Number("FailAtImage")) {
         return Fail(errorText, "GetImage: ERROR. The cable is out.");
+    }
     const std::int32_t pixelType = Number("PixelType");
     auto pixels = Pixels(pixelType);
-    if (pixelType != PixelTypeRgbPlanes)
+    if (pixelType != PixelTypeRgbPlanes) {
         pixels.resize(64, 0xEE); // all of the payload crosses
+    }
     std::memcpy(destination, pixels.data(), pixels.size());
     g_ready = 0;
     *status = ImageStatusReady;
@@ -160,16 +164,18 @@ std::int32_t MARAVEL_CALL StopAcquisition(char*, std::int64_t)
 std::int32_t MARAVEL_CALL ReadValue(char* errorText, std::int64_t, const char* name, char* text)
 {
     const auto found = g_features.find(name);
-    if (found == g_features.end())
+    if (found == g_features.end()) {
         return Fail(errorText,
                     "ReadValue: ERROR. Feature '" + std::string(name) + "' not found for channelID=0.");
+    }
     return Answer(text, found->second.text);
 }
 
 std::int32_t MARAVEL_CALL WriteValue(char* errorText, std::int64_t, const char* name, const char* text)
 {
-    if (std::strcmp(name, "Mode") == 0 && std::strcmp(text, "Slow") != 0)
+    if (std::strcmp(name, "Mode") == 0 && std::strcmp(text, "Slow") != 0) {
         return Fail(errorText, "WriteValue: ERROR. ZvkFeatureEnumSet for feature 'Mode' failed.");
+    }
     // Numbers are clamped, as cameras do.
     const int width = std::atoi(text);
     g_features[name].text = std::strcmp(name, "Width") == 0 && width < 4 ? "4" : text;
@@ -184,18 +190,21 @@ std::int32_t MARAVEL_CALL ExecuteCommand(char* errorText, std::int64_t, const ch
 
 std::int32_t MARAVEL_CALL GetFeatureName(char*, std::int64_t, std::int32_t index, char* text)
 {
-    for (const auto& [name, value] : g_features)
-        if (index-- == 0)
+    for (const auto& [name, value] : g_features) {
+        if (index-- == 0) {
             return Answer(text, name);
+        }
+    }
     return MARAVEL_FAILURE;
 }
 
 std::int32_t MARAVEL_CALL GetFeatureType(char* errorText, std::int64_t, const char* name, std::int32_t* type)
 {
     const auto found = g_features.find(name);
-    if (found == g_features.end())
+    if (found == g_features.end()) {
         return Fail(errorText,
                     "GetFeatureType: ERROR. channelID=0. Feature '" + std::string(name) + "' not found.");
+    }
     *type = found->second.type;
     return MARAVEL_SUCCESS;
 }
@@ -208,8 +217,9 @@ std::int32_t MARAVEL_CALL GetValidEnum(char*, std::int64_t, const char*, std::ui
 std::int32_t MARAVEL_CALL GetFeatureAttr(char*, std::int64_t, const char* name, std::uint32_t kind,
                                          char* text)
 {
-    if (kind == FeatureAttrDescription)
+    if (kind == FeatureAttrDescription) {
         return Answer(text, "What it does.");
+    }
     return Answer(text,
                   kind == FeatureAttrWritable && std::strcmp(name, "PayloadSize") == 0 ? "False" : "True");
 }
@@ -225,10 +235,12 @@ extern "C" MARAVEL_EXPORT std::int32_t MARAVEL_CALL GetVideoChannel(char* errorT
                                                                     VideoChannelDescriptor* d)
 {
     const char* sdk = std::getenv("ZORVIK_HOME");
-    if (sdk == nullptr || *sdk == '\0')
+    if (sdk == nullptr || *sdk == '\0') {
         return Fail(errorText, "GetVideoChannel: ERROR while loading 'ZvkC.dll'.");
-    if (index >= (std::strstr(sdk, "twins") == nullptr ? 1 : 2))
+    }
+    if (index >= (std::strstr(sdk, "twins") == nullptr ? 1 : 2)) {
         return MARAVEL_FAILURE;
+    }
     d->channelID = index;
     d->SetupCommonParams = SetupCommonParams;
     d->GetImageAttributes = GetImageAttributes;

@@ -56,20 +56,24 @@ protected:
     {
         const int exitCode = Camhost("log --json " + file);
         const Json report = Json::parse(ReadFile("output.txt"), nullptr, false);
-        if (report.is_discarded() || report["runs"].empty())
+        if (report.is_discarded() || report["runs"].empty()) {
             return "no report: " + ReadFile("errors.txt");
+        }
         std::string names, stalls, hint;
         for (const Json& finding : report["runs"].back()["findings"]) {
             const std::string id = finding["id"];
             // A machine that stands still for a moment brings these about beside what a test does.
             std::string& list = id == "host-too-slow" || id == "frames-missing" ? stalls : names;
-            if (finding["severity"] != "hint")
+            if (finding["severity"] != "hint") {
                 list += (list.empty() ? "" : ", ") + id;
-            else if (hint.empty())
+            }
+            else if (hint.empty()) {
                 hint = "(" + id + ")";
+            }
         }
-        if (names.empty())
+        if (names.empty()) {
             names = stalls;
+        }
         EXPECT_EQ(exitCode, names.empty() ? 0 : 1);
         EXPECT_EQ(report["unknown"], 0) << report["unknownLines"];
         return names.empty() ? hint : names;
@@ -187,8 +191,9 @@ TEST_F(Faults, OfTheSdkAndItsCamerasAreNamed)
     };
     for (const Row& row : rows) {
         SetEnvironment("ZORVIK_HOME", "");
-        if (row.prepare)
+        if (row.prepare) {
             row.prepare();
+        }
         Camhost(row.arguments +
                 (row.simulate == nullptr ? "" : std::string(" --simulate \"") + row.simulate + "\""));
         const std::string how = row.arguments + " " + (row.simulate == nullptr ? "" : row.simulate);
@@ -223,8 +228,9 @@ TEST_F(Faults, OfTheProgramAreNamed)
          [](const Adapter&, Channels& channels, SdkControl& sdk) {
              sdk.SimTransformFailCall("ZvkImageTransform", 1, -18, 0);
              Start(channels[1]);
-             while (!Fetch(channels[1]))
+             while (!Fetch(channels[1])) {
                  Wait(1);
+             }
              EXPECT_TRUE(channels[1].StopAcquisition());
          }},
         {"host-too-slow",
@@ -279,15 +285,17 @@ TEST_F(Faults, OfTheProgramAreNamed)
 std::string Examined()
 {
     const Json report = Json::parse(ReadFile("output.txt"), nullptr, false);
-    if (report.is_discarded())
+    if (report.is_discarded()) {
         return "no report: " + ReadFile("errors.txt");
+    }
     std::string ids;
     for (const Json& check : report["checks"]) {
         const std::string id = check["id"];
         const bool network = id.starts_with("mtu-") || id.starts_with("rp-") || id.starts_with("usb-") ||
                              id == "receive-buffer" || id == "packet-sockets" || id == "log-room";
-        if (check["status"] == "ok" || network)
+        if (check["status"] == "ok" || network) {
             continue;
+        }
         EXPECT_FALSE(check["remedy"].get<std::string>().empty()) << id;
         ids += (ids.empty() ? "" : ", ") + id;
     }
@@ -401,8 +409,9 @@ TEST_F(Faults, OfTheInstallationAreFoundByTheDoctor)
         EXPECT_EQ(Camhost("doctor --json"), 0);
         EXPECT_EQ(Examined(), "log-writer");
     });
-    if (windows)
+    if (windows) {
         return; // the test's registry is this process's alone
+    }
     const std::string key = "SOFTWARE\\maravel\\PLK\\AdapterZorvik";
     const std::pair<RegistryEntry, const char*> entries[] = {
         {RegistryNumber(key, "EnableLog", 1), ""},
@@ -423,8 +432,9 @@ TEST_F(Faults, TwoProgramsInOneLogAreNoticed)
 {
     Host([](const host::AdapterLibrary&, Channels& channels, SdkControl&) {
         std::string value;
-        for (int i = 0; i < 1000; ++i)
+        for (int i = 0; i < 1000; ++i) {
             EXPECT_TRUE(channels[3].ReadValue("Width", &value));
+        }
         EXPECT_EQ(Camhost("get 3 Width"), 0);
         EXPECT_TRUE(channels[3].ReadValue("Height", &value));
     });
@@ -461,18 +471,21 @@ TEST_F(Faults, ALogBecomesATraceAndAPage)
     const Json channel = Json::parse(ReadFile("output.txt"))["runs"][0]["channels"].back();
     std::map<std::string, int> events;
     const Json trace = Json::parse(ReadFile("a.json"));
-    for (const Json& event : trace["traceEvents"])
+    for (const Json& event : trace["traceEvents"]) {
         ++events[event["ph"].get<std::string>() + " " + event["name"].get<std::string>()];
+    }
     EXPECT_EQ(channel["channel"], 3);
     EXPECT_EQ(events["i frame"], channel["frames"]["complete"]);
     EXPECT_EQ(events["X acquisition"], 1);
     EXPECT_GE(events["C frames/s of channel 3"], 1);
     EXPECT_EQ(events["M thread_name"], 4);
     const std::string page = ReadFile("a.html");
-    for (const char* part : {"<svg", "healthy", "Simulated Legacy Mono VGA", "</html>"})
+    for (const char* part : {"<svg", "healthy", "Simulated Legacy Mono VGA", "</html>"}) {
         EXPECT_NE(page.find(part), std::string::npos) << part;
-    for (const char* part : {"<script", "http:", "https:"})
+    }
+    for (const char* part : {"<script", "http:", "https:"}) {
         EXPECT_EQ(page.find(part), std::string::npos) << "needs nothing else";
+    }
 }
 
 TEST_F(Faults, WhatIsAskedOfALogInTheWrongWayIsSaid)
@@ -498,8 +511,9 @@ TEST_F(Faults, WhatIsAskedOfALogInTheWrongWayIsSaid)
 
 TEST_F(Faults, ALogThatIsSwitchedOffIsNamed)
 {
-    if (PathSeparator == '\\')
+    if (PathSeparator == '\\') {
         GTEST_SKIP() << "the test's registry is this process's alone";
+    }
     ASSERT_EQ(Camhost("grab 3 --frames 3 --out out"), 0) << ReadFile("errors.txt");
     machine_.SetRegistry({RegistryNumber("SOFTWARE\\maravel\\PLK\\AdapterZorvik", "EnableLog", 0)});
     EXPECT_EQ(Camhost("grab 3 --frames 3 --out out"), 0);

@@ -20,8 +20,9 @@ class PayloadCopyTest : public testing::TestWithParam<InstructionSet>
 protected:
     void SetUp() override
     {
-        if (!InstructionSetUsable(GetParam()))
+        if (!InstructionSetUsable(GetParam())) {
             GTEST_SKIP() << "this machine has no " << InstructionSetName(GetParam());
+        }
         before_ = CurrentInstructionSet();
         ASSERT_TRUE(ForceInstructionSet(GetParam()));
     }
@@ -46,8 +47,9 @@ TEST_P(PayloadCopyTest, CopiesExactlyTheBytesAtAnySizeAndAlignment)
         SCOPED_TRACE(testing::Message()
                      << row.byteCount << " bytes from " << row.sourceOffset << " to " << row.targetOffset);
         std::vector<std::uint8_t> source(row.sourceOffset + row.byteCount);
-        for (std::size_t i = 0; i < source.size(); ++i)
+        for (std::size_t i = 0; i < source.size(); ++i) {
             source[i] = static_cast<std::uint8_t>(i * 13 + i / 253);
+        }
         std::vector<std::uint8_t> target(2 * kGuardSize + row.targetOffset + row.byteCount, kGuard);
         const auto begin = target.begin() + static_cast<std::ptrdiff_t>(kGuardSize + row.targetOffset);
         const auto end = begin + static_cast<std::ptrdiff_t>(row.byteCount);
@@ -90,8 +92,9 @@ TEST(StoreChoiceTest, AnImageGoesPastTheCachesUnlessItsTargetIsStillInThem)
         {"the same again", 1, 17 * kMegabyte, StoreKind::Streaming},
         {"a small image", 2, kMegabyte / 8, StoreKind::Cached},
     };
-    for (const auto& step : steps)
+    for (const auto& step : steps) {
         EXPECT_EQ(ChooseStores(&targets[step.target], step.byteCount), step.expected) << step.what;
+    }
 }
 
 } // namespace

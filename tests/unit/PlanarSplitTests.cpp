@@ -26,8 +26,9 @@ std::vector<std::uint8_t> MakeRgb(std::size_t pixelCount, std::size_t offset)
 {
     std::vector<std::uint8_t> rgb(offset + 3 * pixelCount);
     for (std::size_t i = 0; i < pixelCount; ++i) {
-        for (std::size_t colour = 0; colour < 3; ++colour)
+        for (std::size_t colour = 0; colour < 3; ++colour) {
             rgb[offset + 3 * i + colour] = Sample(i, colour);
+        }
     }
     return rgb;
 }
@@ -53,9 +54,10 @@ public:
             const std::size_t at = i - begin_;
             const std::uint8_t expected =
                 i < begin_ || i >= end ? kGuard : Sample(at % pixelCount_, at / pixelCount_);
-            if (bytes_[i] != expected)
+            if (bytes_[i] != expected) {
                 return "byte " + std::to_string(static_cast<std::ptrdiff_t>(at)) + " is " +
                        std::to_string(bytes_[i]) + " instead of " + std::to_string(expected);
+            }
         }
         return {};
     }
@@ -77,8 +79,9 @@ class PlanarSplitTest : public testing::TestWithParam<KernelCase>
 protected:
     void SetUp() override
     {
-        if (!InstructionSetUsable(GetParam().set))
+        if (!InstructionSetUsable(GetParam().set)) {
             GTEST_SKIP() << "this machine has no " << GetParam().name;
+        }
     }
 
     void Check(std::size_t pixelCount, std::size_t sourceOffset, std::size_t targetOffset)
@@ -98,18 +101,21 @@ protected:
 TEST_P(PlanarSplitTest, EveryLengthAtEveryAlignmentOfThePlanes)
 {
     for (std::size_t pixelCount = 0; pixelCount <= 300; ++pixelCount) {
-        for (std::size_t offset = 0; offset < 64; ++offset)
+        for (std::size_t offset = 0; offset < 64; ++offset) {
             Check(pixelCount, 0, offset);
-        if (HasFatalFailure())
+        }
+        if (HasFatalFailure()) {
             return;
+        }
     }
 }
 
 TEST_P(PlanarSplitTest, EveryAlignmentOfTheSource)
 {
     for (std::size_t offset = 0; offset < 64; ++offset) {
-        for (const std::size_t pixelCount : {64U, 191U, 512U, 1001U})
+        for (const std::size_t pixelCount : {64U, 191U, 512U, 1001U}) {
             Check(pixelCount, offset, offset % 5);
+        }
     }
 }
 

@@ -21,8 +21,9 @@ inline host::Channel StubChannel()
         static std::int32_t MARAVEL_CALL Name(char*, std::int64_t, std::int32_t index, char* name)
         {
             static constexpr const char* kNames[] = {"Gain", "PixelFormat", "TriggerSoftware"};
-            if (index < 0 || index > 2)
+            if (index < 0 || index > 2) {
                 return MARAVEL_FAILURE;
+            }
             std::strcpy(name, kNames[index]);
             return MARAVEL_SUCCESS;
         }

@@ -31,11 +31,14 @@ protected:
               const std::string& body = "")
     {
         for (const auto& [word, token] :
-             {std::pair("TOKEN", access.Token()), std::pair("PICTURE", access.PictureToken())})
-            if (const std::size_t at = headers.find(word); at != std::string::npos)
+             {std::pair("TOKEN", access.Token()), std::pair("PICTURE", access.PictureToken())}) {
+            if (const std::size_t at = headers.find(word); at != std::string::npos) {
                 headers.replace(at, std::strlen(word), token);
-        if (!body.empty())
+            }
+        }
+        if (!body.empty()) {
             headers += "Content-Length: " + std::to_string(body.size()) + "\r\n";
+        }
         return AnswerBytes(line + " HTTP/1.1\r\n" + headers + "\r\n" + body, *api_, access);
     }
 
@@ -112,8 +115,9 @@ TEST_F(ViewServer, RefusesWhatIsNotItsOwnPages)
         {"POST " + kApi + "/0/acquisition", own, R"({"region":{"x":-1}})", 400},
         {"GET /metrics", kHost, "", 200},
     };
-    for (const Row& row : rows)
+    for (const Row& row : rows) {
         EXPECT_EQ(Ask(row.line, row.headers, row.body).status, row.status) << row.line << "\n" << row.headers;
+    }
 }
 
 TEST_F(ViewServer, KeepsToItsSettings)
@@ -139,8 +143,9 @@ TEST_F(ViewServer, RevokesTheTokenOfPictures)
     EXPECT_NE(access_.PictureToken(), before);
     EXPECT_EQ(Ask("GET " + kApi + "/0/image.jpg?token=" + before, kHost).status, 401);
     std::set<std::string> tokens;
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < 100; ++i) {
         tokens.insert(MakeToken());
+    }
     EXPECT_EQ(tokens.size(), 100u);
     EXPECT_EQ(tokens.begin()->size(), 32u);
 }

@@ -37,8 +37,9 @@ CommonParams ParamsOf(const host::Channel& channel, const Options& options)
 
 void Check(const std::string& name, const Outcome& outcome)
 {
-    if (!outcome)
+    if (!outcome) {
         throw Failure(ExitRefused, name + ": " + ReasonOf(outcome));
+    }
 }
 
 // A free-running camera sends at even intervals: twice the usual one is one image that did not arrive. One
@@ -51,8 +52,9 @@ std::uint64_t UsualInterval(std::vector<std::uint64_t> intervals)
     for (auto first = intervals.begin(); first != intervals.end(); ++first) {
         const auto last = std::ranges::upper_bound(first, intervals.end(), *first + *first / 10);
         const auto count = last - first;
-        if (static_cast<std::size_t>(count) >= enough)
+        if (static_cast<std::size_t>(count) >= enough) {
             return first[count / 2];
+        }
     }
     return intervals[intervals.size() / 2];
 }
@@ -63,8 +65,9 @@ std::string CameraName(const host::Channel& channel, const std::vector<host::Cha
 {
     const std::string serial = channel.SerialNumber();
     const auto same = std::ranges::count(all, serial, &host::Channel::SerialNumber);
-    if (!serial.empty() && same == 1)
+    if (!serial.empty() && same == 1) {
         return serial;
+    }
     return (serial.empty() ? "camera" : serial) + "-channel" + std::to_string(channel.Index());
 }
 
@@ -79,21 +82,27 @@ void Acquisition::SetUp()
     const host::Channel& channel = channel_;
     const Options& options = options_;
     // Whether the exposure of the common parameters counts is decided by this one, so it goes first.
-    for (const auto& [feature, value] : options.assignments)
-        if (feature == "ExposureAuto")
+    for (const auto& [feature, value] : options.assignments) {
+        if (feature == "ExposureAuto") {
             WriteFeature(channel, feature, value);
+        }
+    }
     const CommonParams params = ParamsOf(channel, options);
     Check(name_, channel.SetupCommonParams(params));
-    for (const auto& [feature, value] : options.assignments)
-        if (const std::string fault = WriteFeature(channel, feature, value); !fault.empty())
+    for (const auto& [feature, value] : options.assignments) {
+        if (const std::string fault = WriteFeature(channel, feature, value); !fault.empty()) {
             throw Failure(ExitRefused, name_ + ": " + fault);
-    if (options.exposure)
+        }
+    }
+    if (options.exposure) {
         CheckExposure();
+    }
 
     // A monochrome image comes with all that the camera sends along, which may be more than its pixels.
     std::string text;
-    if (channel.ReadValue("PayloadSize", &text))
+    if (channel.ReadValue("PayloadSize", &text)) {
         std::from_chars(text.data(), text.data() + text.size(), payloadSize_);
+    }
 }
 
 Acquisition::~Acquisition()
@@ -103,8 +112,9 @@ Acquisition::~Acquisition()
 
 void Acquisition::Abandon()
 {
-    if (started_)
+    if (started_) {
         channel_.StopAcquisition();
+    }
     started_ = false;
 }
 
@@ -117,8 +127,9 @@ void Acquisition::Resume(const host::Channel& channel)
 {
     started_ = false; // the adapter's new start stopped it
     channel_ = channel;
-    if (Done())
+    if (Done()) {
         return;
+    }
     SetUp();
     resumed_ = taken_ > 0;
     StartOrTrigger();
@@ -131,15 +142,18 @@ void Acquisition::CheckExposure() const
     const auto has = [&](const char* feature) { return std::ranges::find(names, feature) != names.end(); };
     const char* feature = has("ExposureTime") ? "ExposureTime" : "ExposureTimeAbs";
     std::string mode, now;
-    if (has("ExposureAuto") && channel_.ReadValue("ExposureAuto", &mode) && mode != "Off")
+    if (has("ExposureAuto") && channel_.ReadValue("ExposureAuto", &mode) && mode != "Off") {
         throw Failure(ExitRefused, name_ + ": --exposure has no effect, ExposureAuto is " + mode +
                                        "; add --set ExposureAuto=Off");
-    if (!has(feature) || !channel_.ReadValue(feature, &now))
+    }
+    if (!has(feature) || !channel_.ReadValue(feature, &now)) {
         throw Failure(ExitRefused, name_ + ": --exposure has no effect, the camera has no exposure time");
+    }
     char asked[64];
     std::snprintf(asked, sizeof(asked), "%f", *options_.exposure * 1e6);
-    if (const std::string fault = Difference(feature, asked, now); !fault.empty())
+    if (const std::string fault = Difference(feature, asked, now); !fault.empty()) {
         throw Failure(ExitRefused, name_ + ": " + fault);
+    }
 }
 
 // In the manual mode a start is also a trigger.
@@ -165,8 +179,9 @@ void Acquisition::TriggerImage()
 
 void Acquisition::Stop()
 {
-    if (!started_)
+    if (!started_) {
         return; // it was done before another camera had the adapter started anew
+    }
     started_ = false;
     Check(name_, channel_.StopAcquisition());
 }
@@ -185,20 +200,23 @@ bool Acquisition::TakeImage(Image* image)
     std::uint32_t imageStatus = 0;
     Check(name_, channel_.GetImageAttributes(&image->attributes, &imageStatus));
     if (imageStatus != ImageStatusReady) {
-        if (!options_.live && Clock::now() > deadline_)
+        if (!options_.live && Clock::now() > deadline_) {
             GiveUp();
+        }
         return false;
     }
 
     const ImageAttributes& now = image->attributes;
-    if (now.width <= 0 || now.height <= 0)
+    if (now.width <= 0 || now.height <= 0) {
         throw Failure(ExitRefused, name_ + ": the adapter delivers an image without a size");
+    }
     ImageAttributes colour = now;
     colour.pixelType = PixelTypeRgbPlanes;
     image->bytes.resize(std::max(payloadSize_, ImageBytes(colour)));
     Check(name_, channel_.GetImage(image->bytes.data(), &imageStatus));
-    if (imageStatus != ImageStatusReady)
+    if (imageStatus != ImageStatusReady) {
         throw Failure(ExitRefused, name_ + ": the adapter announced an image and has none");
+    }
 
     image->camera = name_;
     image->number = ++taken_;
@@ -225,8 +243,9 @@ bool Acquisition::TakeImage(Image* image)
     last_ = now;
     resumed_ = false;
     AwaitNext(end_);
-    if (options_.trigger == Trigger::Manual && !options_.live && !Done())
+    if (options_.trigger == Trigger::Manual && !options_.live && !Done()) {
         StartOrTrigger();
+    }
     return true;
 }
 
@@ -243,12 +262,14 @@ double Acquisition::Rate() const
 
 std::uint64_t Acquisition::Lost() const
 {
-    if (options_.trigger != Trigger::Freerun || intervals_.empty())
+    if (options_.trigger != Trigger::Freerun || intervals_.empty()) {
         return lostBefore_;
+    }
     const std::uint64_t usual = UsualInterval(intervals_);
     std::uint64_t sent = 0;
-    for (const std::uint64_t interval : intervals_)
+    for (const std::uint64_t interval : intervals_) {
         sent += (interval + usual / 2) / usual;
+    }
     return lostBefore_ + (sent > intervals_.size() ? sent - intervals_.size() : 0);
 }
 
@@ -262,8 +283,9 @@ std::string Acquisition::Progress() const
 
 std::set<OwnLog::Frame> Acquisition::Ends() const
 {
-    if (taken_ < 2)
+    if (taken_ < 2) {
         return {};
+    }
     return {{channel_.Index(), firstTimestamp_}, {channel_.Index(), last_.timestamp}};
 }
 
@@ -281,8 +303,9 @@ GrabResult Acquisition::Result(const OwnLog& log) const
                          .secondsGone = std::chrono::duration<double>(gone_).count(),
                          .firstFile = firstFile_,
                          .lastFile = lastFile_};
-    if (options_.trigger != Trigger::Freerun)
+    if (options_.trigger != Trigger::Freerun) {
         return result;
+    }
     // The camera's own numbers are exact; the interface does not hand them on, the log does. Time stamps are
     // a guess where much is lost.
     const auto first = log.NumberOf({channel_.Index(), firstTimestamp_});
@@ -304,21 +327,24 @@ std::string Summary(const GrabResult& result, const Options& options)
         std::snprintf(numbers, sizeof(numbers), " in %.2f s, %.1f/s", result.seconds, result.rate);
         text += numbers;
     }
-    if (result.lost)
+    if (result.lost) {
         text += ", " + std::to_string(*result.lost) + " lost (by " +
                 (result.byFrameNumbers ? "frame numbers)" : "time stamps)");
+    }
     if (result.interruptions > 0) {
         std::snprintf(numbers, sizeof(numbers), ", gone %s for %.1f s in all",
                       result.interruptions == 1 ? "once"
                                                 : (std::to_string(result.interruptions) + " times").c_str(),
                       result.secondsGone);
         text += numbers;
-        if (result.lost)
+        if (result.lost) {
             text += " (about " + std::to_string(std::llround(result.secondsGone * result.rate)) + " images)";
+        }
     }
     text += "; " + host::TextOf(host::PathOf(options.folder) / result.firstFile);
-    if (result.lastFile != result.firstFile)
+    if (result.lastFile != result.firstFile) {
         text += " to " + result.lastFile;
+    }
     return text;
 }
 

@@ -76,8 +76,9 @@ CLI::Validator IsTimeOfDay()
 
 int ParseTimeOfDay(const std::string& text)
 {
-    if ((text.size() != 5 && text.size() != 8) || text[2] != ':' || (text.size() == 8 && text[5] != ':'))
+    if ((text.size() != 5 && text.size() != 8) || text[2] != ':' || (text.size() == 8 && text[5] != ':')) {
         return -1;
+    }
     const int hour = DigitsAt(text, 0), minute = DigitsAt(text, 3),
               second = text.size() == 8 ? DigitsAt(text, 6) : 0;
     return hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59

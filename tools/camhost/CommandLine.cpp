@@ -32,18 +32,21 @@ constexpr const char* kGrabFooter =
 Assignment SplitAssignment(const std::string& text)
 {
     const std::size_t equals = text.find('=');
-    if (equals == std::string::npos || equals == 0)
+    if (equals == std::string::npos || equals == 0) {
         throw CLI::ValidationError(text, "is not of the form FEATURE=VALUE");
+    }
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
 std::vector<Assignment> SplitAssignments(const std::vector<std::string>& words)
 {
-    if (words.size() == 2 && words[0].find('=') == std::string::npos)
+    if (words.size() == 2 && words[0].find('=') == std::string::npos) {
         return {{words[0], words[1]}};
+    }
     std::vector<Assignment> assignments;
-    for (const std::string& word : words)
+    for (const std::string& word : words) {
         assignments.push_back(SplitAssignment(word));
+    }
     return assignments;
 }
 
@@ -58,10 +61,12 @@ struct Words
 
 Trigger TriggerOf(const std::string& word)
 {
-    if (word == "manual")
+    if (word == "manual") {
         return Trigger::Manual;
-    if (word == "hardware-auto")
+    }
+    if (word == "hardware-auto") {
         return Trigger::HardwareAuto;
+    }
     return word == "hardware-semi-auto" ? Trigger::HardwareSemiAuto : Trigger::Freerun;
 }
 
@@ -70,8 +75,9 @@ CLI::App* AddCommand(CLI::App& app, Options& options, Command command, const cha
     CLI::App* sub = app.add_subcommand(name, text);
     sub->final_callback([&options, command] { options.command = command; });
     if (command != Command::List && command != Command::Bench && command != Command::Log &&
-        command != Command::Doctor && command != Command::View && command != Command::Certify)
+        command != Command::Doctor && command != Command::View && command != Command::Certify) {
         sub->add_option("CHANNEL", options.channel, "The camera: its index or its serial number")->required();
+    }
     return sub;
 }
 
@@ -174,9 +180,11 @@ void AddBench(CLI::App& app, Options& options)
 std::string FailureMessage(const CLI::App*, const CLI::Error& error)
 {
     std::string text = error.what();
-    for (char& c : text)
-        if (c == '\n')
+    for (char& c : text) {
+        if (c == '\n') {
             c = ' ';
+        }
+    }
     return "camhost: " + text + "; see camhost --help\n";
 }
 
@@ -205,8 +213,9 @@ void AddLog(CLI::App& app, Options& options)
     log->add_option("--explain", options.explain, "Tells what a message, a part of one, or a fault means")
         ->option_text("TEXT");
     log->add_flag("--lnav", options.lnav, "Prints the format file for lnav");
-    for (const char* other : {"--json", "--trace", "--html"}) // they are of a log that is done
+    for (const char* other : {"--json", "--trace", "--html"}) { // they are of a log that is done
         follow->excludes(other);
+    }
 }
 
 void AddDoctor(CLI::App& app, Options& options)
@@ -274,8 +283,9 @@ std::string UnknownCommand(const CLI::App& app, const std::vector<std::string>& 
             return named.empty() ? *word : "";
         }
         const CLI::Option* option = app.get_option_no_throw(*word);
-        if (option != nullptr && option->get_items_expected_max() > 0 && word + 1 != arguments.rend())
+        if (option != nullptr && option->get_items_expected_max() > 0 && word + 1 != arguments.rend()) {
             ++word;
+        }
     }
     return {};
 }
@@ -319,8 +329,9 @@ std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int*
     }
     try {
         // The library asks for a command where there is an unknown one.
-        if (const std::string word = UnknownCommand(app, arguments); !word.empty())
+        if (const std::string word = UnknownCommand(app, arguments); !word.empty()) {
             throw CLI::ArgumentMismatch("there is no command '" + word + "'");
+        }
         app.parse(std::move(arguments));
         options.assignments = SplitAssignments(words.assignments);
     }
@@ -333,8 +344,9 @@ std::optional<Options> ParseCommandLine(std::vector<std::string> arguments, int*
     }
     options.trigger = TriggerOf(words.trigger);
     options.risingEdge = words.edge == "rising";
-    if (!words.region.empty())
+    if (!words.region.empty()) {
         options.region = {words.region[0], words.region[1], words.region[2], words.region[3]};
+    }
     return options;
 }
 

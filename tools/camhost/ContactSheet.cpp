@@ -22,9 +22,11 @@ std::uint8_t* PixelAt(ColourImage& image, int x, int y)
 
 void FillWhite(ColourImage& sheet, int left, int top, int right, int bottom)
 {
-    for (int y = std::max(top, 0); y < std::min(bottom, sheet.height); ++y)
-        for (int x = std::max(left, 0); x < std::min(right, sheet.width); ++x)
+    for (int y = std::max(top, 0); y < std::min(bottom, sheet.height); ++y) {
+        for (int x = std::max(left, 0); x < std::min(right, sheet.width); ++x) {
             std::fill_n(PixelAt(sheet, x, y), 3, std::uint8_t{255});
+        }
+    }
 }
 
 // The font comes as rectangles: four corners each, the first top left, the third bottom right.
@@ -58,8 +60,9 @@ std::vector<std::uint8_t> ContactSheet::EncodeAsPng()
 {
     std::ranges::sort(cells_, {}, [](const Cell& cell) { return std::tie(cell.camera, cell.number); });
     int highest = 1;
-    for (const Cell& cell : cells_)
+    for (const Cell& cell : cells_) {
         highest = std::max(highest, cell.thumbnail.height);
+    }
     const int cellHeight = highest + kLabelHeight + kMargin;
 
     const int count = static_cast<int>(cells_.size());
@@ -76,9 +79,10 @@ std::vector<std::uint8_t> ContactSheet::EncodeAsPng()
         const int top = kMargin + i / columns * cellHeight;
         DrawLabel(sheet, left, top, cell.camera + " #" + std::to_string(cell.number));
         const auto lineBytes = static_cast<std::size_t>(3 * cell.thumbnail.width);
-        for (int y = 0; y < cell.thumbnail.height; ++y)
+        for (int y = 0; y < cell.thumbnail.height; ++y) {
             std::copy_n(cell.thumbnail.pixels.data() + static_cast<std::size_t>(y) * lineBytes, lineBytes,
                         PixelAt(sheet, left, top + kLabelHeight + y));
+        }
     }
     return EncodePng(sheet.width, sheet.height, 3, sheet.pixels.data());
 }

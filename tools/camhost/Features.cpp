@@ -60,16 +60,18 @@ std::string NearestName(const Channel& channel, const std::string& feature)
 std::int32_t TypeOf(const Channel& channel, const std::string& feature)
 {
     std::int32_t type = FeatureTypeUnsupported;
-    if (const Outcome outcome = channel.GetFeatureType(feature, &type); !outcome)
+    if (const Outcome outcome = channel.GetFeatureType(feature, &type); !outcome) {
         Refuse(channel, feature, ReasonOf(outcome));
+    }
     return type;
 }
 
 std::string Read(const Channel& channel, const std::string& feature)
 {
     std::string value;
-    if (const Outcome outcome = channel.ReadValue(feature, &value); !outcome)
+    if (const Outcome outcome = channel.ReadValue(feature, &value); !outcome) {
         Refuse(channel, feature, ReasonOf(outcome));
+    }
     return value;
 }
 
@@ -79,8 +81,9 @@ bool ParseInteger(const std::string& text, std::int64_t* value)
     std::uint64_t large = 0;
     const char* end = text.data() + text.size();
     if (const auto [stop, error] = std::from_chars(text.data(), end, *value);
-        stop == end && error == std::errc())
+        stop == end && error == std::errc()) {
         return true;
+    }
     const auto [stop, error] = std::from_chars(text.data(), end, large);
     *value = static_cast<std::int64_t>(large);
     return stop == end && error == std::errc();
@@ -92,8 +95,9 @@ std::optional<double> ParseNumber(const std::string& text)
     std::istringstream stream(text);
     stream.imbue(std::locale::classic());
     double value = 0;
-    if ((stream >> value) && stream.peek() == std::istringstream::traits_type::eof())
+    if ((stream >> value) && stream.peek() == std::istringstream::traits_type::eof()) {
         return value;
+    }
     return std::nullopt;
 }
 
@@ -121,33 +125,40 @@ std::string BoolText(std::string text)
 {
     std::ranges::transform(text, text.begin(),
                            [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (text == "true" || text == "1" || text == "on" || text == "yes")
+    if (text == "true" || text == "1" || text == "on" || text == "yes") {
         return "True";
-    if (text == "false" || text == "0" || text == "off" || text == "no")
+    }
+    if (text == "false" || text == "0" || text == "off" || text == "no") {
         return "False";
+    }
     return {};
 }
 
 std::string CheckedValue(const std::string& feature, const std::string& value, std::int32_t type)
 {
     const std::string quoted = std::string("'").append(value).append("'");
-    if (type == FeatureTypeCommand)
+    if (type == FeatureTypeCommand) {
         throw Failure(ExitWrongArguments, feature + " is a command; use 'camhost run'");
+    }
     std::int64_t whole = 0;
-    if (type == FeatureTypeInt && !ParseInteger(value, &whole))
+    if (type == FeatureTypeInt && !ParseInteger(value, &whole)) {
         throw Failure(ExitWrongArguments, feature + " is an integer; " + quoted + " is none");
-    if (type == FeatureTypeFloat && !ParseNumber(value))
+    }
+    if (type == FeatureTypeFloat && !ParseNumber(value)) {
         throw Failure(ExitWrongArguments, feature + " is a number; " + quoted + " is none");
-    if (type == FeatureTypeBool && BoolText(value).empty())
+    }
+    if (type == FeatureTypeBool && BoolText(value).empty()) {
         throw Failure(ExitWrongArguments, feature + " is True or False; " + quoted + " is neither");
+    }
     return type == FeatureTypeBool ? BoolText(value) : value;
 }
 
 std::string Join(const std::vector<std::string>& words, const char* between)
 {
     std::string joined;
-    for (const std::string& word : words)
+    for (const std::string& word : words) {
         joined += (joined.empty() ? "" : between) + word;
+    }
     return joined;
 }
 
@@ -158,18 +169,21 @@ FeatureRow RowOf(const Channel& channel, const std::string& feature)
                       .readable = channel.IsReadable(feature),
                       .writable = channel.IsWritable(feature),
                       .description = channel.Description(feature)};
-    if (row.readable && row.type != FeatureTypeCommand)
+    if (row.readable && row.type != FeatureTypeCommand) {
         row.known = static_cast<bool>(channel.ReadValue(feature, &row.value));
-    if (row.type == FeatureTypeEnum)
+    }
+    if (row.type == FeatureTypeEnum) {
         row.entries = channel.EnumEntries(feature);
+    }
     return row;
 }
 
 // Why it cannot be opened; empty when it is open or nothing is known.
 std::string FaultOf(const Channel& channel)
 {
-    if (channel.Opened())
+    if (channel.Opened()) {
         return {};
+    }
     const OwnLog log;
     const diagnosis::Finding* fault = log.Fault(channel.Index());
     return fault == nullptr ? "" : fault->fault->name;
@@ -211,10 +225,12 @@ const char* TypeName(std::int32_t type)
 void ListChannels(const std::vector<Channel>& channels, bool asJson)
 {
     std::vector<CameraRow> rows;
-    for (const Channel& channel : channels)
+    for (const Channel& channel : channels) {
         rows.push_back({channel, channel.Opened() ? AddressOf(channel) : "", FaultOf(channel)});
-    if (asJson)
+    }
+    if (asJson) {
         return static_cast<void>(std::fputs(CamerasAsJson(rows).c_str(), stdout));
+    }
     Table table({"CHANNEL", "SERIAL", "CAMERA", "ADDRESS", "SIZE", "EXPOSURE", "STATE"});
     for (const auto& [channel, address, fault] : rows) {
         const VideoChannelDescriptor& d = channel.Descriptor();
@@ -234,17 +250,20 @@ void DescribeChannel(const Channel& channel, bool asJson)
 {
     Read(channel, "Width"); // opens the camera; every one has a width
     std::vector<FeatureRow> rows;
-    for (const std::string& feature : channel.FeatureNames())
+    for (const std::string& feature : channel.FeatureNames()) {
         rows.push_back(RowOf(channel, feature));
-    if (asJson)
+    }
+    if (asJson) {
         return static_cast<void>(std::fputs(FeaturesAsJson(channel, rows).c_str(), stdout));
+    }
     Table table({"FEATURE", "TYPE", "ACCESS", "VALUE", "DESCRIPTION"});
     for (const FeatureRow& row : rows) {
         const std::string access = {row.readable ? 'R' : '-', row.writable ? 'W' : '-'};
         const bool unread = row.readable && !row.known && row.type != FeatureTypeCommand;
         table.Add({row.name, TypeName(row.type), access, unread ? "?" : row.value, row.description});
-        if (row.type == FeatureTypeEnum)
+        if (row.type == FeatureTypeEnum) {
             table.Continue(3, "of " + Join(row.entries, ", "));
+        }
     }
     table.Print();
 }
@@ -254,29 +273,35 @@ void GetFeatures(const Channel& channel, const std::vector<std::string>& feature
     std::vector<FeatureRow> rows;
     for (const std::string& feature : features) {
         FeatureRow row = {.name = feature, .value = Read(channel, feature)}; // of a command: nothing
-        if (asJson || row.value.empty())
+        if (asJson || row.value.empty()) {
             row.type = TypeOf(channel, feature);
-        if (row.value.empty() && row.type == FeatureTypeCommand)
+        }
+        if (row.value.empty() && row.type == FeatureTypeCommand) {
             throw Failure(ExitWrongArguments, feature + " is a command; use 'camhost run'");
-        if (!asJson)
+        }
+        if (!asJson) {
             std::printf("%s=%s\n", feature.c_str(), row.value.c_str());
+        }
         rows.push_back(std::move(row));
     }
-    if (asJson)
+    if (asJson) {
         std::fputs(ValuesAsJson(channel, rows).c_str(), stdout);
+    }
 }
 
 std::string Difference(const std::string& feature, const std::string& asked, const std::string& now)
 {
     // The adapter reads an integer as an unsigned one.
     std::int64_t whole = 0;
-    if (ParseInteger(asked, &whole) && std::to_string(static_cast<std::uint64_t>(whole)) == now)
+    if (ParseInteger(asked, &whole) && std::to_string(static_cast<std::uint64_t>(whole)) == now) {
         return {};
+    }
     // Cameras round to their own steps, which is no reason for a word.
     const auto wanted = ParseNumber(asked), became = ParseNumber(now);
     const double tolerance = now.find('.') == std::string::npos ? 0 : std::abs(wanted.value_or(0)) / 100;
-    if (asked == now || (wanted && became && std::abs(*wanted - *became) <= tolerance + 1e-6))
+    if (asked == now || (wanted && became && std::abs(*wanted - *became) <= tolerance + 1e-6)) {
         return {};
+    }
     return feature + " became " + now + ", not " + asked + "; the camera takes no other value near it";
 }
 
@@ -287,8 +312,9 @@ std::string WriteFeature(const Channel& channel, const std::string& feature, con
     const Outcome outcome = channel.WriteValue(feature, text);
     if (!outcome) {
         std::string reason = ReasonOf(outcome);
-        if (type == FeatureTypeEnum)
+        if (type == FeatureTypeEnum) {
             reason += " (entries now: " + Join(channel.EnumEntries(feature), ", ") + ")";
+        }
         throw Failure(ExitRefused, reason);
     }
     std::string now; // what cannot be read back was written all the same
@@ -299,22 +325,27 @@ void SetFeatures(const Channel& channel, const std::vector<Assignment>& assignme
 {
     std::string faults;
     for (const auto& [feature, value] : assignments) {
-        if (const std::string fault = WriteFeature(channel, feature, value); !fault.empty())
+        if (const std::string fault = WriteFeature(channel, feature, value); !fault.empty()) {
             faults += (faults.empty() ? "" : "; ") + fault;
+        }
         std::string now;
-        if (channel.ReadValue(feature, &now))
+        if (channel.ReadValue(feature, &now)) {
             std::printf("%s=%s\n", feature.c_str(), now.c_str());
-        else
+        }
+        else {
             std::printf("%s was written\n", feature.c_str());
+        }
     }
-    if (!faults.empty())
+    if (!faults.empty()) {
         throw Failure(ExitRefused, faults);
+    }
 }
 
 void RunCommand(const Channel& channel, const std::string& feature)
 {
-    if (const Outcome outcome = channel.ExecuteCommand(feature); !outcome)
+    if (const Outcome outcome = channel.ExecuteCommand(feature); !outcome) {
         Refuse(channel, feature, ReasonOf(outcome));
+    }
     std::printf("%s was run\n", feature.c_str());
 }
 

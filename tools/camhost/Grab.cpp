@@ -29,8 +29,9 @@ public:
     explicit Progress(bool wanted) : terminal_(ErrorsGoToTerminal()), shown_(terminal_ || wanted) {}
     ~Progress()
     {
-        if (drawn_ && terminal_)
+        if (drawn_ && terminal_) {
             std::fputs("\r\x1b[K", stderr);
+        }
     }
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -38,12 +39,14 @@ public:
     void Show(const std::list<Acquisition>& acquisitions)
     {
         const auto now = Clock::now();
-        if (!shown_ || now < next_)
+        if (!shown_ || now < next_) {
             return;
+        }
         next_ = now + (terminal_ ? std::chrono::milliseconds(200) : std::chrono::milliseconds(1000));
         std::string line;
-        for (const Acquisition& acquisition : acquisitions)
+        for (const Acquisition& acquisition : acquisitions) {
             line += (line.empty() ? "" : "  ") + acquisition.Progress();
+        }
         std::fprintf(stderr, terminal_ ? "\r\x1b[K%s" : "%s\n", line.c_str());
         drawn_ = true;
     }
@@ -58,10 +61,13 @@ private:
 // False when a camera went away again meanwhile.
 bool Resume(std::list<Acquisition>& acquisitions, const std::vector<host::Channel>& channels)
 try {
-    for (Acquisition& acquisition : acquisitions)
-        for (const host::Channel& channel : channels)
-            if (acquisition.Name() == CameraName(channel, channels))
+    for (Acquisition& acquisition : acquisitions) {
+        for (const host::Channel& channel : channels) {
+            if (acquisition.Name() == CameraName(channel, channels)) {
                 acquisition.Resume(channel);
+            }
+        }
+    }
     return true;
 }
 catch (const Failure&) {
@@ -72,14 +78,16 @@ catch (const Failure&) {
 void CheckThatItWasLost(std::list<Acquisition>& acquisitions, const NoImage& failure)
 {
     using diagnosis::FaultId;
-    for (Acquisition& acquisition : acquisitions)
+    for (Acquisition& acquisition : acquisitions) {
         acquisition.Abandon();
+    }
     const OwnLog log;
     const diagnosis::Finding* fault = log.Fault(failure.Channel());
     const FaultId id = fault == nullptr ? FaultId::Unplugged : fault->fault->id;
     if (id != FaultId::Unplugged && id != FaultId::CameraGone && id != FaultId::CameraNotOpened &&
-        id != FaultId::CameraInUse)
+        id != FaultId::CameraInUse) {
         throw failure;
+    }
     std::fprintf(stderr, "camhost: %s; looking for the camera\n", failure.Short().c_str());
 }
 
@@ -90,16 +98,19 @@ void AwaitCameras(std::list<Acquisition>& acquisitions, const RestartAdapter& re
     for (;;) {
         const std::vector<host::Channel> channels = restart();
         std::size_t back = 0;
-        for (const host::Channel& channel : channels)
+        for (const host::Channel& channel : channels) {
             back += static_cast<std::size_t>(
                 std::ranges::count_if(acquisitions, [&](const Acquisition& acquisition) {
                     return channel.Opened() && acquisition.Name() == CameraName(channel, channels);
                 }));
-        if (back == acquisitions.size() && Resume(acquisitions, channels))
+        }
+        if (back == acquisitions.size() && Resume(acquisitions, channels)) {
             return;
+        }
         for (int i = 0; i < 10; ++i) {
-            if (EndRequested())
+            if (EndRequested()) {
                 throw Failure(ExitRefused, "interrupted; the images so far are complete");
+            }
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
     }
@@ -113,8 +124,9 @@ try {
         bool done = true;
         bool idle = true;
         for (Acquisition& acquisition : acquisitions) {
-            if (acquisition.Done())
+            if (acquisition.Done()) {
                 continue;
+            }
             done = false;
             Image image;
             if (acquisition.TakeImage(&image)) {
@@ -123,17 +135,21 @@ try {
             }
         }
         progress.Show(acquisitions);
-        if (done)
+        if (done) {
             return true;
-        if (EndRequested())
+        }
+        if (EndRequested()) {
             throw Failure(ExitRefused, "interrupted; the images so far are complete");
-        if (idle)
+        }
+        if (idle) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     }
 }
 catch (const NoImage& failure) {
-    if (!reconnect)
+    if (!reconnect) {
         throw;
+    }
     CheckThatItWasLost(acquisitions, failure);
     return false;
 }
@@ -144,27 +160,33 @@ std::vector<GrabResult> Run(const std::vector<host::Channel>& channels, const Re
                             const Options& options, ImageWriter& writer)
 {
     std::list<Acquisition> acquisitions;
-    for (const host::Channel& channel : channels)
+    for (const host::Channel& channel : channels) {
         acquisitions.emplace_back(channel, CameraName(channel, channels), options);
-    for (Acquisition& acquisition : acquisitions)
+    }
+    for (Acquisition& acquisition : acquisitions) {
         acquisition.Start();
+    }
     {
         Progress progress(options.progress);
-        while (!Poll(acquisitions, writer, progress, options.reconnect))
+        while (!Poll(acquisitions, writer, progress, options.reconnect)) {
             AwaitCameras(acquisitions, restart);
+        }
     }
-    for (Acquisition& acquisition : acquisitions)
+    for (Acquisition& acquisition : acquisitions) {
         acquisition.Stop();
+    }
     writer.Finish();
     std::set<OwnLog::Frame> ends;
-    for (const Acquisition& acquisition : acquisitions)
+    for (const Acquisition& acquisition : acquisitions) {
         ends.merge(acquisition.Ends());
+    }
     const OwnLog log(ends);
     std::vector<GrabResult> results;
     for (const Acquisition& acquisition : acquisitions) {
         results.push_back(acquisition.Result(log));
-        if (!options.json)
+        if (!options.json) {
             std::printf("%s\n", Summary(results.back(), options).c_str());
+        }
     }
     return results;
 }
@@ -184,18 +206,21 @@ void Grab(const std::vector<host::Channel>& channels, const RestartAdapter& rest
         // The interface does not tell why no image comes.
         const OwnLog log;
         const diagnosis::Finding* fault = log.Fault(failure.Channel());
-        if (fault == nullptr)
+        if (fault == nullptr) {
             throw;
+        }
         throw Failure(ExitRefused, failure.Short() + ". " + InOneLine(*fault));
     }
     if (!options.contactSheet.empty()) {
         const auto file = host::PathOf(options.contactSheet);
         WriteWholeFile(file, sheet.EncodeAsPng());
-        if (!options.json)
+        if (!options.json) {
             std::printf("contact sheet: %s\n", host::TextOf(file).c_str());
+        }
     }
-    if (options.json)
+    if (options.json) {
         std::fputs(GrabAsJson(results, options.contactSheet).c_str(), stdout);
+    }
 }
 
 } // namespace maravel::camhost

@@ -58,10 +58,12 @@ unsigned SampleDepth(std::int32_t pixelType)
 std::uint16_t SampleAt(const Image& image, std::size_t i)
 {
     const std::uint8_t* bytes = image.bytes.data();
-    if (image.attributes.pixelType == PixelTypeMono8)
+    if (image.attributes.pixelType == PixelTypeMono8) {
         return bytes[i];
-    if (image.attributes.pixelType != PixelTypeMono12Packed)
+    }
+    if (image.attributes.pixelType != PixelTypeMono12Packed) {
         return static_cast<std::uint16_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
+    }
     // The middle one of three bytes holds both low nibbles, the first sample's in its low half.
     const std::uint8_t* pair = bytes + i / 2 * 3;
     return static_cast<std::uint16_t>(i % 2 == 0 ? (pair[0] << 4) | (pair[1] & 15)
@@ -72,9 +74,11 @@ std::vector<std::uint8_t> Interleaved(const Image& image)
 {
     const std::size_t count = Pixels(image.attributes);
     std::vector<std::uint8_t> pixels(3 * count);
-    for (std::size_t i = 0; i < count; ++i)
-        for (std::size_t plane = 0; plane < 3; ++plane)
+    for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t plane = 0; plane < 3; ++plane) {
             pixels[3 * i + plane] = image.bytes[plane * count + i];
+        }
+    }
     return pixels;
 }
 
@@ -104,27 +108,32 @@ std::vector<std::uint8_t> EncodePng(int width, int height, int channels, const s
         const auto* bytes = static_cast<const std::uint8_t*>(data);
         static_cast<std::vector<std::uint8_t>*>(context)->assign(bytes, bytes + size);
     };
-    if (stbi_write_png_to_func(append, &file, width, height, channels, pixels, width * channels) == 0)
+    if (stbi_write_png_to_func(append, &file, width, height, channels, pixels, width * channels) == 0) {
         throw std::bad_alloc();
+    }
     return file;
 }
 
 std::vector<std::uint8_t> EncodeImage(const Image& image)
 {
     const ImageAttributes& a = image.attributes;
-    if (a.pixelType == PixelTypeMono8)
+    if (a.pixelType == PixelTypeMono8) {
         return EncodePng(a.width, a.height, 1, image.bytes.data());
-    if (a.pixelType == PixelTypeRgbPlanes)
+    }
+    if (a.pixelType == PixelTypeRgbPlanes) {
         return EncodePng(a.width, a.height, 3, Interleaved(image).data());
+    }
     return EncodePgm(image);
 }
 
 std::string ImageFileName(const Image& image)
 {
     std::string name = image.camera;
-    for (char& c : name)
-        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '.')
+    for (char& c : name) {
+        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '.') {
             c = '_';
+        }
+    }
     char number[16];
     std::snprintf(number, sizeof(number), "_%04d", image.number);
     return name + number + (SampleDepth(image.attributes.pixelType) == 8 ? ".png" : ".pgm");
@@ -139,8 +148,9 @@ ColourImage MakeThumbnail(const Image& image, int side)
     }
     else {
         const unsigned shift = SampleDepth(a.pixelType) - 8;
-        for (std::size_t i = 0; i < Pixels(a); ++i)
+        for (std::size_t i = 0; i < Pixels(a); ++i) {
             pixels.insert(pixels.end(), 3, static_cast<std::uint8_t>(SampleAt(image, i) >> shift));
+        }
     }
     const double scale = std::min(1.0, static_cast<double>(side) / std::max(a.width, a.height));
     ColourImage small;
@@ -148,8 +158,9 @@ ColourImage MakeThumbnail(const Image& image, int side)
     small.height = std::max(1, static_cast<int>(a.height * scale));
     small.pixels.resize(static_cast<std::size_t>(3 * small.width) * static_cast<std::size_t>(small.height));
     if (stbir_resize_uint8(pixels.data(), a.width, a.height, 0, small.pixels.data(), small.width,
-                           small.height, 0, 3) == 0)
+                           small.height, 0, 3) == 0) {
         throw std::bad_alloc();
+    }
     return small;
 }
 

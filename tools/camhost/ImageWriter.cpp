@@ -44,14 +44,16 @@ void ImageWriter::Stop()
         stopping_ = true;
         changed_.notify_all();
     }
-    if (thread_.joinable())
+    if (thread_.joinable()) {
         thread_.join();
+    }
 }
 
 void ImageWriter::RethrowFailure()
 {
-    if (failure_)
+    if (failure_) {
         std::rethrow_exception(failure_);
+    }
 }
 
 void ImageWriter::Run()
@@ -59,16 +61,18 @@ void ImageWriter::Run()
     std::unique_lock lock(mutex_);
     while (!failure_) {
         changed_.wait(lock, [this] { return stopping_ || !waiting_.empty(); });
-        if (waiting_.empty())
+        if (waiting_.empty()) {
             return;
+        }
         const Image image = std::move(waiting_.front());
         waiting_.pop_front();
         lock.unlock();
         std::exception_ptr failure;
         try {
             WriteWholeFile(folder_ / ImageFileName(image), EncodeImage(image));
-            if (sheet_ != nullptr)
+            if (sheet_ != nullptr) {
                 sheet_->Add(image);
+            }
         }
         catch (...) {
             failure = std::current_exception();

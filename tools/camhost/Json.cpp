@@ -25,15 +25,18 @@ Json ValueOf(const FeatureRow& row)
     const char* const end = row.value.data() + row.value.size();
     std::uint64_t whole = 0;
     if (row.type == FeatureTypeInt && std::from_chars(row.value.data(), end, whole).ptr == end &&
-        !row.value.empty())
+        !row.value.empty()) {
         return whole;
+    }
     std::istringstream stream(row.value);
     stream.imbue(std::locale::classic());
     double number = 0;
-    if (row.type == FeatureTypeFloat && (stream >> number))
+    if (row.type == FeatureTypeFloat && (stream >> number)) {
         return number;
-    if (row.type == FeatureTypeBool && (row.value == "True" || row.value == "False"))
+    }
+    if (row.type == FeatureTypeBool && (row.value == "True" || row.value == "False")) {
         return row.value == "True";
+    }
     return row.value;
 }
 
@@ -75,10 +78,12 @@ std::string FeaturesAsJson(const host::Channel& channel, const std::vector<Featu
                         {"type", TypeName(row.type)},
                         {"readable", row.readable},
                         {"writable", row.writable}};
-        if (row.known)
+        if (row.known) {
             feature["value"] = ValueOf(row);
-        if (row.type == FeatureTypeEnum)
+        }
+        if (row.type == FeatureTypeEnum) {
             feature["entries"] = row.entries;
+        }
         feature["description"] = row.description;
         json["features"].push_back(std::move(feature));
     }
@@ -89,8 +94,9 @@ std::string ValuesAsJson(const host::Channel& channel, const std::vector<Feature
 {
     Json json = ChannelOf(channel);
     json["values"] = Json::object();
-    for (const FeatureRow& row : rows)
+    for (const FeatureRow& row : rows) {
         json["values"][row.name] = ValueOf(row);
+    }
     return Text("maravel-get-1", std::move(json));
 }
 
@@ -112,8 +118,9 @@ std::string GrabAsJson(const std::vector<GrabResult>& results, const std::string
         cameras.push_back(std::move(camera));
     }
     Json json = {{"cameras", std::move(cameras)}};
-    if (!contactSheet.empty())
+    if (!contactSheet.empty()) {
         json["contactSheet"] = contactSheet;
+    }
     return Text("maravel-grab-1", std::move(json));
 }
 

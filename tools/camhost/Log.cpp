@@ -56,16 +56,19 @@ private:
 
 void PrintLine(const Entry& entry, const Match& match, const Selection& selection)
 {
-    if (!selection.Has(match.channel, entry.time))
+    if (!selection.Has(match.channel, entry.time)) {
         return;
+    }
     constexpr const char* kSigns[] = {" ", " ", "!", "E"};
     const char* sign =
         match.message == nullptr ? "?" : kSigns[static_cast<std::size_t>(match.message->level)];
     std::printf("%s %6llu  %s  %s\n", sign, static_cast<unsigned long long>(entry.line),
                 FormatTime(entry.time).c_str(), ToUtf8(entry.text).c_str());
-    if (match.message != nullptr && match.message->level != Level::Frequent && !match.message->means.empty())
+    if (match.message != nullptr && match.message->level != Level::Frequent &&
+        !match.message->means.empty()) {
         std::printf("%26s- %s%s%s\n", "", match.message->means.c_str(),
                     match.message->advice.empty() ? "" : "; do: ", match.message->advice.c_str());
+    }
 }
 
 // A fault is told once for each channel.
@@ -74,10 +77,13 @@ class Told
 public:
     void Print(const LogReport& report)
     {
-        for (const RunReport& run : report.runs)
-            for (const Finding& finding : run.findings)
-                if (told_.emplace(run.firstLine, finding.fault->id, finding.channel).second)
+        for (const RunReport& run : report.runs) {
+            for (const Finding& finding : run.findings) {
+                if (told_.emplace(run.firstLine, finding.fault->id, finding.channel).second) {
                     Print(run, finding);
+                }
+            }
+        }
         std::fflush(stdout);
     }
     bool AnyFault() const { return fault_; }
@@ -99,8 +105,9 @@ int Follow(const fs::path& file, bool own, const Options& options)
     CatchEndRequests();
     const Selection selection(options);
     const Analysis::Observer observer = [&](const Entry& entry, const Match& match) {
-        if (options.lines)
+        if (options.lines) {
             PrintLine(entry, match, selection);
+        }
     };
     auto analysis = std::make_unique<Analysis>(observer);
     LogTail tail(file);
@@ -132,26 +139,32 @@ int Summarise(const fs::path& file, bool own, const Options& options)
     const Selection selection(options);
     std::optional<OutputFile> traceFile;
     std::optional<TraceWriter> trace;
-    if (!options.trace.empty())
+    if (!options.trace.empty()) {
         trace.emplace(traceFile.emplace(host::PathOf(options.trace)).Stream());
+    }
     Analysis::Observer observer;
-    if (trace || options.lines)
+    if (trace || options.lines) {
         observer = [&](const Entry& entry, const Match& match) {
-            if (trace)
+            if (trace) {
                 trace->Take(entry, match);
-            if (options.lines)
+            }
+            if (options.lines) {
                 PrintLine(entry, match, selection);
+            }
         };
+    }
     LogReport report = ReadLog(file, own, observer);
     selection.ApplyTo(report);
     if (trace) {
         trace->Finish(report);
         traceFile->Commit();
     }
-    if (!options.html.empty())
+    if (!options.html.empty()) {
         WriteText(options.html, ReportAsHtml(report));
-    if (options.lines)
+    }
+    if (options.lines) {
         std::printf("\n");
+    }
     const TextStyle style = {.blocks = OutputShowsUtf8()};
     std::fputs((options.json ? ReportAsJson(report) : ReportAsText(report, style)).c_str(), stdout);
     return report.Healthy() ? ExitDone : ExitRefused;
@@ -167,25 +180,29 @@ int ShowLog(const Options& options)
     }
     if (options.explain) {
         const std::string text = Explain(*options.explain);
-        if (text.empty())
+        if (text.empty()) {
             throw Failure(ExitRefused,
                           "nothing is known of '" + *options.explain +
                               "'; give a line of the log, words of a message, or a fault's name");
+        }
         std::fputs(text.c_str(), stdout);
         return ExitDone;
     }
     const bool own = options.file.empty();
     const fs::path file = own ? OwnLogFile() : host::PathOf(options.file);
     std::error_code error;
-    if (fs::is_directory(file, error))
+    if (fs::is_directory(file, error)) {
         throw Failure(ExitNoLog, host::TextOf(file) + " is a folder; name the log in it");
+    }
     if (!fs::exists(file, error)) {
-        if (own && !ReadLogSwitch().On())
+        if (own && !ReadLogSwitch().On()) {
             throw Failure(ExitNoLog, Describe(FaultId::LoggingOff).sentence + std::string(" ") +
                                          Describe(FaultId::LoggingOff).advice);
-        if (!options.follow)
+        }
+        if (!options.follow) {
             throw Failure(ExitNoLog, "there is no log " + host::TextOf(file) +
                                          (own ? "; the adapter makes it when a program starts it" : ""));
+        }
     }
     try {
         return options.follow ? Follow(file, own, options) : Summarise(file, own, options);

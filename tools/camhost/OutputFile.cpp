@@ -24,10 +24,12 @@ fs::path TargetOf(const fs::path& path)
 {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (fs::is_directory(status))
+    if (fs::is_directory(status)) {
         Fail(path, "it is a folder");
-    if (fs::exists(status) && !fs::is_regular_file(status))
+    }
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
         Fail(path, "it is a device, not a file");
+    }
     return fs::is_symlink(fs::symlink_status(path, error)) ? fs::weakly_canonical(path, error) : path;
 }
 
@@ -36,17 +38,20 @@ fs::path TargetOf(const fs::path& path)
 OutputFile::OutputFile(fs::path path) : path_(std::move(path))
 {
     std::error_code error;
-    if (path_.has_parent_path())
+    if (path_.has_parent_path()) {
         fs::create_directories(path_.parent_path(), error);
-    if (error)
+    }
+    if (error) {
         Fail(path_, error.message());
+    }
     target_ = TargetOf(path_);
     temporary_ = target_;
     temporary_ += ".part";
     errno = 0;
     stream_.open(temporary_, std::ios::binary | std::ios::trunc);
-    if (!stream_)
+    if (!stream_) {
         Fail(path_, std::generic_category().message(errno == 0 ? EIO : errno));
+    }
 }
 
 OutputFile::~OutputFile()
@@ -60,12 +65,14 @@ void OutputFile::Commit()
 {
     errno = 0;
     stream_.close();
-    if (!stream_)
+    if (!stream_) {
         Fail(path_, std::generic_category().message(errno == 0 ? ENOSPC : errno));
+    }
     std::error_code error;
     fs::rename(temporary_, target_, error);
-    if (error)
+    if (error) {
         Fail(path_, error.message());
+    }
 }
 
 void WriteWholeFile(const fs::path& path, std::span<const std::uint8_t> bytes)

@@ -14,18 +14,22 @@ OwnLog::OwnLog(const std::set<Frame>& wanted)
 {
     const std::filesystem::path file = OwnLogFile();
     const FileMoment moment = LastChangeOf(file);
-    if (!ReadLogSwitch().On() || moment.secondsAgo < 0 || moment.secondsAgo > SecondsSinceStart() + 1)
+    if (!ReadLogSwitch().On() || moment.secondsAgo < 0 || moment.secondsAgo > SecondsSinceStart() + 1) {
         return;
+    }
     try {
         const LogReport report = ReadLog(file, true, [&](const Entry&, const Match& match) {
-            if (match.message == nullptr || match.message->event != Event::FrameStored)
+            if (match.message == nullptr || match.message->event != Event::FrameStored) {
                 return;
+            }
             const Frame frame(match.channel, static_cast<std::uint64_t>(match.Number(3)));
-            if (wanted.contains(frame))
+            if (wanted.contains(frame)) {
                 numbers_[frame] = static_cast<std::uint64_t>(match.Number(2));
+            }
         });
-        if (!report.runs.empty())
+        if (!report.runs.empty()) {
             run_ = report.runs.back();
+        }
     }
     catch (const std::system_error&) {
         // A log that cannot be read tells nothing.
@@ -34,24 +38,30 @@ OwnLog::OwnLog(const std::set<Frame>& wanted)
 
 const Finding* OwnLog::Fault(std::int64_t channel) const
 {
-    if (!run_)
+    if (!run_) {
         return nullptr;
+    }
     for (const Finding& finding : run_->findings) {
         const bool about = channel < 0 || finding.channel < 0 || finding.channel == channel;
-        if (about && finding.fault->severity != Severity::Hint && finding.fault->id != FaultId::HostKilled)
+        if (about && finding.fault->severity != Severity::Hint && finding.fault->id != FaultId::HostKilled) {
             return &finding;
+        }
     }
     return nullptr;
 }
 
 const Finding* OwnLog::FaultIn(const std::string& text) const
 {
-    if (!run_)
+    if (!run_) {
         return nullptr;
-    for (const Finding& finding : run_->findings)
-        for (const Quote& quote : finding.quotes)
-            if (!quote.text.empty() && text.find(quote.text) != std::string::npos)
+    }
+    for (const Finding& finding : run_->findings) {
+        for (const Quote& quote : finding.quotes) {
+            if (!quote.text.empty() && text.find(quote.text) != std::string::npos) {
                 return &finding;
+            }
+        }
+    }
     return nullptr;
 }
 

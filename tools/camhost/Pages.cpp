@@ -19,15 +19,18 @@ void ForEachOption(const CLI::App& app, bool positional, const Visit& visit)
 {
     const auto options =
         app.get_options([&](const CLI::Option* option) { return option->get_positional() == positional; });
-    for (const CLI::Option* option : options)
-        if (option != app.get_help_ptr() && !option->get_group().empty())
+    for (const CLI::Option* option : options) {
+        if (option != app.get_help_ptr() && !option->get_group().empty()) {
             visit(*option);
+        }
+    }
 }
 
 void ForEachCommand(const CLI::App& app, const std::function<void(const CLI::App&)>& visit)
 {
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
         visit(*command);
+    }
 }
 
 // Text that troff takes as it stands.
@@ -36,8 +39,9 @@ std::string Plain(const std::string& text)
     std::string plain;
     bool lineBegins = true;
     for (const char c : text) {
-        if (lineBegins && (c == '.' || c == '\''))
+        if (lineBegins && (c == '.' || c == '\'')) {
             plain += "\\&";
+        }
         lineBegins = c == '\n';
         plain += c == '\\' ? "\\e" : c == '-' ? "\\-" : c == '\'' ? "\\(aq" : std::string(1, c);
     }
@@ -85,8 +89,9 @@ std::string ManPage(const CLI::App& app)
     ForEachCommand(app, [&](const CLI::App& command) {
         page += ".SS " + command.get_name() + "\n" + Plain(command.get_description()) + "\n";
         AddOptions(page, command);
-        if (command.get_footer() != app.get_footer()) // which is handed down
+        if (command.get_footer() != app.get_footer()) { // which is handed down
             page += ".PP\n" + Plain(command.get_footer()) + "\n";
+        }
     });
     page += ".SH ENVIRONMENT\n.TP\n.B ZORVIK_HOME\nThe SDK folder, whose bin holds ZvkC.dll and "
             "ZvkImageTransform.dll.\n.TP\n.B MARAVEL_PLATFORM_ROOT\nThe folder that stands for the machine's "
@@ -105,18 +110,22 @@ void AddWords(Completion& completion, const CLI::App& app)
     ForEachOption(app, false, [&](const CLI::Option& option) {
         const std::string name = option.get_name();
         completion.words += (completion.words.empty() ? "" : " ") + name;
-        if (option.get_items_expected_max() == 0)
+        if (option.get_items_expected_max() == 0) {
             return;
+        }
         const std::string type = option.get_type_name(); // the words that it takes stand in braces
         const std::size_t open = type.find('{'), close = type.find('}');
         std::string value;
-        if (close != std::string::npos && open < close)
+        if (close != std::string::npos && open < close) {
             value = type.substr(open + 1, close - open - 1);
+        }
         else if (name == "--out" || Argument(app, option).find("FILE") != std::string::npos ||
-                 Argument(app, option).find("DIR") != std::string::npos)
+                 Argument(app, option).find("DIR") != std::string::npos) {
             value = "FILE";
-        for (char& c : value)
+        }
+        for (char& c : value) {
             c = c == ',' ? ' ' : c;
+        }
         completion.values[name] = value;
     });
 }
@@ -134,15 +143,17 @@ std::string BashCompletion(const CLI::App& app)
         global.values.merge(own.values);
     });
     std::string alternatives = names;
-    for (char& c : alternatives)
+    for (char& c : alternatives) {
         c = c == ' ' ? '|' : c;
+    }
     std::string values;
-    for (const auto& [option, words] : global.values)
+    for (const auto& [option, words] : global.values) {
         values += "    " + option + ") " +
                   (words == "FILE" ? "return"
                    : words.empty() ? "compopt +o default; return"
                                    : "COMPREPLY=($(compgen -W '" + words + "' -- \"$word\")); return") +
                   " ;;\n";
+    }
     return "# Completion of camhost's words in bash.\n"
            "_camhost()\n{\n"
            "    local word=${COMP_WORDS[COMP_CWORD]} command= i\n"

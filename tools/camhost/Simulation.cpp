@@ -23,15 +23,18 @@ void SimulateFaults(const std::string& faults)
         std::filesystem::absolute(host::PathOf(Variable("ZORVIK_HOME")) / "bin" / "ZvkC.dll", error);
     std::string reason;
     void* module = host::LoadModule(path, &reason);
-    if (module == nullptr)
+    if (module == nullptr) {
         throw Failure(ExitNotLoaded, host::TextOf(path) + " cannot be loaded: " + reason);
+    }
     const auto plan = reinterpret_cast<PlanFunction>(host::FindFunction(module, "SimPlanFaults"));
-    if (plan == nullptr)
+    if (plan == nullptr) {
         throw Failure(ExitWrongArguments,
                       "--simulate needs the simulated SDK; " + host::TextOf(path) + " is another one");
+    }
     char text[256] = "";
-    if (plan(faults.c_str(), text, sizeof(text)) != 0)
+    if (plan(faults.c_str(), text, sizeof(text)) != 0) {
         throw Failure(ExitWrongArguments, "--simulate: " + std::string(text));
+    }
 }
 
 } // namespace maravel::camhost

@@ -13,8 +13,9 @@ Table::Table(std::vector<std::string> titles) : widths_(titles.size())
 
 void Table::Add(std::vector<std::string> cells)
 {
-    for (std::size_t i = 0; i < cells.size(); ++i)
+    for (std::size_t i = 0; i < cells.size(); ++i) {
         widths_[i] = std::max(widths_[i], cells[i].size());
+    }
     lines_.push_back({.cells = std::move(cells)});
 }
 
@@ -31,8 +32,9 @@ void Table::Print() const
         std::string text;
         for (std::size_t i = 0; i < line.cells.size(); ++i) {
             text += line.cells[i];
-            if (i + 1 < line.cells.size())
+            if (i + 1 < line.cells.size()) {
                 text.append(widths_[i] + 2 - line.cells[i].size(), ' ');
+            }
         }
         text.erase(text.find_last_not_of(' ') + 1);
         std::printf("%s\n", text.c_str());

@@ -61,8 +61,9 @@ std::unique_ptr<AdapterLibrary> LoadAdapter(const Options& options)
 {
     std::string reason;
     auto library = AdapterLibrary::Load(AdapterFile(options), &reason);
-    if (library == nullptr)
+    if (library == nullptr) {
         throw Failure(ExitNotLoaded, reason + "; name the adapter with --adapter");
+    }
     return library;
 }
 
@@ -70,10 +71,12 @@ std::unique_ptr<AdapterLibrary> LoadAdapter(const Options& options)
 std::string StartFault(const host::Outcome& outcome)
 {
     const OwnLog log;
-    if (const diagnosis::Finding* fault = log.Fault())
+    if (const diagnosis::Finding* fault = log.Fault()) {
         return fault->fault->id == diagnosis::FaultId::NoCamera ? "" : InOneLine(*fault);
-    if (!outcome)
+    }
+    if (!outcome) {
         return outcome.text + " Name the SDK folder with --sdk or ZORVIK_HOME.";
+    }
     // Without a log only the files can tell.
     const std::string folder = Variable("ZORVIK_HOME");
     const diagnosis::LibraryVerdict verdict = diagnosis::InspectSdk(folder);
@@ -87,9 +90,11 @@ std::vector<Channel> CollectChannels(const AdapterLibrary& library)
 {
     std::vector<Channel> channels;
     const host::Outcome outcome = library.CollectChannels(&channels);
-    if (!outcome || channels.empty())
-        if (const std::string fault = StartFault(outcome); !fault.empty())
+    if (!outcome || channels.empty()) {
+        if (const std::string fault = StartFault(outcome); !fault.empty()) {
             throw Failure(ExitNotLoaded, fault);
+        }
+    }
     return channels;
 }
 
@@ -99,48 +104,60 @@ const std::string kNoCameras =
 const Channel& FindChannel(const std::vector<Channel>& channels, const std::string& name)
 {
     const auto same = std::ranges::count(channels, name, &Channel::SerialNumber);
-    if (same > 1)
+    if (same > 1) {
         throw Failure(ExitWrongArguments, std::to_string(same) + " cameras have the serial number " + name +
                                               "; name the channel by its index ('camhost list')");
-    for (const Channel& channel : channels)
-        if (channel.SerialNumber() == name)
+    }
+    for (const Channel& channel : channels) {
+        if (channel.SerialNumber() == name) {
             return channel;
-    for (const Channel& channel : channels)
-        if (std::to_string(channel.Index()) == name)
+        }
+    }
+    for (const Channel& channel : channels) {
+        if (std::to_string(channel.Index()) == name) {
             return channel;
+        }
+    }
     std::string known;
-    for (const Channel& channel : channels)
+    for (const Channel& channel : channels) {
         known += (known.empty() ? "" : ", ") + std::to_string(channel.Index()) + " (" +
                  channel.SerialNumber() + ")";
+    }
     throw Failure(ExitWrongArguments, "there is no channel '" + name + "'; " +
                                           (known.empty() ? kNoCameras : "there are " + known));
 }
 
 void Perform(const Options& options, const AdapterLibrary& library, const std::vector<Channel>& channels)
 {
-    if (options.command == Command::List && channels.empty() && !options.json)
+    if (options.command == Command::List && channels.empty() && !options.json) {
         return static_cast<void>(std::printf("%s\n", kNoCameras.c_str()));
-    if (options.command == Command::List)
+    }
+    if (options.command == Command::List) {
         return ListChannels(channels, options.json);
+    }
     if (options.command == Command::Grab) {
         const RestartAdapter restart = [&library] {
             std::vector<Channel> again;
             library.CollectChannels(&again); // a start that fails leaves none, and is tried again
             return again;
         };
-        if (options.channel != "all")
+        if (options.channel != "all") {
             return Grab({FindChannel(channels, options.channel)}, restart, options);
-        if (channels.empty())
+        }
+        if (channels.empty()) {
             throw Failure(ExitRefused, kNoCameras);
+        }
         return Grab(channels, restart, options);
     }
 
     if (options.command == Command::View) {
         std::vector<Channel> shown;
-        for (const std::string& name : options.channels)
+        for (const std::string& name : options.channels) {
             shown.push_back(FindChannel(channels, name));
-        if (channels.empty())
+        }
+        if (channels.empty()) {
             throw Failure(ExitRefused, kNoCameras);
+        }
         return view::ShowLive(shown.empty() ? channels : shown, options);
     }
 
@@ -161,24 +178,27 @@ void Perform(const Options& options, const AdapterLibrary& library, const std::v
 void CheckOutput()
 {
     errno = 0;
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         throw Failure(ExitRefused, std::string("cannot write to standard output: ") +
                                        std::strerror(errno == 0 ? EIO : errno));
+    }
 }
 
 int Doctor(const Options& options, bool sdkBesideTool)
 {
     const auto tell = [](const diagnosis::Check& check) {
         std::printf("%-8s %s\n", StatusName(check.status), check.text.c_str());
-        if (!check.remedy.empty())
+        if (!check.remedy.empty()) {
             std::printf("         do: %s\n", check.remedy.c_str());
+        }
         std::fflush(stdout);
     };
     const diagnosis::DoctorOptions how = {
         .adapter = PathOf(AdapterFile(options)), .besideTool = sdkBesideTool, .start = !options.noStart};
     const auto checks = options.json ? Examine(how) : Examine(how, tell);
-    if (options.json)
+    if (options.json) {
         std::fputs(ChecksAsJson(checks).c_str(), stdout);
+    }
     return HasFault(checks) ? ExitRefused : ExitDone;
 }
 
@@ -204,8 +224,9 @@ int Certify(const Options& options)
                          .html = options.html,
                          .worker = options.worker,
                          .folder = options.folder};
-    if (order.sdk.empty() && !order.list)
+    if (order.sdk.empty() && !order.list) {
         throw Failure(ExitNotLoaded, "there is no SDK folder; name it with --sdk or ZORVIK_HOME");
+    }
     return certify::Certify(order);
 }
 
@@ -216,8 +237,9 @@ int Bench(const Options& options)
     settings.copyGoal = 1.0; // the C library may be any system's
     bench::Report report;
     bench::MeasureKernels(settings, report);
-    if (!options.results.empty())
+    if (!options.results.empty()) {
         report.Save(options.results);
+    }
     return report.missedGoals() == 0 ? ExitDone : ExitRefused;
 }
 
@@ -225,19 +247,25 @@ int Run(std::vector<std::string> arguments)
 {
     int exitCode = ExitDone;
     const auto options = ParseCommandLine(std::move(arguments), &exitCode);
-    if (!options)
+    if (!options) {
         return exitCode;
-    if (options->command == Command::Bench)
+    }
+    if (options->command == Command::Bench) {
         return Bench(*options);
-    if (options->command == Command::Log)
+    }
+    if (options->command == Command::Log) {
         return ShowLog(*options);
+    }
     const bool sdkBesideTool = ChooseSdkFolder(*options);
-    if (!options->simulate.empty())
+    if (!options->simulate.empty()) {
         SimulateFaults(options->simulate);
-    if (options->command == Command::Certify)
+    }
+    if (options->command == Command::Certify) {
         return Certify(*options);
-    if (options->command == Command::Doctor)
+    }
+    if (options->command == Command::Doctor) {
         return Doctor(*options, sdkBesideTool);
+    }
     const auto library = LoadAdapter(*options);
     try {
         Perform(*options, *library, CollectChannels(*library));
@@ -247,8 +275,9 @@ int Run(std::vector<std::string> arguments)
         const OwnLog log;
         const diagnosis::Finding* fault =
             failure.Code() == ExitRefused ? log.FaultIn(failure.what()) : nullptr;
-        if (fault == nullptr || fault->fault->id == diagnosis::FaultId::FeatureMissing)
+        if (fault == nullptr || fault->fault->id == diagnosis::FaultId::FeatureMissing) {
             throw;
+        }
         const bool repeats = fault->sentence.find(fault->quotes.front().text) != std::string::npos;
         throw Failure(ExitRefused, std::string(failure.what()) +
                                        (repeats ? " " + fault->advice : ". " + InOneLine(*fault)));

@@ -89,7 +89,7 @@ const Call kCallsWithNull[] = {
 void ExpectRefused(const Session& session, std::span<const Call> calls, std::int64_t index)
 {
     Findings findings;
-    for (const Call& call : calls)
+    for (const Call& call : calls) {
         findings.About(call.name, [&] {
             Output<char> text(MARAVEL_TEXT_SIZE);
             const std::int32_t result = call.make(session.Channel().Descriptor(), text.Get(), index);
@@ -98,6 +98,7 @@ void ExpectRefused(const Session& session, std::span<const Call> calls, std::int
                     "it gives no reason");
             CERTIFY(text.WallsStand(), "it wrote outside the text buffer");
         });
+    }
     findings.Judge();
 }
 
@@ -131,8 +132,9 @@ template <class Map, class Body>
 void ForEachIn(const Map& map, const Body& body)
 {
     Findings findings;
-    for (const auto& entry : map)
+    for (const auto& entry : map) {
         findings.About(entry.first, [&] { body(entry.first, entry.second); });
+    }
     findings.Judge();
 }
 
@@ -140,8 +142,9 @@ template <class Body>
 void ForEachSeen(const Session& session, const Body& body)
 {
     Findings findings;
-    for (const Feature& feature : session.Seen().features)
+    for (const Feature& feature : session.Seen().features) {
         findings.About(feature.name, [&] { body(feature); });
+    }
     findings.Judge();
 }
 
@@ -165,8 +168,9 @@ bool IsSame(std::uint32_t type, const std::string& sdk, const std::string& adapt
 // Another value that the camera takes, as the interface writes it; empty: there is none.
 std::string OtherValue(const Session& session, const Feature& feature, const std::string& value)
 {
-    if (feature.type == ZvkFeatureDataBool)
+    if (feature.type == ZvkFeatureDataBool) {
         return value == "1" ? "False" : "True";
+    }
     if (feature.type == ZvkFeatureDataInt) {
         std::int64_t minimum = 0;
         std::int64_t maximum = 0;
@@ -174,9 +178,11 @@ std::string OtherValue(const Session& session, const Feature& feature, const std
                                                          &maximum));
         return std::to_string(minimum);
     }
-    for (const std::string& entry : session.EntriesOf(feature.name))
-        if (entry != value && entry != "Once")
+    for (const std::string& entry : session.EntriesOf(feature.name)) {
+        if (entry != value && entry != "Once") {
             return entry;
+        }
+    }
     return {};
 }
 
@@ -194,8 +200,9 @@ const Check kChecks[] = {
      [](Session& session) {
          const auto& serials = session.Seen().serials;
          CERTIFY_EQUAL(session.Channels().size(), serials.size());
-         for (std::size_t i = 0; i < serials.size(); ++i)
+         for (std::size_t i = 0; i < serials.size(); ++i) {
              CERTIFY_EQUAL(session.Channels()[i].SerialNumber(), serials[i]);
+         }
      }},
     {"P3", Stage::Adapter, Effect::Reads,
      [](Session& session) {
@@ -256,14 +263,17 @@ const Check kChecks[] = {
     {"P9", Stage::Adapter, Effect::Reads,
      [](Session& session) {
          std::vector<std::string> names;
-         for (const Feature& feature : session.Seen().features)
-             if (HostTypeOf(feature.type) != FeatureTypeUnsupported)
+         for (const Feature& feature : session.Seen().features) {
+             if (HostTypeOf(feature.type) != FeatureTypeUnsupported) {
                  names.push_back(feature.name);
+             }
+         }
          std::ranges::sort(names); // by bytes, as the adapter lists them
          const auto listed = session.Channel().FeatureNames();
          CERTIFY_EQUAL(listed.size(), names.size());
-         for (std::size_t i = 0; i < names.size(); ++i)
+         for (std::size_t i = 0; i < names.size(); ++i) {
              CERTIFY_EQUAL(listed[i], names[i]);
+         }
      }},
     {"P10", Stage::Adapter, Effect::Reads,
      [](Session& session) {
@@ -288,8 +298,9 @@ const Check kChecks[] = {
          ForEachIn(session.Seen().entries, [&](const std::string& name, const auto& entries) {
              const auto listed = session.Channel().EnumEntries(name);
              CERTIFY_EQUAL(listed.size(), entries.size());
-             for (std::size_t i = 0; i < entries.size(); ++i)
+             for (std::size_t i = 0; i < entries.size(); ++i) {
                  CERTIFY_EQUAL(listed[i], entries[i]);
+             }
          });
      }},
     {"P13", Stage::Adapter, Effect::Reads,
@@ -298,11 +309,13 @@ const Check kChecks[] = {
          for (const auto& [name, value] : session.Seen().values) {
              std::string read;
              session.Channel().ReadValue(name, &read);
-             if (!name.starts_with("Gev") && !IsSame(TypeOf(session, name), value, read))
+             if (!name.starts_with("Gev") && !IsSame(TypeOf(session, name), value, read)) {
                  others[name] = read; // the adapter itself sets the packet size
+             }
          }
-         if (others.empty())
+         if (others.empty()) {
              return;
+         }
          session.Reach(Stage::Opened);
          ForEachIn(others, [&](const std::string& name, const std::string& read) {
              const std::string& seen = session.Seen().values.at(name);
@@ -313,15 +326,19 @@ const Check kChecks[] = {
     {"P14", Stage::Opened, Effect::Writes,
      [](Session& session) {
          std::map<std::string, std::string> others;
-         for (const std::uint32_t type : {ZvkFeatureDataInt, ZvkFeatureDataEnum, ZvkFeatureDataBool})
-             for (const std::string& name : SettableOf(session, type))
-                 if (const auto value = session.Value(name))
+         for (const std::uint32_t type : {ZvkFeatureDataInt, ZvkFeatureDataEnum, ZvkFeatureDataBool}) {
+             for (const std::string& name : SettableOf(session, type)) {
+                 if (const auto value = session.Value(name)) {
                      others[name] = OtherValue(session, *session.Find(name), *value);
+                 }
+             }
+         }
          session.Reach(Stage::Adapter);
          Read(session.Channel(), "Width"); // opens
          ForEachIn(others, [&](const std::string& name, const std::string& value) {
-             if (value.empty() || !session.Channel().IsWritable(name))
+             if (value.empty() || !session.Channel().IsWritable(name)) {
                  return;
+             }
              const std::string before = Read(session.Channel(), name);
              for (const std::string& written : {value, before}) {
                  const host::Outcome outcome = session.Channel().WriteValue(name, written);

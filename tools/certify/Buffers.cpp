@@ -29,8 +29,9 @@ ZvkError_t Announced(const Session& session, const ZvkFrame_t& record,
                      std::uint32_t size = sizeof(ZvkFrame_t))
 {
     const ZvkError_t result = session.Sdk().ZvkFrameAnnounce(session.Camera(), &record, size);
-    if (result == ZvkErrorSuccess)
+    if (result == ZvkErrorSuccess) {
         session.Sdk().ZvkFrameRevokeAll(session.Camera());
+    }
     return result;
 }
 
@@ -39,14 +40,16 @@ void StreamInto(Session& session, std::size_t size)
 {
     Frames frames(session, 1, Frames::Requeue::No, size);
     frames.StartCapture();
-    if (session.Sdk().ZvkCaptureFrameQueue(session.Camera(), &frames.Record(0), &Frames::Received) != 0)
+    if (session.Sdk().ZvkCaptureFrameQueue(session.Camera(), &frames.Record(0), &Frames::Received) != 0) {
         return;
+    }
     frames.StartAcquisition();
     frames.WaitFor(1);
     frames.StopAcquisition();
     CERTIFY(frames.WallsStand(), "it wrote past a buffer that is smaller than the payload");
-    for (const Arrival& arrival : frames.Arrivals())
+    for (const Arrival& arrival : frames.Arrivals()) {
         CERTIFY(arrival.frame.receiveStatus != 0, "a frame without room came as a complete one");
+    }
 }
 
 const Check kChecks[] = {
@@ -54,8 +57,9 @@ const Check kChecks[] = {
      [](Session& session) {
          Memory memory(PayloadOf(session));
          ZvkFrame_t record = RecordOf(memory.Data(), memory.Size());
-         for (void*& own : record.context)
+         for (void*& own : record.context) {
              own = &own;
+         }
          const ZvkFrame_t before = record;
          CERTIFY_OK(Announced(session, record));
          CERTIFY(record.buffer == before.buffer && record.bufferSize == before.bufferSize,
@@ -85,19 +89,22 @@ const Check kChecks[] = {
      [](Session& session) {
          constexpr std::size_t kShort = 16; // less than the wall behind the buffer
          const std::size_t payload = PayloadOf(session);
-         if (payload <= kShort)
+         if (payload <= kShort) {
              throw Skip{"the payload is too small"};
+         }
          Memory memory(payload - kShort);
-         if (Announced(session, RecordOf(memory.Data(), memory.Size())) == ZvkErrorSuccess)
+         if (Announced(session, RecordOf(memory.Data(), memory.Size())) == ZvkErrorSuccess) {
              StreamInto(session, memory.Size());
+         }
      }},
     {"L6", Stage::Opened, Effect::Writes,
      [](Session& session) {
          constexpr std::uint32_t kSize = sizeof(ZvkFrame_t);
          Memory memory(PayloadOf(session));
          const ZvkFrame_t record = RecordOf(memory.Data(), memory.Size());
-         for (const std::uint32_t size : {0U, kSize - 8, kSize + 8})
+         for (const std::uint32_t size : {0U, kSize - 8, kSize + 8}) {
              CERTIFY_REFUSED(Announced(session, record, size), ZvkErrorStructSize);
+         }
      }},
     {"L7", Stage::Opened, Effect::Writes,
      [](Session& session) {
@@ -130,17 +137,19 @@ const Check kChecks[] = {
          frames.StartCapture();
          frames.QueueAll();
          // Both are well: a refusal, and frames that are really given back.
-         if (session.Sdk().ZvkFrameRevokeAll(session.Camera()) == ZvkErrorSuccess)
+         if (session.Sdk().ZvkFrameRevokeAll(session.Camera()) == ZvkErrorSuccess) {
              CERTIFY_OK(
                  session.Sdk().ZvkFrameAnnounce(session.Camera(), &frames.Record(0), sizeof(ZvkFrame_t)));
+         }
      }},
     {"L11", Stage::Opened, Effect::Writes,
      [](Session& session) {
          Frames frames(session, 3);
          CERTIFY_OK(session.Sdk().ZvkFrameRevokeAll(session.Camera()));
-         for (std::size_t i = 0; i < frames.Size(); ++i)
+         for (std::size_t i = 0; i < frames.Size(); ++i) {
              CERTIFY_OK(
                  session.Sdk().ZvkFrameAnnounce(session.Camera(), &frames.Record(i), sizeof(ZvkFrame_t)));
+         }
      }},
     {"L12", Stage::Opened, Effect::Writes,
      [](Session& session) {
@@ -153,8 +162,9 @@ const Check kChecks[] = {
      }},
     {"L13", Stage::Opened, Effect::Writes,
      [](Session& session) {
-         if (session.Sdk().ZvkCaptureStart(session.Camera()) == ZvkErrorSuccess)
+         if (session.Sdk().ZvkCaptureStart(session.Camera()) == ZvkErrorSuccess) {
              CERTIFY_OK(session.Sdk().ZvkCaptureEnd(session.Camera()));
+         }
          Frames frames(session, 2);
          frames.Start();
          CERTIFY(frames.WaitFor(2), "after a capture without frames no frame came");

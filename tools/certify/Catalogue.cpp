@@ -18,8 +18,9 @@ std::vector<std::string> CellsOf(const std::string& line)
 {
     std::vector<std::string> cells;
     std::istringstream rest(line.substr(1));
-    for (std::string cell; std::getline(rest, cell, '|');)
+    for (std::string cell; std::getline(rest, cell, '|');) {
         cells.push_back(Trimmed(cell));
+    }
     return cells;
 }
 
@@ -43,13 +44,16 @@ std::vector<GroupText> ReadDocument()
     std::vector<GroupText> groups;
     std::istringstream document(diagnosis::kCertifyDocument);
     for (std::string line; std::getline(document, line);) {
-        if (IsGroup(line))
+        if (IsGroup(line)) {
             groups.push_back(GroupOf(line));
-        if (groups.empty() || !line.starts_with(std::string("| ") + groups.back().letter))
+        }
+        if (groups.empty() || !line.starts_with(std::string("| ") + groups.back().letter)) {
             continue;
+        }
         const auto cells = CellsOf(line);
-        if (cells.size() >= 4)
+        if (cells.size() >= 4) {
             groups.back().checks.push_back({cells[0], cells[1], cells[2], cells[3]});
+        }
     }
     return groups;
 }
@@ -64,10 +68,13 @@ const std::vector<GroupText>& Catalogue()
 
 const CheckText* FindText(const std::string& id)
 {
-    for (const GroupText& group : Catalogue())
-        for (const CheckText& check : group.checks)
-            if (check.id == id)
+    for (const GroupText& group : Catalogue()) {
+        for (const CheckText& check : group.checks) {
+            if (check.id == id) {
                 return &check;
+            }
+        }
+    }
     return nullptr;
 }
 

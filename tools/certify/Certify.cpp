@@ -53,8 +53,9 @@ std::vector<std::string> Split(const std::string& text)
 {
     std::vector<std::string> words;
     std::istringstream rest(text);
-    for (std::string word; std::getline(rest, word, ',');)
+    for (std::string word; std::getline(rest, word, ',');) {
         words.push_back(word);
+    }
     return words;
 }
 
@@ -77,18 +78,23 @@ std::vector<Chosen> Choose(const Order& order)
     std::vector<Chosen> chosen;
     for (const GroupText& group : Catalogue()) {
         if ((!order.group.empty() && order.group.find(group.letter) == std::string::npos) ||
-            (!order.level.empty() && order.level != group.level))
+            (!order.level.empty() && order.level != group.level)) {
             continue;
+        }
         Chosen one{&group, {}};
-        for (const CheckText& check : group.checks)
-            if (std::regex_search(check.id + " " + check.asks, filter))
+        for (const CheckText& check : group.checks) {
+            if (std::regex_search(check.id + " " + check.asks, filter)) {
                 one.checks.push_back(check.id);
-        if (!one.checks.empty())
+            }
+        }
+        if (!one.checks.empty()) {
             chosen.push_back(std::move(one));
+        }
     }
-    if (chosen.empty())
+    if (chosen.empty()) {
         throw Failure(camhost::ExitWrongArguments,
                       "no check is called that; 'camhost certify --list' shows them all");
+    }
     return chosen;
 }
 
@@ -123,12 +129,15 @@ public:
         WriteHeader();
         Print(HeaderAsText(report_.header));
         std::vector<std::string> checks;
-        for (const Chosen& one : chosen)
+        for (const Chosen& one : chosen) {
             checks.insert(checks.end(), one.checks.begin(), one.checks.end());
-        while (!checks.empty() && !camhost::EndRequested())
+        }
+        while (!checks.empty() && !camhost::EndRequested()) {
             RunSome(checks);
-        if (unclean_)
+        }
+        if (unclean_) {
             PutBack();
+        }
         report_.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
         return std::move(report_);
     }
@@ -136,8 +145,9 @@ public:
 private:
     void Print(const std::string& text) const
     {
-        if (order_.json)
+        if (order_.json) {
             return;
+        }
         std::fputs(text.c_str(), stdout);
         std::fflush(stdout);
     }
@@ -161,8 +171,9 @@ private:
     void Begin(const std::string& id)
     {
         const auto group = std::ranges::find(Catalogue(), id.front(), &GroupText::letter);
-        if (report_.results.empty() || report_.results.back().id.front() != id.front())
+        if (report_.results.empty() || report_.results.back().id.front() != id.front()) {
             Print(GroupAsText(*group));
+        }
     }
 
     void Take(Result result)
@@ -189,12 +200,15 @@ private:
                                            std::to_string(order_.patience),
                                            "--worker",
                                            words};
-        if (!order_.channel.empty())
+        if (!order_.channel.empty()) {
             arguments.insert(arguments.end(), {"--channel", order_.channel});
-        if (order_.strict)
+        }
+        if (order_.strict) {
             arguments.emplace_back("--strict");
-        if (order_.readOnly)
+        }
+        if (order_.readOnly) {
             arguments.emplace_back("--read-only");
+        }
         return std::make_unique<ChildProcess>(order_.program, arguments);
     }
 
@@ -204,11 +218,13 @@ private:
         const auto child = Start(worker::kCamera);
         for (std::string line; child->ReadLine(&line);) {
             const worker::Message message = worker::Parse(line);
-            if (message.kind != worker::Message::Kind::Camera)
+            if (message.kind != worker::Message::Kind::Camera) {
                 continue;
-            if (message.text.empty() && !order_.channel.empty())
+            }
+            if (message.text.empty() && !order_.channel.empty()) {
                 throw Failure(camhost::ExitWrongArguments,
                               "the SDK finds no camera '" + order_.channel + "'; 'camhost list' shows them");
+            }
             report_.header.camera = message.text;
         }
         child->Wait();
@@ -219,8 +235,9 @@ private:
     void RunSome(std::vector<std::string>& checks)
     {
         std::string names;
-        for (const std::string& id : checks)
+        for (const std::string& id : checks) {
             names += (names.empty() ? "" : ",") + id;
+        }
         const auto child = Start(names);
         std::string running;
         std::size_t done = 0;
@@ -230,8 +247,9 @@ private:
                 running = message.result.id;
                 Begin(running);
             }
-            else if (message.kind == worker::Message::Kind::Left)
+            else if (message.kind == worker::Message::Kind::Left) {
                 report_.left.push_back(message.text);
+            }
             else if (message.kind == worker::Message::Kind::End) {
                 Take(message.result);
                 running.clear();
@@ -241,8 +259,9 @@ private:
         const std::string end = child->Wait();
         unclean_ = !end.empty();
         if (!running.empty() || (done == 0 && !camhost::EndRequested())) {
-            if (running.empty())
+            if (running.empty()) {
                 Begin(running = checks.front());
+            }
             Take({.id = running,
                   .outcome = Outcome::Failed,
                   .text = "the process ended during this check: " + (end.empty() ? "exit code 0" : end),
@@ -256,12 +275,15 @@ private:
     void PutBack()
     {
         const auto child = Start(worker::kSettings);
-        for (std::string line; child->ReadLine(&line);)
+        for (std::string line; child->ReadLine(&line);) {
             if (const worker::Message message = worker::Parse(line);
-                message.kind == worker::Message::Kind::Left)
+                message.kind == worker::Message::Kind::Left) {
                 report_.left.push_back(message.text);
-        if (const std::string end = child->Wait(); !end.empty())
+            }
+        }
+        if (const std::string end = child->Wait(); !end.empty()) {
             report_.left.push_back("the camera's settings: the process ended with " + end);
+        }
     }
 
     const Order& order_;
@@ -276,8 +298,9 @@ int List(const std::vector<Chosen>& chosen)
 {
     for (const Chosen& one : chosen) {
         std::fputs(GroupAsText(*one.group).c_str(), stdout);
-        for (const std::string& id : one.checks)
+        for (const std::string& id : one.checks) {
             std::printf("    %-4s %s\n", id.c_str(), FindText(id)->asks.c_str());
+        }
     }
     return camhost::ExitDone;
 }
@@ -295,27 +318,34 @@ int Certify(const Order& order)
 {
     if (!order.worker.empty()) {
         EndOnCrash();
-        if (!order.folder.empty())
+        if (!order.folder.empty()) {
             return RunAsWorker(SettingsOf(order, host::PathOf(order.folder)), Split(order.worker));
+        }
         const OwnFolder folder;
         return RunAsWorker(SettingsOf(order, folder.Path()), Split(order.worker));
     }
     const auto chosen = Choose(order);
-    for (const std::string& id : Split(order.known))
-        if (FindText(id) == nullptr)
+    for (const std::string& id : Split(order.known)) {
+        if (FindText(id) == nullptr) {
             throw Failure(camhost::ExitWrongArguments,
                           "--known '" + id + "' is no check; 'camhost certify --list' shows them all");
-    if (order.list)
+        }
+    }
+    if (order.list) {
         return List(chosen);
+    }
     camhost::CatchEndRequests();
     const Report report = Run(order).Perform(chosen);
     std::fputs(order.json ? ReportAsJson(report).c_str() : ("\n" + TotalAsText(report)).c_str(), stdout);
-    if (!order.junit.empty())
+    if (!order.junit.empty()) {
         Write(order.junit, ReportAsJUnit(report));
-    if (!order.html.empty())
+    }
+    if (!order.html.empty()) {
         Write(order.html, ReportAsHtml(report));
-    if (camhost::EndRequested())
+    }
+    if (camhost::EndRequested()) {
         throw Failure(camhost::ExitRefused, "it was ended before all checks had run");
+    }
     return report.Passed() ? camhost::ExitDone : camhost::ExitRefused;
 }
 

@@ -33,16 +33,18 @@ void Fail(const std::string& text, const char* file, int line)
 
 void ExpectOk(ZvkError_t result, const char* call, const char* file, int line)
 {
-    if (result != ZvkErrorSuccess)
+    if (result != ZvkErrorSuccess) {
         Fail(std::string(call) + " gave " + NameOf(result), file, line);
+    }
 }
 
 void ExpectRefused(ZvkError_t result, ZvkError_t code, const char* call, const char* file, int line)
 {
-    if (result >= 0 || (g_strict && result != code))
+    if (result >= 0 || (g_strict && result != code)) {
         Fail(std::string(call) + " gave " + NameOf(result) + ", expected " +
                  (g_strict ? "" : "an error such as ") + NameOf(code),
              file, line);
+    }
 }
 
 void Findings::Add(const std::string& name, const std::string& text)
@@ -52,15 +54,19 @@ void Findings::Add(const std::string& name, const std::string& text)
 
 void Findings::Judge(const char* none) const
 {
-    if (asked_ == 0)
+    if (asked_ == 0) {
         throw NotSupported{none};
-    if (failures_.empty())
+    }
+    if (failures_.empty()) {
         return;
+    }
     std::string text = std::to_string(failures_.size()) + " of " + std::to_string(asked_) + ":";
-    for (std::size_t i = 0; i < std::min(failures_.size(), kShownFailures); ++i)
+    for (std::size_t i = 0; i < std::min(failures_.size(), kShownFailures); ++i) {
         text += "\n" + failures_[i];
-    if (failures_.size() > kShownFailures)
+    }
+    if (failures_.size() > kShownFailures) {
         text += "\n...";
+    }
     throw Failed{text};
 }
 

@@ -135,8 +135,9 @@ std::string Shown(const T& value)
 template <class A, class B>
 void ExpectEqual(const A& got, const B& wanted, const char* what, const char* file, int line)
 {
-    if (!(got == wanted))
+    if (!(got == wanted)) {
         Fail(std::string(what) + " is " + Shown(got) + ", expected " + Shown(wanted), file, line);
+    }
 }
 
 } // namespace maravel::certify

@@ -63,8 +63,9 @@ const Check kChecks[] = {
     {"Q2", Stage::Adapter, Effect::Writes,
      [](Session& session) {
          std::int32_t type = 0;
-         if (!session.Channel().GetFeatureType("TriggerSoftware", &type))
+         if (!session.Channel().GetFeatureType("TriggerSoftware", &type)) {
              throw NotSupported{"the camera has no software trigger"};
+         }
          Acquisition acquisition(session, Triggered(session, false, false));
          for (int i = 0; i < 3; ++i) {
              if (i > 0) {
@@ -79,8 +80,9 @@ const Check kChecks[] = {
     {"Q3", Stage::Adapter, Effect::Writes,
      [](Session& session) {
          std::int32_t type = 0;
-         if (!session.Channel().GetFeatureType("TriggerMode", &type))
+         if (!session.Channel().GetFeatureType("TriggerMode", &type)) {
              throw NotSupported{"the camera has no trigger"};
+         }
          for (const bool continuous : {true, false}) {
              Acquisition acquisition(session, Triggered(session, continuous, true));
              CERTIFY(!acquisition.Comes(kQuiet), "an image comes without a trigger");
@@ -91,8 +93,9 @@ const Check kChecks[] = {
      [](Session& session) {
          std::string most;
          if (!session.Channel().ReadValue("WidthMax", &most) ||
-             !session.Channel().ReadValue("HeightMax", &most))
+             !session.Channel().ReadValue("HeightMax", &most)) {
              throw NotSupported{"the camera does not tell its largest width and height"};
+         }
          CommonParams params = FreeRun(session.Channel());
          params.roiwidth = params.roiheight = 1 << 30;
          Acquisition acquisition(session, params);
@@ -105,7 +108,7 @@ const Check kChecks[] = {
      [](Session& session) {
          const KeptByAdapter kept(session.Channel(), "PixelFormat");
          Findings findings;
-         for (const std::string& format : session.Channel().EnumEntries("PixelFormat"))
+         for (const std::string& format : session.Channel().EnumEntries("PixelFormat")) {
              findings.About(format, [&] {
                  const host::Outcome outcome = session.Channel().WriteValue("PixelFormat", format);
                  CERTIFY(outcome.ok, "it cannot be set: " << outcome.text);
@@ -115,6 +118,7 @@ const Check kChecks[] = {
                          std::ranges::any_of(image.bytes, [](auto byte) { return byte != Memory::kFill; }),
                      "GetImage wrote nothing");
              });
+         }
          findings.Judge();
      }},
     {"Q6", Stage::Adapter, Effect::Writes,
@@ -163,12 +167,14 @@ const Check kChecks[] = {
          for (std::size_t i = 1; i < session.Channels().size(); ++i) {
              VideoChannelDescriptor descriptor{};
              descriptor.structSize = sizeof(descriptor);
-             if (i != session.CameraIndex())
+             if (i != session.CameraIndex()) {
                  session.HandOut(i, &descriptor);
+             }
          }
          first.Next();
-         if (session.CameraIndex() == 0)
+         if (session.CameraIndex() == 0) {
              return; // index 0 starts the adapter anew
+         }
          VideoChannelDescriptor descriptor{};
          descriptor.structSize = sizeof(descriptor);
          session.HandOut(session.CameraIndex(), &descriptor);

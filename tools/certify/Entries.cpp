@@ -93,13 +93,15 @@ const Call kCalls[] = {
 void Expect(const Sdk& sdk, ZvkHandle_t handle, ZvkError_t code, bool handlesOnly)
 {
     Findings findings;
-    for (const Call& call : kCalls)
-        if (call.takesHandle || !handlesOnly)
+    for (const Call& call : kCalls) {
+        if (call.takesHandle || !handlesOnly) {
             findings.About(call.entry, [&] {
                 Outputs out;
                 CERTIFY_REFUSED(call.make(sdk, handle, out), code);
                 CERTIFY(out.first.IsUntouched() && out.second.IsUntouched(), "it wrote an output");
             });
+        }
+    }
     findings.Judge();
 }
 

@@ -14,8 +14,9 @@ std::uint32_t CountOf(const Sdk& sdk)
 {
     std::uint32_t count = 0;
     CERTIFY_OK(sdk.ZvkCamerasList(nullptr, 0, &count, kSize));
-    if (count == 0)
+    if (count == 0) {
         throw Skip{"the SDK finds no camera"};
+    }
     return count;
 }
 
@@ -28,9 +29,11 @@ std::string TextOf(const char* text)
 std::vector<std::string> TextsOf(const std::vector<ZvkCameraInfo_t>& cameras)
 {
     std::vector<std::string> texts;
-    for (const ZvkCameraInfo_t& info : cameras)
-        for (const char* text : {info.cameraIdString, info.modelName, info.serialString})
+    for (const ZvkCameraInfo_t& info : cameras) {
+        for (const char* text : {info.cameraIdString, info.modelName, info.serialString}) {
             texts.push_back(TextOf(text));
+        }
+    }
     return texts;
 }
 
@@ -59,8 +62,9 @@ const Check kChecks[] = {
          std::uint32_t found = 0;
          // The code itself is relied upon: the adapter reads the list again on it, and on no other.
          const ZvkError_t result = session.Sdk().ZvkCamerasList(list.Get(), count - 1, &found, kSize);
-         if (count == 1 && result == 0)
+         if (count == 1 && result == 0) {
              throw NotSupported{"with one camera, an array of length 0 only counts"};
+         }
          CERTIFY_EQUAL(NameOf(result), NameOf(ZvkErrorMoreData));
          CERTIFY_EQUAL(found, count);
          CERTIFY(list.IsUntouched(count - 1) && list.WallsStand(), "it wrote past the array's length");
@@ -102,22 +106,25 @@ const Check kChecks[] = {
     {"C8", Stage::Started, Effect::Reads,
      [](Session& session) {
          CountOf(session.Sdk());
-         for (const ZvkCameraInfo_t& info : session.Cameras())
+         for (const ZvkCameraInfo_t& info : session.Cameras()) {
              CERTIFY(info.modelName != nullptr, TextOf(info.cameraIdString) << " has no model name");
+         }
      }},
     {"C9", Stage::Started, Effect::Reads,
      [](Session& session) {
          CountOf(session.Sdk());
-         for (const ZvkCameraInfo_t& info : session.Cameras())
+         for (const ZvkCameraInfo_t& info : session.Cameras()) {
              CERTIFY(info.serialString != nullptr, TextOf(info.cameraIdString) << " has no serial number");
+         }
      }},
     {"C10", Stage::Started, Effect::Reads,
      [](Session& session) {
          CountOf(session.Sdk());
          const auto cameras = session.Cameras();
          const auto before = TextsOf(cameras);
-         for (int i = 0; i < 3; ++i)
+         for (int i = 0; i < 3; ++i) {
              session.Cameras();
+         }
          ZvkHandle_t camera = nullptr;
          CERTIFY_OK(session.Sdk().ZvkCameraOpen(cameras[0].cameraIdString, ZvkAccessModeFull, &camera));
          const auto later = TextsOf(cameras);
@@ -128,8 +135,9 @@ const Check kChecks[] = {
      [](Session& session) {
          CountOf(session.Sdk());
          const auto first = TextsOf(session.Cameras());
-         for (int i = 0; i < 5; ++i)
+         for (int i = 0; i < 5; ++i) {
              CERTIFY(TextsOf(session.Cameras()) == first, "the order or the texts changed");
+         }
      }},
     {"C12", Stage::Started, Effect::Reads,
      [](Session& session) {
@@ -159,8 +167,9 @@ const Check kChecks[] = {
              CERTIFY_OK(session.Sdk().ZvkFeaturesList(info.streamHandles[i], nullptr, 0, &count,
                                                       sizeof(ZvkFeatureInfo_t)));
          }
-         if (info.streamCount == 0)
+         if (info.streamCount == 0) {
              throw NotSupported{"the camera has no stream"};
+         }
      }},
     {"C14", Stage::Opened, Effect::Writes,
      [](Session& session) {

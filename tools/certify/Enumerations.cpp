@@ -50,8 +50,9 @@ void ExpectListed(const Session& session, const std::string& name)
     Output<const char*> exact(count);
     CERTIFY_OK(list(exact, count, &found));
     CERTIFY_EQUAL(found, count);
-    if (count == 1)
+    if (count == 1) {
         return; // an array of length 0 only counts
+    }
     Output<const char*> small(count);
     CERTIFY_REFUSED(list(small, count - 1, &found), ZvkErrorMoreData);
     CERTIFY(small.IsUntouched(count - 1), "it wrote past the array's length");
@@ -120,8 +121,9 @@ const Check kChecks[] = {
          for (const std::string& name : SettableOf(session, ZvkFeatureDataEnum)) {
              const auto available = session.EntriesOf(name);
              for (const std::string& entry : session.EntriesOf(name, false)) {
-                 if (Has(available, entry))
+                 if (Has(available, entry)) {
                      continue;
+                 }
                  findings.About(name + " " + entry, [&] {
                      const Kept kept(session, name);
                      CERTIFY_REFUSED(Set(session, name, entry), ZvkErrorInvalidValue);

@@ -37,16 +37,18 @@ std::string TextOf(const char* text)
 std::vector<std::string> NamesOf(const std::vector<ZvkFeatureInfo_t>& list)
 {
     std::vector<std::string> names;
-    for (const ZvkFeatureInfo_t& info : list)
+    for (const ZvkFeatureInfo_t& info : list) {
         names.push_back(TextOf(info.name) + ":" + std::to_string(info.featureDataType));
+    }
     return names;
 }
 
 std::vector<std::string> TextsOf(const std::vector<ZvkFeatureInfo_t>& list)
 {
     std::vector<std::string> texts;
-    for (const ZvkFeatureInfo_t& info : list)
+    for (const ZvkFeatureInfo_t& info : list) {
         texts.push_back(TextOf(info.name) + "\n" + TextOf(info.description));
+    }
     return texts;
 }
 
@@ -123,30 +125,35 @@ const Check kChecks[] = {
     {"E6", Stage::Opened, Effect::Reads,
      [](Session& session) {
          const auto first = NamesOf(ListOf(session, session.Camera()));
-         for (int i = 0; i < kListings; ++i)
+         for (int i = 0; i < kListings; ++i) {
              CERTIFY(NamesOf(ListOf(session, session.Camera())) == first, "names, types or order changed");
+         }
      }},
     {"E7", Stage::Opened, Effect::Reads,
      [](Session& session) {
-         for (const ZvkFeatureInfo_t& info : ListOf(session, session.Camera()))
-             if (info.featureDataType > ZvkFeatureDataNone)
+         for (const ZvkFeatureInfo_t& info : ListOf(session, session.Camera())) {
+             if (info.featureDataType > ZvkFeatureDataNone) {
                  session.Warn(TextOf(info.name) + " has the unknown type " +
                               std::to_string(info.featureDataType));
+             }
+         }
      }},
     {"E8", Stage::Opened, Effect::Reads,
      [](Session& session) {
          const auto list = ListOf(session, session.Camera());
          const auto before = TextsOf(list);
-         for (int i = 0; i < kListings; ++i)
+         for (int i = 0; i < kListings; ++i) {
              ListOf(session, session.Camera());
-         for (const Feature& feature : session.Features())
+         }
+         for (const Feature& feature : session.Features()) {
              session.Value(feature.name);
+         }
          CERTIFY(TextsOf(list) == before, "a name or a description of the list changed");
      }},
     {"E9", Stage::Opened, Effect::Reads,
      [](Session& session) {
          Findings findings;
-         for (const Feature& feature : session.Features())
+         for (const Feature& feature : session.Features()) {
              findings.About(feature.name, [&] {
                  Output<ZvkBool_t> readable;
                  Output<ZvkBool_t> writable;
@@ -154,6 +161,7 @@ const Check kChecks[] = {
                                                                 readable.Get(), writable.Get()));
                  CERTIFY(!readable.IsUntouched() && !writable.IsUntouched(), "it wrote no answer");
              });
+         }
          findings.Judge();
      }},
     {"E10", Stage::Opened, Effect::Reads, [](Session& session) { ExpectUnknown(session, "NoSuchFeature"); }},
@@ -162,8 +170,9 @@ const Check kChecks[] = {
          for (const Feature& feature : session.Features()) {
              std::string name = feature.name;
              name[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(name[0])));
-             if (session.Find(name) == nullptr)
+             if (session.Find(name) == nullptr) {
                  return ExpectUnknown(session, name);
+             }
          }
          throw Skip{"no feature's name begins with a capital letter"};
      }},
@@ -171,12 +180,15 @@ const Check kChecks[] = {
      [](Session& session) {
          Findings findings;
          for (const auto& [name, handle] :
-              {std::pair{"stream", session.Stream()}, {"transport layer", session.TransportLayer()}})
-             if (handle != nullptr)
+              {std::pair{"stream", session.Stream()}, {"transport layer", session.TransportLayer()}}) {
+             if (handle != nullptr) {
                  findings.About(name, [&, module = handle] {
-                     for (const ZvkFeatureInfo_t& info : ListOf(session, module))
+                     for (const ZvkFeatureInfo_t& info : ListOf(session, module)) {
                          CERTIFY(info.name != nullptr, "a feature has no name");
+                     }
                  });
+             }
+         }
          findings.Judge("the camera has no stream and no transport layer");
      }},
 };

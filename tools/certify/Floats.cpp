@@ -91,8 +91,9 @@ const Check kChecks[] = {
          ForEach(SettableOf(session, ZvkFeatureDataFloat), [&](const std::string& name) {
              for (const double value :
                   {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-                   -std::numeric_limits<double>::infinity()})
+                   -std::numeric_limits<double>::infinity()}) {
                  ExpectRefused(session, name, value);
+             }
          });
      }},
     {"G8", Stage::Opened, Effect::Writes,

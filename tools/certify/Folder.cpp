@@ -27,16 +27,18 @@ void CheckEntries(Session& session, const char* file, std::span<const char* cons
 {
     const LoadedLibrary library(FileOf(session, file));
     Findings findings;
-    for (const char* name : names)
+    for (const char* name : names) {
         findings.About(name, [&] { CERTIFY(library.Find(name) != nullptr, "it is missing"); });
+    }
     findings.Judge();
 }
 
 std::uintmax_t SizeOf(const fs::path& folder)
 {
     std::uintmax_t size = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(folder))
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         size += entry.is_regular_file() ? entry.file_size() : 0;
+    }
     return size;
 }
 
@@ -69,9 +71,10 @@ const Check kChecks[] = {
     {"A1", Stage::Folder, Effect::Reads,
      [](Session& session) {
          CERTIFY(fs::is_directory(session.Asked().sdk), host::TextOf(session.Asked().sdk) << " is no folder");
-         for (const char* name : kFiles)
+         for (const char* name : kFiles) {
              CERTIFY(fs::is_regular_file(FileOf(session, name)), host::TextOf(FileOf(session, name))
                                                                      << " is missing");
+         }
      }},
     {"A2", Stage::Folder, Effect::Reads,
      [](Session& session) {
@@ -85,9 +88,10 @@ const Check kChecks[] = {
      [](Session& session) {
          for (const char* name : kFiles) {
              const fs::path path = FileOf(session, name);
-             for (const std::string& needed : diagnosis::InspectLibrary(path).needs)
+             for (const std::string& needed : diagnosis::InspectLibrary(path).needs) {
                  CERTIFY(diagnosis::CanFindLibrary(needed, path.parent_path()),
                          name << " needs " << needed << ", which is missing");
+             }
              const LoadedLibrary loads(path); // where the system alone knows what is missing
          }
      }},
@@ -99,8 +103,9 @@ const Check kChecks[] = {
      }},
     {"A5", Stage::Folder, Effect::Reads,
      [](Session& session) {
-         if (SizeOf(session.Asked().sdk) > kLargestCopy)
+         if (SizeOf(session.Asked().sdk) > kLargestCopy) {
              throw Skip{"the SDK folder is too large to be copied"};
+         }
          const fs::path copy = session.Asked().folder / host::PathOf("SDK mit Blank und \xC3\xBC");
          fs::remove_all(copy); // of a run of this check that crashed
          fs::copy(session.Asked().sdk, copy, fs::copy_options::recursive);

@@ -16,8 +16,9 @@ double Exposure(const Session& session)
 {
     for (const char* name : {"ExposureTime", "ExposureTimeAbs"}) {
         double microseconds = 0;
-        if (session.Sdk().ZvkFeatureFloatGet(session.Camera(), name, &microseconds) == 0)
+        if (session.Sdk().ZvkFeatureFloatGet(session.Camera(), name, &microseconds) == 0) {
             return microseconds / 1e6;
+        }
     }
     return 0;
 }
@@ -47,8 +48,9 @@ Frames::Frames(Session& session, std::size_t count, Requeue requeue, std::size_t
     }
     announced_ = true;
     try {
-        for (const ZvkFrame_t& record : records_)
+        for (const ZvkFrame_t& record : records_) {
             CERTIFY_OK(sdk_.ZvkFrameAnnounce(camera_, &record, sizeof(record)));
+        }
     }
     catch (...) {
         GiveUp();
@@ -62,10 +64,12 @@ Frames::~Frames()
         const std::lock_guard lock(mutex_);
         stopped_ = true;
     }
-    if (acquiring_)
+    if (acquiring_) {
         sdk_.ZvkFeatureCommandRun(camera_, "AcquisitionStop");
-    if (capturing_)
+    }
+    if (capturing_) {
         sdk_.ZvkCaptureEnd(camera_);
+    }
     GiveUp();
 }
 
@@ -80,8 +84,9 @@ void Frames::GiveUp()
     }
     const std::lock_guard lock(g_livingMutex);
     g_living.erase(this);
-    if (!isBack)
+    if (!isBack) {
         kept->emplace_back(std::move(buffers_), std::move(records_));
+    }
 }
 
 void Frames::Start()
@@ -104,8 +109,9 @@ void Frames::Queue(std::size_t index)
 
 void Frames::QueueAll()
 {
-    for (std::size_t i = 0; i < records_.size(); ++i)
+    for (std::size_t i = 0; i < records_.size(); ++i) {
         Queue(i);
+    }
 }
 
 void Frames::StartAcquisition()
@@ -148,8 +154,9 @@ bool Frames::WaitFor(std::size_t arrivals)
     std::unique_lock lock(mutex_);
     while (arrivals_.size() < arrivals) {
         const std::size_t before = arrivals_.size();
-        if (!changed_.wait_for(lock, patience_, [&] { return arrivals_.size() != before; }))
+        if (!changed_.wait_for(lock, patience_, [&] { return arrivals_.size() != before; })) {
             return false;
+        }
     }
     return true;
 }
@@ -200,8 +207,9 @@ void Frames::Take(ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame)
     const std::lock_guard lock(mutex_);
     arrivals_.push_back({camera, stream, reinterpret_cast<std::size_t>(frame->context[1]), *frame,
                          std::this_thread::get_id(), std::chrono::steady_clock::now()});
-    if (requeue_ == Requeue::InCallback && !stopped_)
+    if (requeue_ == Requeue::InCallback && !stopped_) {
         sdk_.ZvkCaptureFrameQueue(camera, frame, &Received);
+    }
     changed_.notify_all();
 }
 

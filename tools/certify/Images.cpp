@@ -59,8 +59,9 @@ Acquisition::Acquisition(const Session& session, const CommonParams& params)
     const host::Outcome setup = channel_.SetupCommonParams(params);
     CERTIFY(setup.ok, "the set-up is refused: " << setup.text);
     std::string payload;
-    if (channel_.ReadValue("PayloadSize", &payload))
+    if (channel_.ReadValue("PayloadSize", &payload)) {
         payload_ = std::strtoull(payload.c_str(), nullptr, 10);
+    }
     const host::Outcome start = channel_.StartAcquisition();
     CERTIFY(start.ok, "the start is refused: " << start.text);
     running_ = true;
@@ -68,8 +69,9 @@ Acquisition::Acquisition(const Session& session, const CommonParams& params)
 
 Acquisition::~Acquisition()
 {
-    if (running_)
+    if (running_) {
         channel_.StopAcquisition();
+    }
 }
 
 milliseconds Acquisition::Patience() const
@@ -81,8 +83,9 @@ bool Acquisition::Comes(milliseconds time) const
 {
     const auto end = Clock::now() + time;
     while (channel_.QueryImageStatus() != ImageStatusReady) {
-        if (Clock::now() > end)
+        if (Clock::now() > end) {
             return false;
+        }
         std::this_thread::sleep_for(milliseconds(1));
     }
     return true;

@@ -52,11 +52,13 @@ void ExpectRefusedOutside(Session& session, std::int64_t Range::*end, std::int64
     ForEach(SettableOf(session, ZvkFeatureDataInt), [&](const std::string& name) {
         const Kept kept(session, name);
         const Range range = RangeOf(session, name);
-        if (range.*end == last)
+        if (range.*end == last) {
             return;
+        }
         std::vector<std::int64_t> steps{1};
-        if (range.minimum >= -kMost && range.maximum <= kMost && range.maximum > range.minimum)
+        if (range.minimum >= -kMost && range.maximum <= kMost && range.maximum > range.minimum) {
             steps.push_back(range.maximum - range.minimum);
+        }
         for (const std::int64_t step : steps) {
             CERTIFY_REFUSED(Set(session, name, range.*end + direction * step), ZvkErrorInvalidValue);
             CERTIFY_EQUAL(std::to_string(Get(session, name)), kept.Value());

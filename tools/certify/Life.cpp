@@ -46,8 +46,9 @@ const Check kChecks[] = {
          const ZvkError_t again = session.Sdk().ZvkStartup(nullptr);
          CERTIFY(again == 0 || again == ZvkErrorAlready, "a second start gave " << NameOf(again));
          session.Cameras(); // the first one goes on
-         if (again == 0)
+         if (again == 0) {
              session.Sdk().ZvkShutdown(); // counted, as it seems
+         }
      }},
     {"B4", Stage::Loaded, Effect::Reads,
      [](Session& session) {
@@ -114,8 +115,9 @@ const Check kChecks[] = {
          const auto begin = Clock::now();
          const Started started(session.Sdk());
          const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-         if (seconds > session.Asked().startSeconds)
+         if (seconds > session.Asked().startSeconds) {
              session.Warn("the start took " + Shown(seconds) + " s, in which the host waits");
+         }
      }},
     {"B11", Stage::Loaded, Effect::Reads,
      [](Session& session) {

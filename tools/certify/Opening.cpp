@@ -22,8 +22,9 @@ ZvkHandle_t OpenOf(const Session& session, std::uint32_t accessMode = ZvkAccessM
 
 const char* IdOf(const Session& session)
 {
-    if (session.CameraId().empty())
+    if (session.CameraId().empty()) {
         throw Skip{"the SDK finds no camera"};
+    }
     return session.CameraId().c_str();
 }
 
@@ -32,8 +33,9 @@ void ExpectOpenRefused(const Session& session, const char* id, ZvkError_t code)
 {
     Output<ZvkHandle_t> camera;
     const ZvkError_t result = session.Sdk().ZvkCameraOpen(id, ZvkAccessModeFull, camera.Get());
-    if (result == 0)
+    if (result == 0) {
         session.Sdk().ZvkCameraClose(*camera);
+    }
     CERTIFY_REFUSED(result, code);
     CERTIFY(camera.IsUntouched(), "a handle was written");
 }
@@ -42,16 +44,18 @@ void ExpectOpenRefused(const Session& session, const char* id, ZvkError_t code)
 std::string OpenElsewhere(const Session& session)
 {
     const Settings& asked = session.Asked();
-    if (asked.program.empty())
+    if (asked.program.empty()) {
         throw Skip{"it needs a second process"};
+    }
     ChildProcess child(asked.program, {"certify", "--sdk", host::TextOf(asked.sdk), "--channel",
                                        session.CameraId(), "--worker", "D1"});
     std::string outcome;
     bool told = false;
     for (std::string line; child.ReadLine(&line);) {
         const auto message = worker::Parse(line);
-        if (message.kind != worker::Message::Kind::End)
+        if (message.kind != worker::Message::Kind::End) {
             continue;
+        }
         told = true;
         outcome = message.result.outcome == Outcome::Ok ? "" : message.result.text;
     }
@@ -93,8 +97,9 @@ const Check kChecks[] = {
      [](Session& session) {
          const std::string outcome = OpenElsewhere(session);
          ExpectWorks(session, session.Camera());
-         if (outcome.empty())
+         if (outcome.empty()) {
              throw NotSupported{"every process has cameras of its own"};
+         }
      }},
     {"D7", Stage::Started, Effect::Reads,
      [](Session& session) {
@@ -129,8 +134,9 @@ const Check kChecks[] = {
          int nothing = 0;
          ExpectHandleRefused(session.Sdk(), nullptr, ZvkErrorBadHandle);
          ExpectHandleRefused(session.Sdk(), &nothing, ZvkErrorBadHandle);
-         if (session.Stream() != nullptr)
+         if (session.Stream() != nullptr) {
              CERTIFY_REFUSED(session.Sdk().ZvkCameraClose(session.Stream()), ZvkErrorBadHandle);
+         }
          ExpectWorks(session, session.Camera());
      }},
     {"D11", Stage::Started, Effect::Reads,
@@ -151,21 +157,26 @@ const Check kChecks[] = {
              ZvkHandle_t camera = nullptr;
              const ZvkError_t result =
                  session.Sdk().ZvkCameraOpen(info.cameraIdString, ZvkAccessModeFull, &camera);
-             if (result == 0)
+             if (result == 0) {
                  handles.push_back(camera);
-             else if (info.cameraIdString == session.CameraId())
+             }
+             else if (info.cameraIdString == session.CameraId()) {
                  trouble = std::string(info.cameraIdString) + " gave " + NameOf(result);
-             else
+             }
+             else {
                  session.Warn(std::string(info.cameraIdString) + " gave " + NameOf(result) +
                               "; another program may have it");
+             }
          }
          for (const ZvkHandle_t camera : handles) {
              std::uint32_t payload = 0;
-             if (const ZvkError_t result = session.Sdk().ZvkPayloadSizeGet(camera, &payload); result != 0)
+             if (const ZvkError_t result = session.Sdk().ZvkPayloadSizeGet(camera, &payload); result != 0) {
                  trouble = "a camera gave " + NameOf(result) + " while all are open";
+             }
          }
-         for (const ZvkHandle_t camera : handles)
+         for (const ZvkHandle_t camera : handles) {
              session.Sdk().ZvkCameraClose(camera);
+         }
          CERTIFY(trouble.empty(), trouble);
      }},
     {"D13", Stage::Opened, Effect::Writes,

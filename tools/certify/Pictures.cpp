@@ -62,9 +62,11 @@ public:
 private:
     void PutBits(std::size_t at, std::uint32_t value, unsigned bits)
     {
-        for (unsigned i = 0; i < bits; ++i, ++at)
-            if ((value >> i & 1) != 0 && at / 8 < bytes_.size())
+        for (unsigned i = 0; i < bits; ++i, ++at) {
+            if ((value >> i & 1) != 0 && at / 8 < bytes_.size()) {
                 bytes_[at / 8] = static_cast<std::uint8_t>(bytes_[at / 8] | 1u << at % 8);
+            }
+        }
     }
 
     const Format& format_;
@@ -99,23 +101,26 @@ void DrawYuv(Picture* picture, std::size_t pixels)
     const auto group = static_cast<std::size_t>(std::ranges::count(format.order, 'Y'));
     for (std::size_t first = 0; first < pixels; first += group) {
         std::size_t pixel = first;
-        for (const char which : format.order)
+        for (const char which : format.order) {
             picture->source.push_back(which == 'Y' ? LumaOf(pixel++) : which == 'U' ? kU : kV);
+        }
     }
     picture->source.resize(BytesOf(format, pixels));
-    for (std::size_t pixel = 0; pixel < pixels; ++pixel)
+    for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
         Show(&picture->rgb, FromYuv(format.space, LumaOf(pixel)));
+    }
 }
 
 void DrawMosaic(Picture* picture)
 {
     Writer out(picture->format, std::size_t{picture->width} * picture->height);
-    for (std::size_t y = 0; y < picture->height; ++y)
+    for (std::size_t y = 0; y < picture->height; ++y) {
         for (std::size_t x = 0; x < picture->width; ++x) {
             const char colour = picture->format.order[y % 2 * 2 + x % 2];
             out.Put(kMosaicColour[std::string_view("RGB").find(colour)]);
             Show(&picture->rgb, kMosaicColour);
         }
+    }
     picture->source = out.Take();
     picture->margin = kMosaicMargin;
 }
@@ -125,11 +130,13 @@ void DrawPixels(Picture* picture, std::size_t pixels)
     Writer out(picture->format, pixels);
     const bool mono = picture->format.family == Family::Mono;
     for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
-        for (const char colour : picture->format.order)
+        for (const char colour : picture->format.order) {
             out.Put(ColourOf(pixel, colour));
+        }
         std::array<std::uint8_t, 3> shown;
-        for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t i = 0; i < 3; ++i) {
             shown[i] = ColourOf(pixel, mono ? 'M' : "RGB"[i]);
+        }
         Show(&picture->rgb, shown);
     }
     picture->source = out.Take();
@@ -145,8 +152,9 @@ std::vector<Format> MakeFormats()
     // One layout in four orders, by their codes.
     const auto add = [&all](Family family, std::array<const char*, 4> orders, unsigned depth, Bits bits,
                             std::array<std::uint32_t, 4> codes) {
-        for (std::size_t i = 0; i < codes.size(); ++i)
+        for (std::size_t i = 0; i < codes.size(); ++i) {
             all.push_back({codes[i], family, orders[i], depth, bits});
+        }
     };
     constexpr std::array mosaics = {"GRBG", "RGGB", "GBRG", "BGGR"};
     add(Family::Bayer, mosaics, 8, Bits::Whole, {0x01080008, 0x01080009, 0x0108000A, 0x0108000B});
@@ -164,8 +172,9 @@ std::vector<Format> MakeFormats()
     add(Family::Rgb, colours, 16, Bits::Whole, {0x02300033, 0x0230004B, 0x02400064, 0x02400051});
     const auto addYuv = [&all](const char* order, const YuvSpace& space,
                                std::initializer_list<std::uint32_t> codes) {
-        for (const std::uint32_t code : codes)
+        for (const std::uint32_t code : codes) {
             all.push_back({code, Family::Yuv, order, 8, Bits::Whole, space});
+        }
     };
     addYuv("UYV", full, {0x02180020, 0x0218003A});
     addYuv("UYV", limited601, {0x0218003D});
@@ -208,12 +217,15 @@ Picture PictureOf(const Format& format, std::uint32_t width, std::uint32_t heigh
 {
     Picture picture{.format = format, .width = width, .height = height, .source = {}, .rgb = {}};
     const std::size_t pixels = std::size_t{width} * height;
-    if (format.family == Family::Yuv)
+    if (format.family == Family::Yuv) {
         DrawYuv(&picture, pixels);
-    else if (format.family == Family::Bayer)
+    }
+    else if (format.family == Family::Bayer) {
         DrawMosaic(&picture);
-    else
+    }
+    else {
         DrawPixels(&picture, pixels);
+    }
     return picture;
 }
 
@@ -221,9 +233,11 @@ int Deviation(const Picture& picture, const std::uint8_t* rgb)
 {
     const auto& [format, width, height, source, shown, margin] = picture;
     int most = 0;
-    for (std::size_t y = margin; y + margin < height; ++y)
-        for (std::size_t byte = 3 * (y * width + margin); byte < 3 * (y * width + width - margin); ++byte)
+    for (std::size_t y = margin; y + margin < height; ++y) {
+        for (std::size_t byte = 3 * (y * width + margin); byte < 3 * (y * width + width - margin); ++byte) {
             most = std::max(most, std::abs(rgb[byte] - shown[byte]));
+        }
+    }
     return most;
 }
 

@@ -31,16 +31,18 @@ void ExpectPayload(Session& session)
     const std::string format = session.Value("PixelFormat").value_or("");
     std::int64_t code = 0;
     CERTIFY_OK(session.Sdk().ZvkFeatureEnumAsInt(session.Camera(), "PixelFormat", format.c_str(), &code));
-    if ((code >> 31) != 0) // a maker's own
+    if ((code >> 31) != 0) { // a maker's own
         return;
+    }
     const std::int64_t bits = code >> 16 & 255;
     const std::int64_t needed = (Get(session, "Width") * Get(session, "Height") * bits + 7) / 8;
     const std::int64_t payload = Payload(session);
     CERTIFY(payload >= needed,
             "a picture of " << needed << " bytes in " << format << " has a payload of " << payload);
-    if (payload > 2 * needed + 65536)
+    if (payload > 2 * needed + 65536) {
         session.Warn("a picture of " + std::to_string(needed) + " bytes in " + format + " has a payload of " +
                      std::to_string(payload));
+    }
 }
 
 // A complete frame comes and is of the camera's region. Some that come before it may be incomplete: how many
@@ -81,9 +83,10 @@ void ForEachFormat(Session& session, const Body& body)
 void ExpectLargest(Session& session, const Axis& axis, const char* maximum)
 {
     axis.Place(0, axis.SizeAt(axis.Most()));
-    if (const auto told = session.Integer(maximum).value_or(axis.Most()); told != axis.Most())
+    if (const auto told = session.Integer(maximum).value_or(axis.Most()); told != axis.Most()) {
         session.Warn(std::string(maximum) + " is " + std::to_string(told) + ", but " + axis.Size() +
                      " ends at " + std::to_string(axis.Most()));
+    }
 }
 
 // A size between two steps.
@@ -93,11 +96,13 @@ void ExpectBetweenSteps(Session& session, const Axis& axis)
     ExpectSet(session, axis.Size(), axis.Least());
     const ZvkError_t result = Set(session, axis.Size(), between);
     const std::int64_t now = Get(session, axis.Size());
-    if (result != 0)
+    if (result != 0) {
         CERTIFY_EQUAL(now, axis.Least());
-    else if (now != between)
+    }
+    else if (now != between) {
         session.Warn(std::string(axis.Size()) + " is " + std::to_string(now) + " after " +
                      std::to_string(between) + " was accepted");
+    }
 }
 
 // A moved region can be made as large as its range says; cameras of the standard typically tell a range that
@@ -108,8 +113,9 @@ void ExpectInside(Session& session, const Axis& axis)
     ExpectSet(session, axis.Offset(), axis.OffsetAt(axis.OffsetLimit()));
     ExpectSet(session, axis.Size(), axis.SizeAt(MostOf(session, axis.Size())));
     const std::int64_t end = Get(session, axis.Offset()) + Get(session, axis.Size());
-    if (end > axis.Most())
+    if (end > axis.Most()) {
         session.Warn("the region may end at " + std::to_string(end) + " of " + std::to_string(axis.Most()));
+    }
 }
 
 // Makes the region small, moves it, and makes it large.
@@ -127,8 +133,9 @@ void ExpectLocked(Session& session)
 {
     const Region region(session);
     const std::int64_t width = Get(session, "Width");
-    if (width == region.x.Least())
+    if (width == region.x.Least()) {
         throw Skip{"the region is the smallest one already"};
+    }
     Frames frames(session, 3, Frames::Requeue::InCallback);
     frames.Start();
     CERTIFY(frames.WaitFor(1), "no frame came");
@@ -136,8 +143,9 @@ void ExpectLocked(Session& session)
     const std::int64_t now = Get(session, "Width");
     frames.Stop();
     CERTIFY(frames.WallsStand(), "it wrote past a buffer");
-    if (result == 0)
+    if (result == 0) {
         return session.Warn("Width can be changed while the camera streams");
+    }
     CERTIFY_EQUAL(now, width);
 }
 
@@ -172,17 +180,20 @@ const Check kChecks[] = {
     {"K5", Stage::Opened, Effect::Writes,
      [](Session& session) {
          const Region region(session);
-         for (const Axis* axis : {&region.x, &region.y})
+         for (const Axis* axis : {&region.x, &region.y}) {
              axis->Place(0, axis->Least());
+         }
          ExpectFrame(session);
      }},
     {"K6", Stage::Opened, Effect::Writes,
      [](Session& session) {
          const Region region(session);
-         if (region.x.Step() == 1 && region.y.Step() == 1)
+         if (region.x.Step() == 1 && region.y.Step() == 1) {
              throw NotSupported{"every size can be set"};
-         for (const Axis* axis : {&region.x, &region.y})
+         }
+         for (const Axis* axis : {&region.x, &region.y}) {
              ExpectBetweenSteps(session, *axis);
+         }
      }},
     {"K7", Stage::Opened, Effect::Writes,
      [](Session& session) {
@@ -212,8 +223,9 @@ const Check kChecks[] = {
     {"K11", Stage::Opened, Effect::Writes,
      [](Session& session) {
          const Region region(session);
-         for (const Axis* axis : {&region.x, &region.y})
+         for (const Axis* axis : {&region.x, &region.y}) {
              axis->Place(axis->OffsetAt(axis->OffsetLimit()), axis->Least());
+         }
          ExpectFrame(session);
      }},
     {"K12", Stage::Opened, Effect::Writes,

@@ -41,9 +41,11 @@ inline void ExpectSet(const Session& session, const char* name, std::int64_t val
 inline std::int64_t StepOf(const Session& session, const char* name, std::int64_t least, std::int64_t most)
 {
     const std::int64_t largest = std::min(most - least, kLargestStep);
-    for (std::int64_t step = 1; step <= largest; ++step)
-        if (Set(session, name, least + step) == 0 && Get(session, name) == least + step)
+    for (std::int64_t step = 1; step <= largest; ++step) {
+        if (Set(session, name, least + step) == 0 && Get(session, name) == least + step) {
             return step;
+        }
+    }
     return kLargestStep;
 }
 
@@ -54,9 +56,11 @@ public:
     Axis(const Session& session, const char* size, const char* offset)
         : session_(session), size_(size), offset_(offset)
     {
-        for (const char* name : {size, offset})
-            if (const Feature* feature = session.Find(name); feature == nullptr || !feature->writable)
+        for (const char* name : {size, offset}) {
+            if (const Feature* feature = session.Find(name); feature == nullptr || !feature->writable) {
                 throw NotSupported{std::string("the camera has no ") + name + " that can be set"};
+            }
+        }
         wasSize_ = Get(session, size);
         wasOffset_ = Get(session, offset);
         try {

@@ -33,18 +33,24 @@ std::string Escaped(const std::string& text)
 {
     std::string escaped;
     for (const char c : text) {
-        if (c == '<')
+        if (c == '<') {
             escaped += "&lt;";
-        else if (c == '>')
+        }
+        else if (c == '>') {
             escaped += "&gt;";
-        else if (c == '&')
+        }
+        else if (c == '&') {
             escaped += "&amp;";
-        else if (c == '"')
+        }
+        else if (c == '"') {
             escaped += "&quot;";
-        else if (static_cast<unsigned char>(c) < 0x20 && c != '\n' && c != '\t')
+        }
+        else if (static_cast<unsigned char>(c) < 0x20 && c != '\n' && c != '\t') {
             escaped += '?';
-        else
+        }
+        else {
             escaped += c;
+        }
     }
     return escaped;
 }
@@ -86,9 +92,11 @@ std::vector<std::pair<std::string, std::string>> RowsOf(const Header& header)
 std::vector<const Result*> ResultsOf(const Report& report, char group)
 {
     std::vector<const Result*> results;
-    for (const Result& result : report.results)
-        if (result.id.starts_with(group))
+    for (const Result& result : report.results) {
+        if (result.id.starts_with(group)) {
             results.push_back(&result);
+        }
+    }
     return results;
 }
 
@@ -103,17 +111,20 @@ std::string CaseAsJUnit(const Result& result, const GroupText& group)
     std::string xml =
         "    <testcase" + Attribute("name", result.id + " " + (text != nullptr ? text->asks : "")) +
         Attribute("classname", "certify." + group.level) + Attribute("time", Seconds(result.seconds)) + ">";
-    if (result.outcome == Outcome::Failed)
+    if (result.outcome == Outcome::Failed) {
         xml += "<failure" + Attribute("message", result.text.substr(0, result.text.find('\n'))) +
                " type=\"failure\">" +
                Escaped(result.text + (text != nullptr ? "\ndo: " + text->remedy : "")) + "</failure>";
-    else if (result.outcome == Outcome::Skipped)
+    }
+    else if (result.outcome == Outcome::Skipped) {
         xml += "<skipped" + Attribute("message", result.text) + "/>";
-    else if (!result.text.empty())
+    }
+    else if (!result.text.empty()) {
         xml += "<system-out>" +
                Escaped((result.outcome == Outcome::Ok ? "" : std::string(NameOf(result.outcome)) + ": ") +
                        result.text) +
                "</system-out>";
+    }
     return xml + "</testcase>\n";
 }
 
@@ -123,11 +134,13 @@ std::string RowAsHtml(const Result& result)
     const std::string name = NameOf(result.outcome);
     std::string html = "<tr class=\"" + name.substr(0, name.find(' ')) + "\"><td>" + result.id + "</td><td>" +
                        (text != nullptr ? Escaped(text->asks) : "");
-    if (result.outcome == Outcome::Failed && text != nullptr)
+    if (result.outcome == Outcome::Failed && text != nullptr) {
         html += "<br><small>" + Escaped(text->why) + "</small>";
+    }
     html += "</td><td><b>" + name + "</b></td><td>" + Escaped(result.text);
-    if (result.outcome == Outcome::Failed && text != nullptr)
+    if (result.outcome == Outcome::Failed && text != nullptr) {
         html += "\n<b>do:</b> " + Escaped(text->remedy);
+    }
     return html + "</td></tr>\n";
 }
 
@@ -137,13 +150,15 @@ std::string ReportAsJson(const Report& report)
 {
     Json json;
     json["schema"] = "maravel-certify-1";
-    for (const auto& [name, value] : RowsOf(report.header))
+    for (const auto& [name, value] : RowsOf(report.header)) {
         json["header"][name] = value;
+    }
     json["passed"] = report.Passed();
     json["seconds"] = report.seconds;
     const auto counts = report.Counts();
-    for (std::size_t i = 0; i < counts.size(); ++i)
+    for (std::size_t i = 0; i < counts.size(); ++i) {
         json["counts"][kNames[i]] = counts[i];
+    }
     json["checks"] = Json::array();
     for (const Result& result : report.results) {
         const CheckText* text = FindText(result.id);
@@ -164,22 +179,26 @@ std::string ReportAsJUnit(const Report& report)
                       ">\n";
     for (const GroupText& group : Catalogue()) {
         const auto results = ResultsOf(report, group.letter);
-        if (results.empty())
+        if (results.empty()) {
             continue;
+        }
         double seconds = 0;
-        for (const Result* result : results)
+        for (const Result* result : results) {
             seconds += result->seconds;
+        }
         xml += "  <testsuite" + Attribute("name", std::string(1, group.letter) + ". " + group.title) +
                Attribute("tests", std::to_string(results.size())) +
                Attribute("failures", std::to_string(CountOf(results, Outcome::Failed))) +
                Attribute("errors", "0") +
                Attribute("skipped", std::to_string(CountOf(results, Outcome::Skipped))) +
                Attribute("time", Seconds(seconds)) + ">\n    <properties>\n";
-        for (const auto& [name, value] : RowsOf(report.header))
+        for (const auto& [name, value] : RowsOf(report.header)) {
             xml += "      <property" + Attribute("name", name) + Attribute("value", value) + "/>\n";
+        }
         xml += "    </properties>\n";
-        for (const Result* result : results)
+        for (const Result* result : results) {
             xml += CaseAsJUnit(*result, group);
+        }
         xml += "  </testsuite>\n";
     }
     return xml + "</testsuites>\n";
@@ -199,19 +218,23 @@ std::string ReportAsHtml(const Report& report)
         of(Outcome::NotSupported) + " not supported, " + of(Outcome::Skipped) + " skipped</p>\n" +
         "<p><small>This page tells what one program found on one machine. It is no licence and no mark of "
         "any standard.</small></p>\n<table class=\"head\">\n";
-    for (const auto& [name, value] : RowsOf(report.header))
+    for (const auto& [name, value] : RowsOf(report.header)) {
         html += "<tr><th>" + name + "</th><td>" + Escaped(value) + "</td></tr>\n";
+    }
     html += "</table>\n";
-    for (const std::string& setting : report.left)
+    for (const std::string& setting : report.left) {
         html += "<p class=\"failed\"><b>could not be put back:</b> " + Escaped(setting) + "</p>\n";
+    }
     for (const GroupText& group : Catalogue()) {
         const auto results = ResultsOf(report, group.letter);
-        if (results.empty())
+        if (results.empty()) {
             continue;
+        }
         html += "<h2>" + std::string(1, group.letter) + ". " + Escaped(group.title) + " <small>" +
                 group.level + "</small></h2>\n<table>\n";
-        for (const Result* result : results)
+        for (const Result* result : results) {
             html += RowAsHtml(*result);
+        }
         html += "</table>\n";
     }
     return html + "</body></html>\n";

@@ -12,8 +12,9 @@ std::string Indented(const std::string& text, const std::string& begin)
 {
     const std::string indent(begin.size(), ' ');
     std::string result = begin;
-    for (const char c : text)
+    for (const char c : text) {
         result += c == '\n' ? "\n" + indent : std::string(1, c);
+    }
     return result + "\n";
 }
 
@@ -22,8 +23,9 @@ std::string Indented(const std::string& text, const std::string& begin)
 std::array<std::size_t, 5> Report::Counts() const
 {
     std::array<std::size_t, 5> counts{};
-    for (const Result& result : results)
+    for (const Result& result : results) {
         ++counts[static_cast<std::size_t>(result.outcome)];
+    }
     return counts;
 }
 
@@ -49,9 +51,11 @@ std::string HeaderAsText(const Header& header)
         {"camera", header.camera},
         {"mode", header.mode},
     };
-    for (const auto& [name, value] : rows)
-        if (!value.empty())
+    for (const auto& [name, value] : rows) {
+        if (!value.empty()) {
             text += std::string(name) + std::string(23 - std::string_view(name).size(), ' ') + value + "\n";
+        }
+    }
     return text;
 }
 
@@ -66,13 +70,16 @@ std::string ResultAsText(const Result& result)
     std::string line =
         "    test " + result.id + " " + (text != nullptr ? text->asks : "") + ": " + WordOf(result.outcome);
     const bool inOneLine = result.outcome != Outcome::Failed && result.text.find('\n') == std::string::npos;
-    if (inOneLine && !result.text.empty())
+    if (inOneLine && !result.text.empty()) {
         return line + " (" + result.text + ")\n";
+    }
     line += "\n";
-    if (!result.text.empty())
+    if (!result.text.empty()) {
         line += Indented(result.text, result.outcome == Outcome::Failed ? "        fail: " : "        ");
-    if (result.outcome == Outcome::Failed && text != nullptr)
+    }
+    if (result.outcome == Outcome::Failed && text != nullptr) {
         line += Indented(text->remedy, "        do: ");
+    }
     return line;
 }
 
@@ -81,8 +88,9 @@ std::string TotalAsText(const Report& report)
     const auto counts = report.Counts();
     const auto of = [&](Outcome outcome) { return counts[static_cast<std::size_t>(outcome)]; };
     std::string text;
-    for (const std::string& setting : report.left)
+    for (const std::string& setting : report.left) {
         text += "could not be put back: " + setting + "\n";
+    }
     return text + "Total for " + (report.header.camera.empty() ? "the SDK" : report.header.camera) + ": " +
            std::to_string(report.results.size()) + ", Succeeded: " +
            std::to_string(of(Outcome::Ok) + of(Outcome::NotSupported) + of(Outcome::Warning)) +

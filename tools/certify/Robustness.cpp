@@ -32,8 +32,9 @@ std::size_t HandOutAll(const Session& session)
     for (std::size_t count = 0;; ++count) {
         VideoChannelDescriptor descriptor{};
         descriptor.structSize = sizeof(descriptor);
-        if (!session.HandOut(count, &descriptor))
+        if (!session.HandOut(count, &descriptor)) {
             return count;
+        }
     }
 }
 
@@ -77,19 +78,23 @@ const Check kChecks[] = {
      }},
     {"R3", Stage::Adapter, Effect::Writes,
      [](Session& session) {
-         if (!diagnosis::ReadLogSwitch().On())
+         if (!diagnosis::ReadLogSwitch().On()) {
              throw Skip{"the log is switched off in the registry"};
+         }
          HandOutAll(session); // empties the log
          StreamOne(session);
          session.Channel().Release();
          session.Leave();
          // A frame that comes late is reported as an error too, and is none.
          const diagnosis::LogReport report = diagnosis::ReadLog(diagnosis::OwnLogFile(), true);
-         if (report.runs.empty())
+         if (report.runs.empty()) {
              throw Skip{"another program empties the log"};
-         for (const diagnosis::Finding& finding : report.runs.back().findings)
-             if (finding.fault->severity != diagnosis::Severity::Hint)
+         }
+         for (const diagnosis::Finding& finding : report.runs.back().findings) {
+             if (finding.fault->severity != diagnosis::Severity::Hint) {
                  session.Warn(camhost::InOneLine(finding));
+             }
+         }
      }},
     {"R4", Stage::Adapter, Effect::Writes,
      [](Session& session) {
@@ -123,20 +128,24 @@ const Check kChecks[] = {
          std::thread second(callOften, 1U);
          callOften(0);
          second.join();
-         for (const std::size_t caller : {0U, 1U})
+         for (const std::size_t caller : {0U, 1U}) {
              CERTIFY(failures[caller] == 0, failures[caller] << " calls failed: " << texts[caller]);
+         }
      }},
     {"R6", Stage::Folder, Effect::Reads,
      [](Session& session) {
          const fs::path sdk = session.Asked().sdk;
          std::uintmax_t size = 0;
-         for (const auto& file : fs::recursive_directory_iterator(sdk))
+         for (const auto& file : fs::recursive_directory_iterator(sdk)) {
              size += file.is_regular_file() ? file.file_size() : 0;
-         if (size > kLargestCopy)
+         }
+         if (size > kLargestCopy) {
              throw Skip{"the SDK folder is too large to be copied"};
+         }
          fs::path folder = session.Asked().folder / host::PathOf("\xC3\xA4 b");
-         while (folder.native().size() < kLongPath)
+         while (folder.native().size() < kLongPath) {
              folder /= std::string(std::min<std::size_t>(40, kLongPath - folder.native().size()), 'x');
+         }
          fs::remove_all(folder);
          fs::create_directories(folder.parent_path());
          fs::copy(sdk, folder, fs::copy_options::recursive);
@@ -156,8 +165,9 @@ const Check kChecks[] = {
          Acquisition acquisition(session);
          const auto takeImages = [&](int most, std::chrono::milliseconds time) {
              const auto end = std::chrono::steady_clock::now() + time;
-             for (int i = 0; i < most && std::chrono::steady_clock::now() < end; ++i)
+             for (int i = 0; i < most && std::chrono::steady_clock::now() < end; ++i) {
                  acquisition.Next();
+             }
          };
          // A heap may keep some images for the next ones, but not more each time.
          takeImages(50, 500ms);
@@ -176,11 +186,13 @@ const Check kChecks[] = {
      }},
     {"R8", Stage::Adapter, Effect::Reads,
      [](Session& session) {
-         for (int i = 0; i < kSettledRestarts; ++i)
+         for (int i = 0; i < kSettledRestarts; ++i) {
              HandOutAll(session);
+         }
          const Holdings before;
-         for (int i = kSettledRestarts; i < kRestarts; ++i)
+         for (int i = kSettledRestarts; i < kRestarts; ++i) {
              HandOutAll(session);
+         }
          before.ExpectNoMore(session);
      }},
     {"R9", Stage::Folder, Effect::Writes,
@@ -192,15 +204,17 @@ const Check kChecks[] = {
          StreamOne(session);
          session.Leave();
          const auto end = std::chrono::steady_clock::now() + 2s; // the system takes its time to end one
-         while (ThreadsInUse() > before && std::chrono::steady_clock::now() < end)
+         while (ThreadsInUse() > before && std::chrono::steady_clock::now() < end) {
              std::this_thread::sleep_for(10ms);
+         }
          CERTIFY(ThreadsInUse() <= before, ThreadsInUse() - before << " threads stayed");
      }},
     {"R10", Stage::Adapter, Effect::Writes,
      [](Session& session) {
          const Settings& asked = session.Asked();
-         if (asked.program.empty())
+         if (asked.program.empty()) {
              throw Skip{"it needs a second process"};
+         }
          Acquisition acquisition(session);
          acquisition.Next();
          ChildProcess second(asked.program,
@@ -209,8 +223,9 @@ const Check kChecks[] = {
              // whether it can open the camera is the SDK's to decide
          }
          second.Wait();
-         for (int i = 0; i < 20; ++i) // more than wait in the queue
+         for (int i = 0; i < 20; ++i) { // more than wait in the queue
              acquisition.Next();
+         }
      }},
 };
 

@@ -18,8 +18,9 @@ using Clock = std::chrono::steady_clock;
 std::string Joined(const std::vector<std::string>& lines)
 {
     std::string text;
-    for (const std::string& line : lines)
+    for (const std::string& line : lines) {
         text += (text.empty() ? "" : "\n") + line;
+    }
     return text;
 }
 
@@ -31,12 +32,14 @@ Result Judge(Session& session, const Check& check)
         result.text = text;
     };
     try {
-        if (session.Asked().readOnly && check.effect == Effect::Writes)
+        if (session.Asked().readOnly && check.effect == Effect::Writes) {
             throw Skip{"it would change the camera"};
+        }
         session.Reach(check.stage);
         check.body(session);
-        if (const auto warnings = session.TakeWarnings(); !warnings.empty())
+        if (const auto warnings = session.TakeWarnings(); !warnings.empty()) {
             end(Outcome::Warning, Joined(warnings));
+        }
     }
     catch (const Failed& failed) {
         end(Outcome::Failed, failed.text);
@@ -118,8 +121,9 @@ void TellCameraOf(Session& session)
         std::string text = session.CameraId();
         if (!text.empty()) {
             const ZvkCameraInfo_t info = session.Cameras().at(session.CameraIndex());
-            if (info.modelName != nullptr && info.serialString != nullptr)
+            if (info.modelName != nullptr && info.serialString != nullptr) {
                 text += std::string(" (") + info.modelName + ", serial number " + info.serialString + ")";
+            }
         }
         worker::TellCamera(text);
     }
@@ -133,8 +137,9 @@ void TellCameraOf(Session& session)
 void PutBackAll(Session& session)
 {
     try {
-        for (const std::string& left : session.PutBack())
+        for (const std::string& left : session.PutBack()) {
             worker::TellLeft(left);
+        }
     }
     catch (const Skip& skip) {
         worker::TellLeft("the camera's settings: " + skip.reason);
@@ -148,10 +153,13 @@ void PutBackAll(Session& session)
 
 const Check* FindCheck(const std::string& id)
 {
-    for (const Group& group : Groups())
-        for (const Check& check : group.checks)
-            if (id == check.id)
+    for (const Group& group : Groups()) {
+        for (const Check& check : group.checks) {
+            if (id == check.id) {
                 return &check;
+            }
+        }
+    }
     return nullptr;
 }
 
@@ -160,8 +168,9 @@ Result RunCheck(Session& session, const Check& check)
     const auto begin = Clock::now();
     Result result = Judge(session, check);
     session.TakeWarnings();
-    if (const auto told = session.TakeTold(); !told.empty() && result.outcome != Outcome::Failed)
+    if (const auto told = session.TakeTold(); !told.empty() && result.outcome != Outcome::Failed) {
         result.text += (result.text.empty() ? "" : "\n") + Joined(told);
+    }
     if (result.outcome == Outcome::Failed) {
         try {
             session.Leave();
@@ -190,19 +199,22 @@ int RunAsWorker(const Settings& settings, const std::vector<std::string>& words)
     bool clean = true;
     for (std::size_t i = 0; i < words.size(); ++i) {
         const Check* check = FindCheck(words[i]);
-        if (check == nullptr || camhost::EndRequested())
+        if (check == nullptr || camhost::EndRequested()) {
             break;
+        }
         worker::TellBegin(words[i]);
         watchdog.Runs(words[i]);
         const Result result = RunCheck(session, *check);
         worker::Tell(result);
         clean = clean && result.outcome != Outcome::Failed;
-        if (i + 1 == words.size() || words[i + 1].front() == words[i].front())
+        if (i + 1 == words.size() || words[i + 1].front() == words[i].front()) {
             continue;
+        }
         // What a failed check did to this process must not reach the next group. A start of the SDK takes
         // seconds, so that a process that is as it was goes on.
-        if (!clean)
+        if (!clean) {
             break;
+        }
         watchdog.Runs(worker::kSettings);
         PutBackAll(session);
     }

@@ -16,8 +16,9 @@ template <class Function>
 void Bind(Function*& pointer, const LoadedLibrary& library, const char* name)
 {
     pointer = reinterpret_cast<Function*>(library.Find(name));
-    if (pointer == nullptr)
+    if (pointer == nullptr) {
         throw Failed{std::string("the entry point ") + name + " is missing"};
+    }
 }
 
 } // namespace
@@ -36,8 +37,9 @@ LoadedLibrary::LoadedLibrary(const std::filesystem::path& file)
 {
     std::string reason;
     module_ = host::LoadModule(file, &reason);
-    if (module_ == nullptr)
+    if (module_ == nullptr) {
         throw Failed{host::TextOf(file) + " does not load: " + reason};
+    }
 }
 
 LoadedLibrary::~LoadedLibrary()

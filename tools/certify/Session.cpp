@@ -31,19 +31,25 @@ std::string TextOfNumber(double value)
 
 void Session::Reach(Stage stage)
 {
-    if (stage_ == stage)
+    if (stage_ == stage) {
         return;
-    if (stage_ > stage)
+    }
+    if (stage_ > stage) {
         Leave();
+    }
     try {
-        if (stage == Stage::Adapter)
+        if (stage == Stage::Adapter) {
             return LoadAdapter();
-        if (stage_ < Stage::Loaded && stage >= Stage::Loaded)
+        }
+        if (stage_ < Stage::Loaded && stage >= Stage::Loaded) {
             Load();
-        if (stage_ < Stage::Started && stage >= Stage::Started)
+        }
+        if (stage_ < Stage::Started && stage >= Stage::Started) {
             Start();
-        if (stage_ < Stage::Opened && stage >= Stage::Opened)
+        }
+        if (stage_ < Stage::Opened && stage >= Stage::Opened) {
             Open();
+        }
     }
     catch (const Failed& failed) {
         Leave();
@@ -63,11 +69,13 @@ void Session::Leave()
     channels_.clear();
     adapter_.reset();
     features_.clear();
-    if (camera_ != nullptr)
+    if (camera_ != nullptr) {
         sdk_->ZvkCameraClose(camera_);
+    }
     camera_ = stream_ = transportLayer_ = nullptr;
-    if (stage_ == Stage::Started || stage_ == Stage::Opened)
+    if (stage_ == Stage::Started || stage_ == Stage::Opened) {
         sdk_->ZvkShutdown();
+    }
     sdk_.reset();
     stage_ = Stage::Folder;
 }
@@ -86,8 +94,9 @@ void Session::Start()
     const std::string& wanted = settings_.camera;
     for (cameraIndex_ = 0; cameraIndex_ < cameras.size(); ++cameraIndex_) {
         const ZvkCameraInfo_t& info = cameras[cameraIndex_];
-        if (info.cameraIdString == nullptr)
+        if (info.cameraIdString == nullptr) {
             continue;
+        }
         if (wanted.empty() || wanted == info.cameraIdString || wanted == std::to_string(cameraIndex_) ||
             (info.serialString != nullptr && wanted == info.serialString)) {
             cameraId_ = info.cameraIdString;
@@ -100,17 +109,20 @@ void Session::Start()
 
 void Session::Open()
 {
-    if (cameraId_.empty())
+    if (cameraId_.empty()) {
         throw Skip{settings_.camera.empty() ? "the SDK finds no camera"
                                             : "the SDK finds no camera '" + settings_.camera + "'"};
+    }
     ZvkHandle_t camera = nullptr;
     CERTIFY_OK(sdk_->ZvkCameraOpen(cameraId_.c_str(), ZvkAccessModeFull, &camera));
     stage_ = Stage::Opened;
     SetCamera(camera);
     RememberSettings();
-    if (!settings_.readOnly)
-        for (const auto& [name, value] : kFreeRun)
+    if (!settings_.readOnly) {
+        for (const auto& [name, value] : kFreeRun) {
             SetValue(name, value);
+        }
+    }
 }
 
 void Session::SetCamera(ZvkHandle_t camera)
@@ -118,8 +130,9 @@ void Session::SetCamera(ZvkHandle_t camera)
     camera_ = camera;
     stream_ = transportLayer_ = nullptr;
     features_.clear();
-    if (camera == nullptr)
+    if (camera == nullptr) {
         return;
+    }
     ZvkCameraInfo_t info{};
     CERTIFY_OK(sdk_->ZvkCameraInfoQueryByHandle(camera, &info, sizeof(info)));
     stream_ = info.streamCount > 0 && info.streamHandles != nullptr ? info.streamHandles[0] : nullptr;
@@ -143,52 +156,63 @@ void Session::LoadAdapter()
     camhost::SetVariable("ZORVIK_HOME", host::TextOf(settings_.sdk));
     std::string reason;
     adapter_ = host::AdapterLibrary::Load(settings_.adapter, &reason);
-    if (adapter_ == nullptr)
+    if (adapter_ == nullptr) {
         throw Failed{reason};
+    }
     stage_ = Stage::Adapter;
     for (;;) {
         VideoChannelDescriptor descriptor{};
         descriptor.structSize = sizeof(descriptor);
         const host::Outcome outcome = HandOut(channels_.size(), &descriptor);
-        if (!outcome && !outcome.text.empty())
+        if (!outcome && !outcome.text.empty()) {
             throw Failed{"the adapter does not start: " + outcome.text};
-        if (!outcome)
+        }
+        if (!outcome) {
             break;
+        }
         channels_.emplace_back(descriptor);
-        if (channels_.size() == cameraIndex_ + 1 && descriptor.openResult != 0)
+        if (channels_.size() == cameraIndex_ + 1 && descriptor.openResult != 0) {
             throw Failed{"the adapter cannot open the camera: " + outcome.text};
+        }
     }
-    if (channels_.size() <= cameraIndex_)
+    if (channels_.size() <= cameraIndex_) {
         throw Failed{"the adapter has " + std::to_string(channels_.size()) +
                      " channels, the camera is number " + std::to_string(cameraIndex_ + 1)};
+    }
 }
 
 void Session::ReadView()
 {
     SdkView view;
-    for (const ZvkCameraInfo_t& info : Cameras())
+    for (const ZvkCameraInfo_t& info : Cameras()) {
         view.serials.emplace_back(info.serialString == nullptr ? "" : info.serialString);
+    }
     const char* model = Cameras().at(cameraIndex_).modelName;
     view.model = model == nullptr ? "" : model;
     view.features = features_;
     for (const Feature& feature : features_) {
-        if (!feature.readable)
+        if (!feature.readable) {
             continue;
-        if (const auto value = Value(feature.name))
+        }
+        if (const auto value = Value(feature.name)) {
             view.values.emplace(feature.name, *value);
-        if (feature.type == ZvkFeatureDataEnum)
+        }
+        if (feature.type == ZvkFeatureDataEnum) {
             view.entries.emplace(feature.name, EntriesOf(feature.name));
+        }
     }
-    for (const auto& [name, value] : kFreeRun)
+    for (const auto& [name, value] : kFreeRun) {
         view.values.erase(name);
+    }
     seen_ = std::move(view);
 }
 
 host::Outcome Session::HandOut(std::size_t index, VideoChannelDescriptor* descriptor) const
 {
     const host::Outcome outcome = adapter_->GetVideoChannel(static_cast<std::int32_t>(index), descriptor);
-    if (outcome && settings_.alter != nullptr)
+    if (outcome && settings_.alter != nullptr) {
         settings_.alter(*descriptor);
+    }
     return outcome;
 }
 
@@ -197,8 +221,9 @@ std::vector<ZvkCameraInfo_t> Session::Cameras() const
     std::uint32_t count = 0;
     CERTIFY_OK(sdk_->ZvkCamerasList(nullptr, 0, &count, sizeof(ZvkCameraInfo_t)));
     std::vector<ZvkCameraInfo_t> cameras(count);
-    if (count > 0)
+    if (count > 0) {
         CERTIFY_OK(sdk_->ZvkCamerasList(cameras.data(), count, &count, sizeof(ZvkCameraInfo_t)));
+    }
     cameras.resize(std::min<std::size_t>(count, cameras.size()));
     return cameras;
 }
@@ -212,8 +237,9 @@ void Session::ReadFeatures()
     list.resize(std::min<std::size_t>(count, list.size()));
     features_.clear();
     for (const ZvkFeatureInfo_t& info : list) {
-        if (info.name == nullptr)
+        if (info.name == nullptr) {
             continue;
+        }
         ZvkBool_t readable = 0;
         ZvkBool_t writable = 0;
         sdk_->ZvkFeatureAccessQuery(camera_, info.name, &readable, &writable);
@@ -231,10 +257,12 @@ std::vector<std::string> Session::FeaturesOf(std::uint32_t type, const char* acc
 {
     const std::string wanted(access);
     std::vector<std::string> names;
-    for (const Feature& feature : features_)
+    for (const Feature& feature : features_) {
         if (feature.type == type && (wanted.find('r') == std::string::npos || feature.readable) &&
-            (wanted.find('w') == std::string::npos || feature.writable))
+            (wanted.find('w') == std::string::npos || feature.writable)) {
             names.push_back(feature.name);
+        }
+    }
     return names;
 }
 
@@ -251,8 +279,9 @@ std::vector<std::string> Session::EntriesOf(const std::string& enumeration, bool
         ZvkBool_t available = 0;
         if (!availableOnly ||
             (sdk_->ZvkFeatureEnumIsAvailable(camera_, enumeration.c_str(), text, &available) == 0 &&
-             available != 0))
+             available != 0)) {
             entries.emplace_back(text);
+        }
     }
     return entries;
 }
@@ -260,45 +289,52 @@ std::vector<std::string> Session::EntriesOf(const std::string& enumeration, bool
 std::optional<std::int64_t> Session::Integer(const std::string& name) const
 {
     std::int64_t value = 0;
-    if (sdk_->ZvkFeatureIntGet(camera_, name.c_str(), &value) != 0)
+    if (sdk_->ZvkFeatureIntGet(camera_, name.c_str(), &value) != 0) {
         return {};
+    }
     return value;
 }
 
 std::optional<std::string> Session::Value(const std::string& name) const
 {
     const Feature* feature = Find(name);
-    if (feature == nullptr)
+    if (feature == nullptr) {
         return {};
+    }
     switch (feature->type) {
     case ZvkFeatureDataInt:
-        if (const auto value = Integer(name))
+        if (const auto value = Integer(name)) {
             return std::to_string(*value);
+        }
         return {};
     case ZvkFeatureDataFloat: {
         double value = 0;
-        if (sdk_->ZvkFeatureFloatGet(camera_, name.c_str(), &value) == 0)
+        if (sdk_->ZvkFeatureFloatGet(camera_, name.c_str(), &value) == 0) {
             return TextOfNumber(value);
+        }
         return {};
     }
     case ZvkFeatureDataEnum: {
         const char* value = nullptr;
-        if (sdk_->ZvkFeatureEnumGet(camera_, name.c_str(), &value) == 0 && value != nullptr)
+        if (sdk_->ZvkFeatureEnumGet(camera_, name.c_str(), &value) == 0 && value != nullptr) {
             return value;
+        }
         return {};
     }
     case ZvkFeatureDataBool: {
         ZvkBool_t value = 0;
-        if (sdk_->ZvkFeatureBoolGet(camera_, name.c_str(), &value) == 0)
+        if (sdk_->ZvkFeatureBoolGet(camera_, name.c_str(), &value) == 0) {
             return value != 0 ? "1" : "0";
+        }
         return {};
     }
     case ZvkFeatureDataString: {
         std::vector<char> buffer(65536);
         std::uint32_t size = 0;
         if (sdk_->ZvkFeatureStringGet(camera_, name.c_str(), buffer.data(),
-                                      static_cast<std::uint32_t>(buffer.size()), &size) == 0)
+                                      static_cast<std::uint32_t>(buffer.size()), &size) == 0) {
             return buffer.data();
+        }
         return {};
     }
     default:
@@ -309,8 +345,9 @@ std::optional<std::string> Session::Value(const std::string& name) const
 std::string Session::SetValue(const std::string& name, const std::string& value) const
 {
     const Feature* feature = Find(name);
-    if (feature == nullptr)
+    if (feature == nullptr) {
         return "there is none";
+    }
     ZvkError_t result = ZvkErrorWrongType;
     switch (feature->type) {
     case ZvkFeatureDataInt:
@@ -341,44 +378,56 @@ std::string Session::SetValue(const std::string& name, const std::string& value)
 void Session::RememberSettings()
 {
     const auto path = settings_.folder / kSettingsFile;
-    if (!before_.empty() || settings_.readOnly)
+    if (!before_.empty() || settings_.readOnly) {
         return;
+    }
     if (std::ifstream file(path); file) {
-        for (std::string line; std::getline(file, line);)
-            if (const auto equals = line.find('='); equals != std::string::npos)
+        for (std::string line; std::getline(file, line);) {
+            if (const auto equals = line.find('='); equals != std::string::npos) {
                 before_.emplace_back(line.substr(0, equals), line.substr(equals + 1));
+            }
+        }
         PutBack();
         return;
     }
-    for (const Feature& feature : features_)
-        if (feature.readable && feature.writable)
+    for (const Feature& feature : features_) {
+        if (feature.readable && feature.writable) {
             if (const auto value = Value(feature.name);
-                value && value->find_first_of("\r\n") == std::string::npos)
+                value && value->find_first_of("\r\n") == std::string::npos) {
                 before_.emplace_back(feature.name, *value);
+            }
+        }
+    }
     std::ofstream file(path); // only now: half of the settings must not pass for all
-    for (const auto& [name, value] : before_)
+    for (const auto& [name, value] : before_) {
         file << name << '=' << value << '\n';
+    }
 }
 
 std::vector<std::string> Session::PutBack()
 {
-    if (before_.empty() && !std::filesystem::exists(settings_.folder / kSettingsFile))
+    if (before_.empty() && !std::filesystem::exists(settings_.folder / kSettingsFile)) {
         return {};
-    if (stage_ != Stage::Opened)
+    }
+    if (stage_ != Stage::Opened) {
         Reach(Stage::Opened);
+    }
     std::vector<std::string> left;
     for (int round = 0; round < kRoundsOfPuttingBack; ++round) {
         left.clear();
         for (auto setting = before_.rbegin(); setting != before_.rend(); ++setting) {
             const auto& [name, value] = *setting;
-            if (Value(name) == value)
+            if (Value(name) == value) {
                 continue;
+            }
             const std::string why = SetValue(name, value);
-            if (Value(name) != value)
+            if (Value(name) != value) {
                 left.push_back(name + " = " + value + (why.empty() ? "" : ": " + why));
+            }
         }
-        if (left.empty())
+        if (left.empty()) {
             break;
+        }
     }
     return left;
 }

@@ -27,9 +27,10 @@ using Block = std::array<std::uint8_t, 64>;
 void Add(State& state, const Block& block)
 {
     std::array<std::uint32_t, 64> w{};
-    for (std::size_t i = 0; i < 16; ++i)
+    for (std::size_t i = 0; i < 16; ++i) {
         w[i] = std::uint32_t{block[4 * i]} << 24 | std::uint32_t{block[4 * i + 1]} << 16 |
                std::uint32_t{block[4 * i + 2]} << 8 | block[4 * i + 3];
+    }
     for (std::size_t i = 16; i < 64; ++i) {
         const std::uint32_t low = std::rotr(w[i - 15], 7) ^ std::rotr(w[i - 15], 18) ^ (w[i - 15] >> 3);
         const std::uint32_t high = std::rotr(w[i - 2], 17) ^ std::rotr(w[i - 2], 19) ^ (w[i - 2] >> 10);
@@ -51,8 +52,9 @@ void Add(State& state, const Block& block)
         a = first + second;
     }
     const State added{a, b, c, d, e, f, g, h};
-    for (std::size_t i = 0; i < state.size(); ++i)
+    for (std::size_t i = 0; i < state.size(); ++i) {
         state[i] += added[i];
+    }
 }
 
 } // namespace
@@ -60,8 +62,9 @@ void Add(State& state, const Block& block)
 std::string SumOf(const std::filesystem::path& path)
 {
     std::ifstream file(path, std::ios::binary);
-    if (!file)
+    if (!file) {
         return std::string("cannot be read: ") + std::strerror(errno);
+    }
     State state{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
                 0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19};
     Block block{};
@@ -79,8 +82,9 @@ std::string SumOf(const std::filesystem::path& path)
         Add(state, block);
         block.fill(0);
     }
-    for (std::size_t i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i) {
         block[block.size() - 1 - i] = static_cast<std::uint8_t>(bytes * 8 >> (8 * i));
+    }
     Add(state, block);
     std::string text = "SHA-256 ";
     for (const std::uint32_t word : state) {

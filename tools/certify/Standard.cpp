@@ -16,8 +16,9 @@ constexpr const char* kEdges[] = {"RisingEdge", "FallingEdge", "AnyEdge", "Level
 const Feature& FindOrSkip(const Session& session, const std::string& name)
 {
     const Feature* feature = session.Find(name);
-    if (feature == nullptr)
+    if (feature == nullptr) {
         throw NotSupported{"the camera has no " + name};
+    }
     return *feature;
 }
 
@@ -34,17 +35,20 @@ void ExpectText(Session& session, std::initializer_list<const char*> names)
 {
     const auto* const name = std::ranges::find_if(
         names, [&](const char* candidate) { return session.Find(candidate) != nullptr; });
-    if (name == names.end())
+    if (name == names.end()) {
         return session.Warn(std::string("the camera has no ") + *names.begin());
+    }
     CERTIFY_EQUAL(session.Find(*name)->type, std::uint32_t{ZvkFeatureDataString});
     CERTIFY(!session.Value(*name).value_or("").empty(), *name << " is empty");
 }
 
 std::string ExposureOf(const Session& session)
 {
-    for (const char* name : {"ExposureTime", "ExposureTimeAbs"})
-        if (session.Find(name) != nullptr)
+    for (const char* name : {"ExposureTime", "ExposureTimeAbs"}) {
+        if (session.Find(name) != nullptr) {
             return name;
+        }
+    }
     throw NotSupported{"the camera has no ExposureTime and no ExposureTimeAbs"};
 }
 
@@ -67,9 +71,11 @@ template <class Body>
 void ForEachSide(const Session& session, const Body& body)
 {
     Findings findings;
-    for (const Side& side : kSides)
-        if (const auto maximum = session.Integer(side.maximum))
+    for (const Side& side : kSides) {
+        if (const auto maximum = session.Integer(side.maximum)) {
             findings.About(side.size, [&] { body(side, *maximum); });
+        }
+    }
     findings.Judge("the camera has no WidthMax and no HeightMax");
 }
 
@@ -81,10 +87,12 @@ void ExpectZeroSettable(const Session& session, const Side& side)
     const Kept offset(session, side.offset);
     std::int64_t least = 0;
     std::int64_t most = 0;
-    if (sdk.ZvkFeatureIntRangeQuery(session.Camera(), side.size, &least, &most) == 0)
+    if (sdk.ZvkFeatureIntRangeQuery(session.Camera(), side.size, &least, &most) == 0) {
         sdk.ZvkFeatureIntSet(session.Camera(), side.size, least);
-    if (sdk.ZvkFeatureIntRangeQuery(session.Camera(), side.offset, &least, &most) == 0)
+    }
+    if (sdk.ZvkFeatureIntRangeQuery(session.Camera(), side.offset, &least, &most) == 0) {
         sdk.ZvkFeatureIntSet(session.Camera(), side.offset, most);
+    }
     CERTIFY_OK(sdk.ZvkFeatureIntSet(session.Camera(), side.offset, 0));
     CERTIFY_EQUAL(session.Integer(side.offset).value_or(-1), 0);
 }
@@ -95,9 +103,11 @@ void ExpectStandardTypes(const Session& session)
     Findings findings;
     for (const StandardType& row : kStandardTypes) {
         std::istringstream names(row.names);
-        for (std::string name; names >> name;)
-            if (const Feature* feature = session.Find(name); feature != nullptr && row.since <= version)
+        for (std::string name; names >> name;) {
+            if (const Feature* feature = session.Find(name); feature != nullptr && row.since <= version) {
                 findings.About(name, [&] { CERTIFY_EQUAL(feature->type, row.type); });
+            }
+        }
     }
     findings.Judge();
 }
@@ -125,8 +135,9 @@ void ExpectPfncName(Session& session, const std::string& entry, std::int64_t num
     CERTIFY(number == std::int64_t{code} && hasForm, number << " is no PFNC code");
     const std::string known = PixelFormatName(code);
     constexpr std::string_view prefix = "ZvkPixelFormat";
-    if (!known.starts_with(prefix))
+    if (!known.starts_with(prefix)) {
         return session.Tell("the SDK has no name for " + entry);
+    }
     const bool isOther = std::ranges::any_of(kOtherNames, [&](const auto& other) {
         return other.second == code && IsSameName(entry, other.first, code);
     });
@@ -136,10 +147,13 @@ void ExpectPfncName(Session& session, const std::string& entry, std::int64_t num
 std::map<std::string, std::string> SettingsOf(const Session& session)
 {
     std::map<std::string, std::string> settings;
-    for (const Feature& feature : session.Features())
-        if (feature.readable && feature.writable)
-            if (const auto value = session.Value(feature.name))
+    for (const Feature& feature : session.Features()) {
+        if (feature.readable && feature.writable) {
+            if (const auto value = session.Value(feature.name)) {
                 settings[feature.name] = *value;
+            }
+        }
+    }
     return settings;
 }
 
@@ -150,13 +164,15 @@ void ExpectOthersAlone(const Session& session, const std::string& selector)
     const auto again = SettingsOf(session); // what changes by itself is not asked
     {
         const Kept kept(session, selector);
-        for (const std::string& entry : session.EntriesOf(selector))
+        for (const std::string& entry : session.EntriesOf(selector)) {
             session.SetValue(selector, entry);
+        }
     }
     for (const auto& [name, value] : SettingsOf(session)) {
         const auto was = before.find(name);
-        if (was != before.end() && was->second == again.at(name))
+        if (was != before.end() && was->second == again.at(name)) {
             CERTIFY(value == was->second, name << " was " << was->second << " and is " << value);
+        }
     }
 }
 
@@ -199,8 +215,9 @@ const Check kChecks[] = {
     {"J11", Stage::Opened, Effect::Reads,
      [](Session& session) {
          FindOrSkip(session, "TriggerMode");
-         for (const char* entry : {"Off", "On"})
+         for (const char* entry : {"Off", "On"}) {
              CERTIFY(HasEntry(session, "TriggerMode", entry), "it has no entry " << entry);
+         }
      }},
     {"J12", Stage::Opened, Effect::Reads,
      [](Session& session) {
@@ -222,17 +239,21 @@ const Check kChecks[] = {
          for (const std::string& entry : session.EntriesOf("TriggerActivation", false)) {
              const bool isStandard = std::ranges::find(kEdges, entry) != std::end(kEdges);
              hasStandard = hasStandard || isStandard;
-             if (!isStandard)
+             if (!isStandard) {
                  session.Warn(entry + " is no edge or level of the standard");
+             }
          }
          CERTIFY(hasStandard, "it has no edge or level of the standard");
      }},
     {"J15", Stage::Opened, Effect::Writes,
      [](Session& session) {
          Findings findings;
-         for (const Side& side : kSides)
-             if (const Feature* feature = session.Find(side.offset); feature != nullptr && feature->writable)
+         for (const Side& side : kSides) {
+             if (const Feature* feature = session.Find(side.offset);
+                 feature != nullptr && feature->writable) {
                  findings.About(side.offset, [&] { ExpectZeroSettable(session, side); });
+             }
+         }
          findings.Judge("the camera has no offsets that can be set");
      }},
     {"J16", Stage::Opened, Effect::Reads,

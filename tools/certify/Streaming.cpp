@@ -36,8 +36,9 @@ std::vector<Arrival> WholeOnes(Session& session)
 {
     auto arrivals = Streamed(session);
     std::erase_if(arrivals, [](const Arrival& arrival) { return arrival.frame.receiveStatus != 0; });
-    if (arrivals.empty())
+    if (arrivals.empty()) {
         throw Skip{"no frame came whole"};
+    }
     return arrivals;
 }
 
@@ -79,21 +80,24 @@ const Check kChecks[] = {
     {"M2", Stage::Opened, Effect::Writes,
      [](Session& session) {
          const auto arrivals = Streamed(session);
-         for (std::size_t i = 1; i < arrivals.size(); ++i)
+         for (std::size_t i = 1; i < arrivals.size(); ++i) {
              CERTIFY_EQUAL(arrivals[i].frame.frameId, arrivals[i - 1].frame.frameId + 1);
+         }
      }},
     {"M3", Stage::Opened, Effect::Writes,
      [](Session& session) {
          const auto arrivals = WholeOnes(session);
-         for (std::size_t i = 1; i < arrivals.size(); ++i)
+         for (std::size_t i = 1; i < arrivals.size(); ++i) {
              CERTIFY(arrivals[i].frame.timestamp > arrivals[i - 1].frame.timestamp,
                      "the time stamp " << arrivals[i].frame.timestamp << " follows "
                                        << arrivals[i - 1].frame.timestamp);
+         }
      }},
     {"M4", Stage::Opened, Effect::Writes,
      [](Session& session) {
-         for (const Arrival& arrival : Streamed(session))
+         for (const Arrival& arrival : Streamed(session)) {
              CERTIFY_EQUAL(arrival.frame.receiveStatus, 0);
+         }
      }},
     {"M5", Stage::Opened, Effect::Writes,
      [](Session& session) {
@@ -117,8 +121,9 @@ const Check kChecks[] = {
     {"M7", Stage::Opened, Effect::Writes,
      [](Session& session) {
          Frames frames(session, 4);
-         for (std::size_t i = 0; i < frames.Size(); ++i)
+         for (std::size_t i = 0; i < frames.Size(); ++i) {
              frames.Record(i).context[2] = frames.Record(i).context[3] = &frames.Record(i);
+         }
          frames.Start();
          CERTIFY(frames.WaitFor(frames.Size()), "the frames do not come");
          frames.Stop();
@@ -136,23 +141,27 @@ const Check kChecks[] = {
          frames.ArrivalsAfter(kQuiet);
          frames.Stop();
          std::vector<int> times(frames.Size());
-         for (const Arrival& arrival : frames.Arrivals())
+         for (const Arrival& arrival : frames.Arrivals()) {
              ++times.at(arrival.index);
-         for (std::size_t i = 0; i < times.size(); ++i)
+         }
+         for (std::size_t i = 0; i < times.size(); ++i) {
              CERTIFY(times[i] == 1, "record " << i << " was queued once and came " << times[i] << " times");
+         }
      }},
     {"M9", Stage::Opened, Effect::Writes,
      [](Session& session) {
          Frames frames(session, 4);
          frames.StartCapture();
-         for (std::size_t i = frames.Size(); i-- > 0;)
+         for (std::size_t i = frames.Size(); i-- > 0;) {
              frames.Queue(i);
+         }
          frames.StartAcquisition();
          CERTIFY(frames.WaitFor(frames.Size()), "the frames do not come");
          frames.Stop();
          std::size_t expected = frames.Size();
-         for (const Arrival& arrival : frames.Arrivals())
+         for (const Arrival& arrival : frames.Arrivals()) {
              CERTIFY_EQUAL(arrival.index, --expected);
+         }
      }},
     {"M10", Stage::Opened, Effect::Writes,
      [](Session& session) {

@@ -52,8 +52,9 @@ std::vector<std::string> Texts(const Session& session)
 std::vector<std::string> SettableTexts(const Session& session)
 {
     std::vector<std::string> names = SettableOf(session, ZvkFeatureDataString);
-    if (names.empty())
+    if (names.empty()) {
         throw NotSupported{"the camera has no text that may be set for a while"};
+    }
     return names;
 }
 
@@ -103,10 +104,12 @@ void AwaitDone(Session& session, const std::string& name)
         Output<ZvkBool_t> done;
         CERTIFY_OK(session.Sdk().ZvkFeatureCommandIsDone(session.Camera(), name.c_str(), done.Get()));
         CERTIFY(!done.IsUntouched() && done.WallsStand(), "there is no answer of one byte");
-        if (*done != 0)
+        if (*done != 0) {
             return;
-        if (std::chrono::steady_clock::now() > end)
+        }
+        if (std::chrono::steady_clock::now() > end) {
             return session.Warn(name + " is not done after 1 s");
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }
@@ -143,14 +146,18 @@ bool IsWritable(const Session& session, const char* name)
 // While a line is the source of triggers.
 void ExpectSoftwareTriggerRefused(const Session& session)
 {
-    if (session.Find("TriggerSoftware") == nullptr || session.Find("TriggerSource") == nullptr)
+    if (session.Find("TriggerSoftware") == nullptr || session.Find("TriggerSource") == nullptr) {
         throw NotSupported{"the camera has no TriggerSoftware that depends on TriggerSource"};
+    }
     const Kept kept(session, "TriggerSource");
-    for (const std::string& entry : session.EntriesOf("TriggerSource"))
-        if (entry != "Software" && session.SetValue("TriggerSource", entry).empty())
+    for (const std::string& entry : session.EntriesOf("TriggerSource")) {
+        if (entry != "Software" && session.SetValue("TriggerSource", entry).empty()) {
             break;
-    if (IsWritable(session, "TriggerSoftware"))
+        }
+    }
+    if (IsWritable(session, "TriggerSoftware")) {
         throw NotSupported{"TriggerSoftware can always be run"};
+    }
     CERTIFY_REFUSED(Run(session, "TriggerSoftware"), ZvkErrorInvalidAccess);
 }
 
@@ -169,8 +176,9 @@ const Check kChecks[] = {
      [](Session& session) {
          ForEach(Texts(session), [&](const std::string& name) {
              const std::string text = Get(session, name);
-             if (text.empty())
+             if (text.empty()) {
                  return;
+             }
              Memory small(text.size());
              std::uint32_t length = 0;
              const ZvkError_t result = Read(session, name, small, &length);
@@ -234,10 +242,12 @@ const Check kChecks[] = {
          frames.Start();
          frames.Stop();
          Findings findings;
-         for (const std::string& name : HarmlessOf(session))
+         for (const std::string& name : HarmlessOf(session)) {
              findings.About(name, [&] { CERTIFY_OK(Run(session, name)); });
-         if (findings.Asked() > 0)
+         }
+         if (findings.Asked() > 0) {
              findings.Judge();
+         }
      }},
     {"I11", Stage::Opened, Effect::Writes,
      [](Session& session) {
@@ -245,17 +255,21 @@ const Check kChecks[] = {
          frames.Start();
          frames.Stop();
          AwaitDone(session, "AcquisitionStop");
-         for (const std::string& name : HarmlessOf(session))
-             if (Run(session, name) == 0)
+         for (const std::string& name : HarmlessOf(session)) {
+             if (Run(session, name) == 0) {
                  AwaitDone(session, name);
+             }
+         }
      }},
     {"I12", Stage::Opened, Effect::Writes, [](Session& session) { ExpectSoftwareTriggerRefused(session); }},
     {"I13", Stage::Opened, Effect::Writes,
      [](Session& session) {
          std::vector<std::string> names;
-         for (const Feature& feature : session.Features())
-             if (feature.readable && feature.type != ZvkFeatureDataCommand)
+         for (const Feature& feature : session.Features()) {
+             if (feature.readable && feature.type != ZvkFeatureDataCommand) {
                  names.push_back(feature.name);
+             }
+         }
          ForEach(names,
                  [&](const std::string& name) { CERTIFY_REFUSED(Run(session, name), ZvkErrorWrongType); });
      }},

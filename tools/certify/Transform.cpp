@@ -37,8 +37,9 @@ ZvkError_t Convert(const Sdk& sdk, const Picture& picture, Memory& source, Memor
     for (const auto& [code, image] : {std::pair{picture.format.code, &from}, {ZvkPixelFormatRgb8, &to}}) {
         const ZvkError_t result =
             sdk.ZvkSetImageInfoFromPixelFormat(code, picture.width, picture.height, image);
-        if (result != 0)
+        if (result != 0) {
             return result;
+        }
     }
     return sdk.ZvkImageTransform(&from, &to, nullptr, 0);
 }
@@ -49,13 +50,15 @@ void ForEachConverted(const Session& session, const Wanted& wanted, const Body& 
 {
     Findings findings;
     for (const Format& format : ConvertedFormats()) {
-        if (!wanted(format))
+        if (!wanted(format)) {
             continue;
+        }
         const Picture picture = PictureOf(format, kWidth, kHeight);
         Memory source(picture.source.size());
         Memory target(picture.rgb.size());
-        if (Convert(session.Sdk(), picture, source, target) == 0)
+        if (Convert(session.Sdk(), picture, source, target) == 0) {
             findings.About(format.Name(), [&] { body(picture, source, target); });
+        }
     }
     findings.Judge("the library converts no such format");
 }
@@ -88,13 +91,16 @@ void ExpectAllConverted(Session& session)
         Memory source(picture.source.size());
         Memory target(picture.rgb.size());
         const ZvkError_t result = Convert(session.Sdk(), picture, source, target);
-        if (IsUsual(format))
+        if (IsUsual(format)) {
             findings.About(format.Name(), [&] { CERTIFY(result == 0, "it is refused: " << NameOf(result)); });
-        else if (result != 0)
+        }
+        else if (result != 0) {
             refused += " " + format.Name();
+        }
     }
-    if (!refused.empty())
+    if (!refused.empty()) {
         session.Warn("the library does not convert" + refused);
+    }
     findings.Judge();
 }
 
@@ -103,8 +109,8 @@ void ExpectSizes(Session& session)
 {
     constexpr std::array<std::uint32_t, 2> sizes[] = {{1, 1}, {3, 3}, {7, 1}, {1, 5}};
     Findings findings;
-    for (const Format& format : ConvertedFormats())
-        for (const auto& size : sizes)
+    for (const Format& format : ConvertedFormats()) {
+        for (const auto& size : sizes) {
             findings.About(format.Name() + " " + std::to_string(size[0]) + " x " + std::to_string(size[1]),
                            [&] {
                                const Picture picture = PictureOf(format, size[0], size[1]);
@@ -112,10 +118,13 @@ void ExpectSizes(Session& session)
                                Memory target(picture.rgb.size());
                                const ZvkError_t result = Convert(session.Sdk(), picture, source, target);
                                CERTIFY(target.WallsStand(), "it wrote outside the target");
-                               if (format.code == ZvkPixelFormatRgb8)
+                               if (format.code == ZvkPixelFormatRgb8) {
                                    CERTIFY(result == 0 && Deviation(picture, target.Data()) == 0,
                                            "it is not converted right: " << NameOf(result));
+                               }
                            });
+        }
+    }
     findings.Judge();
     const Picture empty = PictureOf(ConvertedFormats().front(), 0, 0);
     Memory source(16);
@@ -132,11 +141,13 @@ void ExpectHues(Session& session)
         [&](const Picture& picture, Memory&, Memory& target) {
             const int deviation = Deviation(picture, target.Data());
             CERTIFY(deviation <= kWrongHue, "a colour is wrong by " << deviation << " of 255");
-            if (deviation > kNuance)
+            if (deviation > kNuance) {
                 nuances += " " + picture.format.Name() + " (" + std::to_string(deviation) + ")";
+            }
         });
-    if (!nuances.empty())
+    if (!nuances.empty()) {
         session.Warn("colours deviate, as with another range or matrix:" + nuances);
+    }
 }
 
 void ExpectUnequalSizesRefused(Session& session)
@@ -153,10 +164,12 @@ void ExpectUnequalSizesRefused(Session& session)
     const ZvkError_t result = sdk.ZvkImageTransform(&from, &to, nullptr, 0);
     CERTIFY(target.IsUntouched(target.Size() / 2) && target.WallsStand(),
             "it wrote past the end of the smaller target");
-    if (result == 0)
+    if (result == 0) {
         session.Warn("an image is converted into one of half its height");
-    else
+    }
+    else {
         CERTIFY(target.IsUntouched(), "it wrote into the target: " << NameOf(result));
+    }
 }
 
 // How often the conversions of one thread went wrong.
@@ -166,8 +179,9 @@ int Mistakes(const Sdk& sdk, const Picture& picture)
     Memory source(picture.source.size());
     for (int i = 0; i < kConversions; ++i) {
         Memory target(picture.rgb.size());
-        if (Convert(sdk, picture, source, target) != 0 || Deviation(picture, target.Data()) > kRounding)
+        if (Convert(sdk, picture, source, target) != 0 || Deviation(picture, target.Data()) > kRounding) {
             ++mistakes;
+        }
     }
     return mistakes;
 }
@@ -186,11 +200,13 @@ void ExpectThreads(Session& session)
                 mistakes[i] << " of " << kConversions << " images of another thread are wrong");
     }
     std::thread threads[] = {start(0), start(1)};
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
-    if (const int both = mistakes[0] + mistakes[1]; both > 0)
+    }
+    if (const int both = mistakes[0] + mistakes[1]; both > 0) {
         session.Warn(std::to_string(both) + " of " + std::to_string(2 * kConversions) +
                      " images are wrong when two threads convert at once");
+    }
 }
 
 // Of a size that a library shares out among threads.
@@ -200,8 +216,9 @@ void ExpectLarge(Session& session)
     const Format format{0x01080009, Family::Bayer, "RGGB"};
     const Picture lines = PictureOf(format, side, 2);
     Picture picture{.format = format, .width = side, .height = side, .source = {}, .rgb = {}};
-    for (std::uint32_t y = 0; y < side; y += 2)
+    for (std::uint32_t y = 0; y < side; y += 2) {
         picture.source.insert(picture.source.end(), lines.source.begin(), lines.source.end());
+    }
     Memory source(picture.source.size());
     Memory target(std::size_t{3} * side * side);
     const auto begin = std::chrono::steady_clock::now();
@@ -211,8 +228,9 @@ void ExpectLarge(Session& session)
                  " MP/s");
     for (std::size_t y = 2; y < side - 2; ++y) {
         const std::uint8_t* line = target.Data() + 3 * (y * side + 2);
-        for (std::size_t x = 0; x < 3 * (side - 4); ++x)
+        for (std::size_t x = 0; x < 3 * (side - 4); ++x) {
             CERTIFY(std::abs(line[x] - lines.rgb[x]) <= kRounding, "line " << y << " is wrong");
+        }
     }
     CERTIFY(target.WallsStand(), "it wrote outside the target");
 }
@@ -224,8 +242,9 @@ const Check kChecks[] = {
          for (const Format& format : ConvertedFormats()) {
              std::uint8_t pixel = 0;
              ZvkImage image = RecordOf(&pixel);
-             if (session.Sdk().ZvkSetImageInfoFromPixelFormat(format.code, 640, 480, &image) != 0)
+             if (session.Sdk().ZvkSetImageInfoFromPixelFormat(format.code, 640, 480, &image) != 0) {
                  continue;
+             }
              findings.About(format.Name(), [&] {
                  CERTIFY_EQUAL(image.imageInfo.width, 640u);
                  CERTIFY_EQUAL(image.imageInfo.height, 480u);

@@ -76,8 +76,9 @@ void ExpectNoneWithoutPulse(Session& session)
 {
     const Triggers triggers(session);
     CERTIFY_EQUAL(WithoutPulse(session, triggers, kHardware), 0u);
-    if (triggers.Knows(kHardwareStart) && WithoutPulse(session, triggers, kHardwareStart) > 0)
+    if (triggers.Knows(kHardwareStart) && WithoutPulse(session, triggers, kHardwareStart) > 0) {
         session.Warn("images come without a pulse for the start");
+    }
 }
 
 void ExpectAllWays(Session& session)
@@ -85,13 +86,15 @@ void ExpectAllWays(Session& session)
     const Triggers triggers(session);
     Findings findings;
     for (const Way& way : {kManual, kFreeRun, kHardware, kHardwareStart}) {
-        if (!triggers.Knows(way))
+        if (!triggers.Knows(way)) {
             continue;
+        }
         findings.About(std::string(way.name), [&] {
             triggers.Use(way);
             CERTIFY_EQUAL(session.Value(kMode).value_or("unreadable"), std::string(way.mode));
-            if (!triggers.Has(kSelector, way.first))
+            if (!triggers.Has(kSelector, way.first)) {
                 return;
+            }
             triggers.Put(kSelector, way.first);
             CERTIFY(session.Value(kMode) == "Off", way.first << " is not off");
         });
@@ -111,8 +114,9 @@ void ExpectChangeRefusedOrHonoured(Session& session)
     }
     else {
         const std::size_t count = frames.ArrivalsAfter(Quiet(session, frames));
-        if (frames.ArrivalsAfter(Quiet(session, frames)) != count)
+        if (frames.ArrivalsAfter(Quiet(session, frames)) != count) {
             session.Warn("TriggerMode can be set to On while images come, and they go on coming");
+        }
     }
     frames.Stop();
 }
@@ -121,8 +125,9 @@ void ExpectChangeRefusedOrHonoured(Session& session)
 // stops.
 void ExpectUsable(Session& session, const char* name)
 {
-    if (session.Find(name) == nullptr)
+    if (session.Find(name) == nullptr) {
         throw NotSupported{std::string("the camera has no ") + name};
+    }
     const Triggers triggers(session);
     triggers.Use(kHardware);
     ForEach(session.EntriesOf(name), [&](const std::string& entry) {
@@ -152,8 +157,9 @@ Shot Shoot(Session& session)
     frames.Stop();
     const Memory& image = frames.Buffer(arrival.index);
     double sum = 0;
-    for (std::size_t i = 0; i < image.Size(); i += 16)
+    for (std::size_t i = 0; i < image.Size(); i += 16) {
         sum += image.Data()[i];
+    }
     return {Milliseconds(arrival.time - begin), 16 * sum / static_cast<double>(image.Size())};
 }
 
@@ -169,8 +175,9 @@ void ExpectExposureShows(Session& session)
         automatic.emplace(session, "ExposureAuto");
         triggers.Put("ExposureAuto", "Off");
     }
-    if (session.Find(name) == nullptr)
+    if (session.Find(name) == nullptr) {
         throw NotSupported{"the camera has no exposure time"};
+    }
     const Kept kept(session, name);
     double minimum = 0;
     double maximum = 0;

@@ -20,9 +20,11 @@ inline std::vector<std::string> SettableOf(const Session& session, std::uint32_t
 inline std::vector<std::string> ReadOnlyOf(const Session& session, std::uint32_t type)
 {
     std::vector<std::string> names;
-    for (const Feature& feature : session.Features())
-        if (feature.type == type && feature.readable && !feature.writable)
+    for (const Feature& feature : session.Features()) {
+        if (feature.type == type && feature.readable && !feature.writable) {
             names.push_back(feature.name);
+        }
+    }
     return names;
 }
 
@@ -31,8 +33,9 @@ template <class Body>
 void ForEach(const std::vector<std::string>& names, const Body& body)
 {
     Findings findings;
-    for (const std::string& name : names)
+    for (const std::string& name : names) {
         findings.About(name, [&] { body(name); });
+    }
     findings.Judge("the camera has no such feature");
 }
 
@@ -43,8 +46,9 @@ public:
     Kept(const Session& session, const std::string& name)
         : session_(session), name_(name), value_(session.Value(name))
     {
-        if (!value_)
+        if (!value_) {
             throw Failed{"it cannot be read"};
+        }
     }
     ~Kept() { session_.SetValue(name_, *value_); }
     Kept(const Kept&) = delete;

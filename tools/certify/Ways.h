@@ -31,14 +31,17 @@ class Triggers
 public:
     explicit Triggers(Session& session) : session_(session)
     {
-        if (!Has(kMode, "On"))
+        if (!Has(kMode, "On")) {
             throw NotSupported{"the camera has no trigger"};
+        }
         const auto selected = session.Value(kSelector);
         for (const std::string& trigger : All()) {
             Put(kSelector, trigger);
-            for (const char* name : {kSelector, kMode, kSource, kEdge, "ExposureMode"})
-                if (const auto value = session.Value(name))
+            for (const char* name : {kSelector, kMode, kSource, kEdge, "ExposureMode"}) {
+                if (const auto value = session.Value(name)) {
                     before_.emplace_back(name, *value);
+                }
+            }
         }
         if (selected) {
             Put(kSelector, *selected);
@@ -47,8 +50,9 @@ public:
     }
     ~Triggers()
     {
-        for (const auto& [name, value] : before_)
+        for (const auto& [name, value] : before_) {
             session_.SetValue(name, value);
+        }
     }
     Triggers(const Triggers&) = delete;
     Triggers& operator=(const Triggers&) = delete;
@@ -70,8 +74,9 @@ public:
     // Sets what the camera has.
     void Put(const std::string& name, std::string_view value) const
     {
-        if (session_.Find(name) == nullptr)
+        if (session_.Find(name) == nullptr) {
             return;
+        }
         const std::string why = session_.SetValue(name, std::string(value));
         CERTIFY(why.empty(), name << " cannot be set to " << value << ": " << why);
     }
@@ -82,36 +87,45 @@ public:
             Put(kSelector, way.first);
             Put(kMode, "Off");
         }
-        if (Has(kSelector, way.second))
+        if (Has(kSelector, way.second)) {
             Put(kSelector, way.second);
+        }
         Put(kMode, way.mode);
         const char* exposure = way.isHardware ? "Timed" : "Off";
-        if (!HasSource() && Has("ExposureMode", exposure))
+        if (!HasSource() && Has("ExposureMode", exposure)) {
             Put("ExposureMode", exposure);
-        if (!HasSource())
+        }
+        if (!HasSource()) {
             return;
-        if (way.isHardware)
+        }
+        if (way.isHardware) {
             Put(kSource, Line());
-        else if (Has(kSource, "Software"))
+        }
+        else if (Has(kSource, "Software")) {
             Put(kSource, "Software");
+        }
     }
 
     // Line0, which the adapter sets, or the first one that there is.
     std::string Line() const
     {
-        if (Has(kSource, "Line0"))
+        if (Has(kSource, "Line0")) {
             return "Line0";
-        for (const std::string& source : session_.EntriesOf(kSource))
-            if (source.starts_with("Line"))
+        }
+        for (const std::string& source : session_.EntriesOf(kSource)) {
+            if (source.starts_with("Line")) {
                 return source;
+            }
+        }
         throw NotSupported{"the camera has no input line"};
     }
 
     // Manual mode, for cameras that have it.
     void UseManual() const
     {
-        if (session_.Find("TriggerSoftware") == nullptr || (HasSource() && !Has(kSource, "Software")))
+        if (session_.Find("TriggerSoftware") == nullptr || (HasSource() && !Has(kSource, "Software"))) {
             throw NotSupported{"the camera has no software trigger"};
+        }
         Use(kManual);
     }
 

@@ -47,11 +47,13 @@ Message Parse(const std::string& line)
     Message message;
     // A library may have printed without a line end before it.
     const auto mark = line.find(kMark);
-    if (mark == std::string::npos)
+    if (mark == std::string::npos) {
         return message;
+    }
     const Json json = Json::parse(line.substr(mark + std::char_traits<char>::length(kMark)), nullptr, false);
-    if (!json.is_object())
+    if (!json.is_object()) {
         return message;
+    }
     if (json.contains("begin")) {
         message.kind = Message::Kind::Begin;
         message.result.id = json.at("begin").get<std::string>();

@@ -56,8 +56,9 @@ void Analysis::Finish()
 
 void Analysis::FlushHeld()
 {
-    if (held_.line == 0)
+    if (held_.line == 0) {
         return;
+    }
     const Entry entry = std::exchange(held_, {});
     Handle(entry, Match());
 }
@@ -67,8 +68,9 @@ void Analysis::FlushHeld()
 void Analysis::Take(const Entry& entry)
 {
     if (entry.time == Entry::NoTime) {
-        if (held_.line == 0 || heldText_.size() + entry.text.size() > kLongestMessage)
+        if (held_.line == 0 || heldText_.size() + entry.text.size() > kLongestMessage) {
             return Handle(entry, Match());
+        }
         heldText_ += '\n';
         heldText_ += entry.text;
         held_.text = heldText_;
@@ -80,8 +82,9 @@ void Analysis::Take(const Entry& entry)
     }
     FlushHeld();
     const Match match = matcher_.Find(entry.text, entry.sourceLine);
-    if (match.message != nullptr)
+    if (match.message != nullptr) {
         return Handle(entry, match);
+    }
     heldText_ = entry.text;
     held_ = entry;
     held_.text = heldText_;
@@ -99,16 +102,19 @@ void Analysis::Handle(const Entry& entry, const Match& match)
         }
         run_.reset();
     }
-    if (run_ == nullptr)
+    if (run_ == nullptr) {
         run_ = std::make_unique<Run>(reader_.NulBytes());
+    }
     if (match.message == nullptr && entry.time != Entry::NoTime && !finishing_) {
         ++unknown_;
-        if (firstUnknown_.size() < 3)
+        if (firstUnknown_.size() < 3) {
             firstUnknown_.push_back({entry.line, entry.time, ToUtf8(entry.text)});
+        }
     }
     run_->Take(entry, match, reader_.NulBytes());
-    if (observer_)
+    if (observer_) {
         observer_(entry, match);
+    }
 }
 
 LogReport Analysis::Report(const Circumstances& circumstances) const
@@ -121,8 +127,9 @@ LogReport Analysis::Report(const Circumstances& circumstances) const
     report.firstUnknown = firstUnknown_;
     report.earlierRuns = earlierRuns_;
     report.runs = finished_;
-    if (run_ != nullptr)
+    if (run_ != nullptr) {
         report.runs.push_back(run_->Report(circumstances));
+    }
     return report;
 }
 
@@ -134,8 +141,9 @@ std::string ToUtf8(std::string_view text)
         const std::size_t follow = byte >= 0xF0 ? 3 : byte >= 0xE0 ? 2 : byte >= 0xC2 ? 1 : 0;
         std::size_t good = 0;
         while (good < follow && i + good + 1 < text.size() &&
-               (static_cast<unsigned char>(text[i + good + 1]) & 0xC0) == 0x80)
+               (static_cast<unsigned char>(text[i + good + 1]) & 0xC0) == 0x80) {
             ++good;
+        }
         // Overlong forms, surrogates and what lies beyond Unicode are no UTF-8 either.
         const auto second = follow > 0 && good > 0 ? static_cast<unsigned char>(text[i + 1]) : 0u;
         const bool odd = (byte == 0xE0 && second < 0xA0) || (byte == 0xED && second > 0x9F) ||

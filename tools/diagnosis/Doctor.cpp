@@ -44,8 +44,9 @@ public:
 private:
     void Add(Check check)
     {
-        if (tell_)
+        if (tell_) {
             tell_(check);
+        }
         checks.push_back(std::move(check));
     }
 
@@ -67,10 +68,11 @@ fs::path ExamineHome(Examination& examination)
     std::error_code error;
     if (fs::is_directory(folder, error)) {
         examination.Ok(kId, "ZORVIK_HOME names the folder " + TextOf(folder));
-        if (!folder.is_absolute())
+        if (!folder.is_absolute()) {
             examination.Warn("zorvik-home-relative",
                              "ZORVIK_HOME is not a full path: it means another folder for each program",
                              "write the full path");
+        }
         return folder;
     }
     const bool quoted = home.find('"') != std::string::npos;
@@ -90,13 +92,15 @@ void ExamineLibraries(Examination& examination, const fs::path& folder)
         const LibraryCheck check = CheckLibrary(folder, name);
         const std::string id = name == kTransformLibrary ? "transform-library" : "runtime-library";
         const std::string path = TextOf(folder / "bin" / name);
-        if (check.complaint.empty())
+        if (check.complaint.empty()) {
             examination.Ok(id, std::string(name) + " loads and has all " + std::to_string(check.entryPoints) +
                                    " functions");
-        else
+        }
+        else {
             examination.Fault(id, path + ": " + check.complaint,
                               check.tooOld ? "install an SDK version that the adapter supports"
                                            : "repair the SDK's installation (the 64-bit one)");
+        }
     }
 }
 
@@ -114,13 +118,15 @@ void ExamineValues(Examination& examination, HKEY key)
         BYTE data[1024];
         DWORD nameSize = sizeof(name), dataSize = sizeof(data), type = 0;
         if (RegEnumValueA(key, index, name, &nameSize, nullptr, &type, data, &dataSize) !=
-            static_cast<LSTATUS>(ERROR_SUCCESS))
+            static_cast<LSTATUS>(ERROR_SUCCESS)) {
             return;
-        if (type != REG_SZ && type != REG_DWORD)
+        }
+        if (type != REG_SZ && type != REG_DWORD) {
             examination.Warn("registry-value",
                              std::string("the registry value ") + name + " is of the kind " + TypeName(type) +
                                  ", which the log does not list",
                              "write it as text (REG_SZ) or number (REG_DWORD)");
+        }
     }
 }
 
@@ -131,16 +137,21 @@ void ExamineRegistry(Examination& examination)
     const std::string remedy =
         "write the number: reg add HKLM\\" + std::string(kKey) + " /v EnableLog /t REG_DWORD /d 1";
     const LogSwitch state = ReadLogSwitch();
-    if (!state.keyExists)
+    if (!state.keyExists) {
         return examination.Ok(kId, "the registry has no key of the adapter: its log is on");
-    if (!state.valueExists)
+    }
+    if (!state.valueExists) {
         examination.Warn(kId, key + " has no readable value EnableLog, which switches the log off", remedy);
-    else if (state.type != REG_DWORD)
+    }
+    else if (state.type != REG_DWORD) {
         examination.Warn(kId, "EnableLog is of the kind " + TypeName(state.type) + ", not a number", remedy);
-    else if (state.value == 0)
+    }
+    else if (state.value == 0) {
         examination.Warn(kId, "EnableLog is 0: the log is off, and a fault leaves no trace", remedy);
-    else
+    }
+    else {
         examination.Ok(kId, "EnableLog is " + std::to_string(state.value) + ": the log is on");
+    }
     HKEY opened = nullptr;
     if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, kKey, 0, KEY_READ, &opened) ==
         static_cast<LSTATUS>(ERROR_SUCCESS)) {
@@ -153,10 +164,12 @@ void ExamineRegistry(Examination& examination)
 std::string WhyNotWritable(fs::path folder)
 {
     std::error_code error;
-    while (!fs::exists(folder, error) && folder.has_relative_path())
+    while (!fs::exists(folder, error) && folder.has_relative_path()) {
         folder = folder.parent_path(); // the adapter makes what is missing
-    if (!fs::is_directory(folder, error))
+    }
+    if (!fs::is_directory(folder, error)) {
         return TextOf(folder) + " is no folder";
+    }
     const fs::path trial = folder / "maravel-doctor.tmp";
     errno = 0;
     std::ofstream file(trial, std::ios::trunc);
@@ -178,21 +191,26 @@ bool ExamineLog(Examination& examination)
                           "repair the user's profile");
         return true;
     }
-    if (const std::string why = WhyNotWritable(folder); !why.empty())
+    if (const std::string why = WhyNotWritable(folder); !why.empty()) {
         examination.Fault("log-folder", "the log cannot be written: " + why,
                           "give the programs' users write access to " + TextOf(folder));
-    else if (fs::is_directory(file, error))
+    }
+    else if (fs::is_directory(file, error)) {
         examination.Fault("log-folder", TextOf(file) + " is a folder", "remove it");
-    else
+    }
+    else {
         examination.Ok("log-folder", "the log can be written to " + TextOf(folder));
+    }
     const fs::space_info room = fs::space(fs::exists(folder, error) ? folder : DocumentsFolder(), error);
-    if (!error && room.available < kRoom)
+    if (!error && room.available < kRoom) {
         examination.Warn("log-room",
                          "only " + std::to_string(room.available >> 20) + " MB are left on the log's disk",
                          "make room; a log that cannot grow is cut");
+    }
     const std::vector<std::string> users = UsersOf(file);
-    if (users.empty())
+    if (users.empty()) {
         return true;
+    }
     examination.Warn(
         "log-writer",
         users.front() +
@@ -205,26 +223,32 @@ void ExamineCameras(Examination& examination, const DoctorOptions& options)
 {
     std::string reason;
     const auto adapter = host::AdapterLibrary::Load(TextOf(options.adapter), &reason);
-    if (adapter == nullptr)
+    if (adapter == nullptr) {
         return examination.Fault("adapter", reason,
                                  "repair the adapter's installation, or name it with --adapter");
+    }
     examination.Ok("adapter", "the adapter " + TextOf(options.adapter) + " loads");
-    if (!options.start)
+    if (!options.start) {
         return;
-    if (examination.AnyFault())
+    }
+    if (examination.AnyFault()) {
         return examination.Warn("start", "the adapter was not started because of what is said above",
                                 "remove the faults first");
+    }
     std::vector<host::Channel> channels;
     const host::Outcome outcome = adapter->CollectChannels(&channels);
     RunReport run;
-    if (ReadLogSwitch().On() && fs::exists(OwnLogFile()))
-        if (const LogReport report = ReadLog(OwnLogFile(), true); !report.runs.empty())
+    if (ReadLogSwitch().On() && fs::exists(OwnLogFile())) {
+        if (const LogReport report = ReadLog(OwnLogFile(), true); !report.runs.empty()) {
             run = report.runs.back();
+        }
+    }
     const auto found = std::ranges::find_if(
         run.findings, [](const Finding& finding) { return finding.fault->severity == Severity::Fault; });
     if (!outcome || channels.empty()) {
-        if (found != run.findings.end())
+        if (found != run.findings.end()) {
             return examination.Fault(found->fault->name, found->sentence, found->advice);
+        }
         return examination.Fault("start", outcome.text.empty() ? "no camera was found" : outcome.text,
                                  Describe(FaultId::NoCamera).advice);
     }
@@ -247,9 +271,11 @@ void ExamineCameras(Examination& examination, const DoctorOptions& options)
             id, name + ": cannot be opened" + (why == run.findings.end() ? "" : ". " + why->sentence),
             why == run.findings.end() ? "'camhost log' tells more" : why->advice);
     }
-    for (const Finding& finding : run.findings)
-        if (finding.fault->severity == Severity::Warning && finding.fault->id != FaultId::HostKilled)
+    for (const Finding& finding : run.findings) {
+        if (finding.fault->severity == Severity::Warning && finding.fault->id != FaultId::HostKilled) {
             examination.Warn(finding.fault->name, finding.sentence, finding.advice);
+        }
+    }
 }
 
 } // namespace
@@ -257,22 +283,26 @@ void ExamineCameras(Examination& examination, const DoctorOptions& options)
 std::vector<Check> Examine(const DoctorOptions& options, const std::function<void(const Check&)>& tell)
 {
     Examination examination(tell);
-    if (options.besideTool)
+    if (options.besideTool) {
         examination.Warn(
             "zorvik-home-unset",
             "the variable ZORVIK_HOME is not set: this tool takes the SDK beside it, other programs find none",
             "set ZORVIK_HOME for all users, then restart the programs");
-    if (const fs::path folder = ExamineHome(examination); !folder.empty())
+    }
+    if (const fs::path folder = ExamineHome(examination); !folder.empty()) {
         ExamineLibraries(examination, folder);
+    }
     ExamineRegistry(examination);
     DoctorOptions careful = options;
     careful.start = ExamineLog(examination) && options.start;
     ExamineCameras(examination, careful);
     for (const MachineCheck& check : CheckNetwork()) {
-        if (check.good)
+        if (check.good) {
             examination.Ok(check.id, check.text);
-        else
+        }
+        else {
             examination.Warn(check.id, check.text, check.advice);
+        }
     }
     return std::move(examination.checks);
 }

@@ -112,9 +112,11 @@ constexpr Fault kFaults[] = {
 
 constexpr bool InOrder()
 {
-    for (std::size_t i = 0; i < std::size(kFaults); ++i)
-        if (kFaults[i].id != static_cast<FaultId>(i))
+    for (std::size_t i = 0; i < std::size(kFaults); ++i) {
+        if (kFaults[i].id != static_cast<FaultId>(i)) {
             return false;
+        }
+    }
     return std::size(kFaults) == static_cast<std::size_t>(FaultId::Count);
 }
 static_assert(InOrder(), "a fault is found by its number");

@@ -31,17 +31,20 @@ public:
     std::optional<std::uint64_t> Number(std::uint64_t offset, std::size_t size) const
     {
         const std::string_view bytes = At(static_cast<std::size_t>(offset), size);
-        if (bytes.empty())
+        if (bytes.empty()) {
             return std::nullopt;
+        }
         std::uint64_t value = 0;
-        for (std::size_t i = size; i > 0; --i)
+        for (std::size_t i = size; i > 0; --i) {
             value = value << 8 | static_cast<unsigned char>(bytes[i - 1]);
+        }
         return value;
     }
     std::string Text(std::uint64_t offset) const
     {
-        if (offset >= bytes_.size())
+        if (offset >= bytes_.size()) {
             return {};
+        }
         const std::size_t begin = static_cast<std::size_t>(offset);
         const std::size_t end = bytes_.find('\0', begin);
         return end == std::string::npos || end - begin > 260 ? std::string()
@@ -99,19 +102,22 @@ std::vector<std::string> PeNeeds(const Bytes& bytes, std::uint64_t header)
             const std::uint64_t section = table + 40 * i;
             const std::uint64_t begin = bytes.Number(section + 12, 4).value_or(0);
             const std::uint64_t size = bytes.Number(section + 16, 4).value_or(0);
-            if (address >= begin && address - begin < size)
+            if (address >= begin && address - begin < size) {
                 return bytes.Number(section + 20, 4).value_or(0) + (address - begin);
+            }
         }
         return ~std::uint64_t{0};
     };
     const std::uint64_t imports = bytes.Number(header + 24 + 120, 4).value_or(0); // second directory
-    if (imports == 0)
+    if (imports == 0) {
         return needs;
+    }
     for (std::uint64_t entry = offsetOf(imports); needs.size() < kMostNeeds; entry += 20) {
         const std::uint64_t name = bytes.Number(entry + 12, 4).value_or(0);
         const std::string text = name == 0 ? std::string() : bytes.Text(offsetOf(name));
-        if (text.empty())
+        if (text.empty()) {
             return needs;
+        }
         needs.push_back(text);
     }
     return needs;
@@ -121,31 +127,36 @@ LibraryFile InspectPe(const Bytes& bytes)
 {
     const std::uint64_t header = bytes.Number(0x3C, 4).value_or(0);
     const auto machine = bytes.Number(header + 4, 2);
-    if (bytes.Number(header, 4) != 0x4550 || !machine)
+    if (bytes.Number(header, 4) != 0x4550 || !machine) {
         return NoLibrary("its header is cut or garbled");
+    }
     constexpr std::uint64_t kIsLibrary = 0x2000;
-    if ((bytes.Number(header + 22, 2).value_or(0) & kIsLibrary) == 0)
+    if ((bytes.Number(header + 22, 2).value_or(0) & kIsLibrary) == 0) {
         return NoLibrary("it is a program");
+    }
     LibraryFile file;
     file.kind = LibraryKind::Windows;
     file.sixtyFour = *machine == 0x8664;
     file.machine = PeMachine(*machine);
-    if (file.sixtyFour)
+    if (file.sixtyFour) {
         file.needs = PeNeeds(bytes, header);
+    }
     return file;
 }
 
 LibraryFile InspectElf(const Bytes& bytes)
 {
     const auto machine = bytes.Number(18, 2);
-    if (!machine || bytes.Size() < 64)
+    if (!machine || bytes.Size() < 64) {
         return NoLibrary("its header is cut");
+    }
     LibraryFile file;
     file.kind = LibraryKind::Linux;
     file.sixtyFour = *machine == 62 && bytes.Number(4, 1) == 2;
     file.machine = ElfMachine(*machine);
-    if (bytes.Number(16, 2) != 3)
+    if (bytes.Number(16, 2) != 3) {
         return NoLibrary("it is no shared library");
+    }
     return file;
 }
 
@@ -156,8 +167,9 @@ LibraryFile InspectLibrary(const fs::path& path)
     LibraryFile file;
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status))
+    if (!fs::exists(status)) {
         return file;
+    }
     if (fs::is_directory(status)) {
         file.kind = LibraryKind::Folder;
         return file;
@@ -175,10 +187,12 @@ LibraryFile InspectLibrary(const fs::path& path)
         return file;
     }
     const Bytes bytes(std::move(content));
-    if (bytes.Number(0, 2) == 0x5A4D) // "MZ"
+    if (bytes.Number(0, 2) == 0x5A4D) { // "MZ"
         return InspectPe(bytes);
-    if (bytes.Number(0, 4) == 0x464C457F) // 7F "ELF"
+    }
+    if (bytes.Number(0, 4) == 0x464C457F) { // 7F "ELF"
         return InspectElf(bytes);
+    }
     return NoLibrary("it does not begin like one");
 }
 
@@ -198,9 +212,10 @@ std::string ComplaintOf(const LibraryFile& file)
     default:
         break;
     }
-    if (file.kind != NativeLibraryKind())
+    if (file.kind != NativeLibraryKind()) {
         return file.kind == LibraryKind::Windows ? "it is a library for Windows, and this is Linux"
                                                  : "it is a library for Linux, and this is Windows";
+    }
     return file.sixtyFour ? "" : "it is a " + file.machine + " library, and the 64-bit x86 one is needed";
 }
 

@@ -33,8 +33,9 @@ LogSwitch ReadLogSwitch()
     LogSwitch state;
     HKEY key = nullptr;
     if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\maravel\\PLK\\AdapterZorvik", 0, KEY_READ, &key) !=
-        static_cast<LSTATUS>(ERROR_SUCCESS))
+        static_cast<LSTATUS>(ERROR_SUCCESS)) {
         return state;
+    }
     state.keyExists = true;
     DWORD type = 0, value = 0, size = sizeof(value);
     const LSTATUS read =
@@ -51,8 +52,9 @@ Circumstances CircumstancesOf(const fs::path& file, bool own, bool followed)
     Circumstances circumstances;
     circumstances.ownLog = own;
     circumstances.stillWritten = followed;
-    if (!own)
+    if (!own) {
         return circumstances;
+    }
     circumstances.stillWritten |= !followed && !UsersOf(file).empty();
     circumstances.loggingOff = !ReadLogSwitch().On();
     circumstances.inspect = InspectSdk;
@@ -63,8 +65,9 @@ bool LogTail::WasEmptied() const
 {
     std::error_code error;
     const auto size = fs::file_size(file_, error);
-    if (error || size < position_)
+    if (error || size < position_) {
         return !error;
+    }
     // It may have grown beyond that place already; the time in its first line is another one then.
     std::string head(head_.size(), '\0');
     std::ifstream stream(file_, std::ios::binary);
@@ -75,8 +78,9 @@ bool LogTail::ReadInto(Analysis& analysis)
 {
     errno = 0;
     std::ifstream stream(file_, std::ios::binary);
-    if (!stream)
+    if (!stream) {
         throw std::system_error(errno == 0 ? EIO : errno, std::generic_category(), host::TextOf(file_));
+    }
     stream.seekg(static_cast<std::streamoff>(position_));
     std::vector<char> piece(kPiece);
     bool any = false;
@@ -84,8 +88,9 @@ bool LogTail::ReadInto(Analysis& analysis)
         stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
         const auto count = static_cast<std::size_t>(stream.gcount());
         analysis.Feed({piece.data(), count});
-        if (position_ < kHeadBytes)
+        if (position_ < kHeadBytes) {
             head_.append(piece.data(), std::min<std::size_t>(count, kHeadBytes - head_.size()));
+        }
         position_ += count;
         any |= count > 0;
     }

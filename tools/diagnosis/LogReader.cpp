@@ -15,8 +15,9 @@ bool IsPrefix(const char* text)
     constexpr char kForm[] = "[00:00:00:000 L00000] ";
     for (std::size_t i = 0; i < kPrefix; ++i) {
         const char c = text[i];
-        if (kForm[i] == '0' ? c < '0' || c > '9' : c != kForm[i])
+        if (kForm[i] == '0' ? c < '0' || c > '9' : c != kForm[i]) {
             return false;
+        }
     }
     return true;
 }
@@ -26,11 +27,13 @@ std::size_t FindPrefix(std::string_view line, std::size_t from)
 {
     while (from + kPrefix <= line.size()) {
         const void* found = std::memchr(line.data() + from, '[', line.size() - kPrefix + 1 - from);
-        if (found == nullptr)
+        if (found == nullptr) {
             return std::string_view::npos;
+        }
         const auto at = static_cast<std::size_t>(static_cast<const char*>(found) - line.data());
-        if (IsPrefix(line.data() + at))
+        if (IsPrefix(line.data() + at)) {
             return at;
+        }
         from = at + 1;
     }
     return std::string_view::npos;
@@ -39,8 +42,9 @@ std::size_t FindPrefix(std::string_view line, std::size_t from)
 int Digits(const char* text, int count)
 {
     int value = 0;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         value = 10 * value + (text[i] - '0');
+    }
     return value;
 }
 
@@ -72,8 +76,9 @@ void LogReader::Feed(std::string_view bytes, const Sink& sink)
 
 void LogReader::Finish(const Sink& sink)
 {
-    if (!pending_.empty())
+    if (!pending_.empty()) {
         TakeLine(pending_, sink);
+    }
     pending_.clear();
 }
 
@@ -82,17 +87,21 @@ void LogReader::Finish(const Sink& sink)
 void LogReader::TakeLine(std::string_view line, const Sink& sink)
 {
     ++line_;
-    if (line.ends_with('\r'))
+    if (line.ends_with('\r')) {
         line.remove_suffix(1);
-    if (line.empty() || std::memchr(line.data(), 0, line.size()) == nullptr)
+    }
+    if (line.empty() || std::memchr(line.data(), 0, line.size()) == nullptr) {
         return TakePart(line, sink);
+    }
     for (std::size_t begin = 0; begin < line.size();) {
         std::size_t end = line.find('\0', begin);
         end = end == std::string_view::npos ? line.size() : end;
-        if (end > begin)
+        if (end > begin) {
             TakePart(line.substr(begin, end - begin), sink);
-        else
+        }
+        else {
             ++nulBytes_;
+        }
         begin = end > begin ? end : end + 1;
     }
 }
@@ -103,8 +112,9 @@ void LogReader::TakePart(std::string_view part, const Sink& sink)
     std::size_t begin = FindPrefix(part, 0);
     if (begin != 0) {
         const std::string_view rest = part.substr(0, begin);
-        if (!rest.empty())
+        if (!rest.empty()) {
             sink({.line = line_, .text = rest});
+        }
     }
     while (begin != std::string_view::npos) {
         const std::size_t next = FindPrefix(part, begin + kPrefix);
@@ -131,18 +141,21 @@ std::int64_t LogReader::TimeOf(std::string_view prefix)
     const std::int64_t time =
         ((Digits(digits + 1, 2) * 60LL + Digits(digits + 4, 2)) * 60 + Digits(digits + 7, 2)) * 1000 +
         Digits(digits + 10, 3);
-    if (lastTimeOfDay_ >= 0 && time < lastTimeOfDay_ - kDay / 2)
+    if (lastTimeOfDay_ >= 0 && time < lastTimeOfDay_ - kDay / 2) {
         ++days_;
-    else if (days_ > 0 && time > lastTimeOfDay_ + kDay - 60'000)
+    }
+    else if (days_ > 0 && time > lastTimeOfDay_ + kDay - 60'000) {
         return time + (days_ - 1) * kDay;
+    }
     lastTimeOfDay_ = time;
     return time + days_ * kDay;
 }
 
 std::string FormatTime(std::int64_t time)
 {
-    if (time < 0)
+    if (time < 0) {
         return "?";
+    }
     char text[32];
     const std::int64_t seconds = time / 1000;
     std::snprintf(text, sizeof(text), "%02d:%02d:%02d:%03d", static_cast<int>(seconds / 3600 % 24),

@@ -6,19 +6,23 @@ namespace maravel::diagnosis {
 
 void Timeline::Add(std::int64_t time)
 {
-    if (begin_ < 0)
+    if (begin_ < 0) {
         begin_ = time;
-    if (time < begin_)
+    }
+    if (time < begin_) {
         return;
+    }
     while ((time - begin_) / width_ >= static_cast<std::int64_t>(Most)) {
-        for (std::size_t i = 0; i < counts_.size(); ++i)
+        for (std::size_t i = 0; i < counts_.size(); ++i) {
             i % 2 == 0 ? counts_[i / 2] = counts_[i] : counts_[i / 2] += counts_[i];
+        }
         counts_.resize((counts_.size() + 1) / 2);
         width_ *= 2;
     }
     const auto piece = static_cast<std::size_t>((time - begin_) / width_);
-    if (counts_.size() <= piece)
+    if (counts_.size() <= piece) {
         counts_.resize(piece + 1);
+    }
     ++counts_[piece];
 }
 
@@ -29,8 +33,9 @@ std::vector<double> Timeline::Columns(std::size_t columns) const
     for (std::size_t column = 0; column < count; ++column) {
         const std::size_t begin = column * counts_.size() / count;
         const std::size_t end = (column + 1) * counts_.size() / count;
-        for (std::size_t i = begin; i < end; ++i)
+        for (std::size_t i = begin; i < end; ++i) {
             values[column] += counts_[i];
+        }
         values[column] *= 1000.0 / (static_cast<double>(width_) * static_cast<double>(end - begin));
     }
     return values;

@@ -46,12 +46,15 @@ std::size_t OperationLength(std::string_view text)
 {
     std::size_t i = 0;
     while (i < text.size()) {
-        if (IsLetter(text[i]) || (i > 0 && IsDigit(text[i])))
+        if (IsLetter(text[i]) || (i > 0 && IsDigit(text[i]))) {
             ++i;
-        else if (i > 0 && text.substr(i, 2) == "::" && i + 2 < text.size() && IsLetter(text[i + 2]))
+        }
+        else if (i > 0 && text.substr(i, 2) == "::" && i + 2 < text.size() && IsLetter(text[i + 2])) {
             i += 2;
-        else
+        }
+        else {
             break;
+        }
     }
     return i;
 }
@@ -80,8 +83,9 @@ struct MessageMatcher::Pattern
     std::size_t Weight() const
     {
         std::size_t weight = operations.empty() ? 0 : 1;
-        for (const Piece& piece : pieces)
+        for (const Piece& piece : pieces) {
             weight += piece.literal.size();
+        }
         return weight;
     }
 };
@@ -105,9 +109,11 @@ MessageMatcher::MessageMatcher(const std::vector<Message>& messages) : lastAt_(k
         pattern.message = &message;
         std::string_view text = message.text;
         text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
-        for (const Generic& generic : Generics())
-            if (generic.text == text && (generic.section.empty() || generic.section == message.section))
+        for (const Generic& generic : Generics()) {
+            if (generic.text == text && (generic.section.empty() || generic.section == message.section)) {
                 pattern.operations = generic.operations;
+            }
+        }
         for (const std::string_view start : {"%s", "% s"}) {
             if (text.starts_with(start) && !pattern.hasOperation) {
                 pattern.hasOperation = true;
@@ -131,29 +137,37 @@ MessageMatcher::~MessageMatcher() = default;
 bool MessageMatcher::Try(const Pattern& pattern, std::string_view text, std::string_view operation,
                          std::string_view rest, bool cut, Match* match) const
 {
-    if (pattern.hasOperation && operation.empty())
+    if (pattern.hasOperation && operation.empty()) {
         return false;
+    }
     if (!pattern.operations.empty() &&
-        std::ranges::find(pattern.operations, operation) == pattern.operations.end())
+        std::ranges::find(pattern.operations, operation) == pattern.operations.end()) {
         return false;
+    }
     Fitting fitting(pattern.pieces, cut);
-    if (!fitting.Fits(0, pattern.hasOperation ? rest : text))
+    if (!fitting.Fits(0, pattern.hasOperation ? rest : text)) {
         return false;
+    }
     match->message = pattern.message;
     match->operation = pattern.hasOperation ? operation : std::string_view();
     for (std::size_t i = 0; i < pattern.pieces.size() && i < fitting.values.size(); ++i) {
         const Piece& piece = pattern.pieces[i];
-        if (piece.kind == Kind::Literal)
+        if (piece.kind == Kind::Literal) {
             continue;
+        }
         const std::string_view value = fitting.values[i];
-        if (piece.role == Role::Channel && !value.empty())
+        if (piece.role == Role::Channel && !value.empty()) {
             match->channel = ToNumber(value);
-        else if (piece.role == Role::Reason)
+        }
+        else if (piece.role == Role::Reason) {
             match->reason = value;
-        else if (piece.role == Role::Code)
+        }
+        else if (piece.role == Role::Code) {
             match->code = ToNumber(value);
-        if (match->valueCount < match->values.size())
+        }
+        if (match->valueCount < match->values.size()) {
             match->values[match->valueCount++] = value;
+        }
     }
     return true;
 }
@@ -168,24 +182,29 @@ Match MessageMatcher::Find(std::string_view text, unsigned sourceLine)
     const std::string_view rest = text.substr(length);
 
     std::uint16_t* last = sourceLine > 0 && sourceLine < lastAt_.size() ? &lastAt_[sourceLine] : nullptr;
-    if (last != nullptr && *last != 0 && Try(patterns_[*last - 1u], text, operation, rest, false, &match))
+    if (last != nullptr && *last != 0 && Try(patterns_[*last - 1u], text, operation, rest, false, &match)) {
         return match;
+    }
     const auto search = [&](const std::vector<std::uint16_t>& list, bool asCut) {
         for (const std::uint16_t i : list) {
             match = {};
-            if (!Try(patterns_[i], text, operation, rest, asCut, &match))
+            if (!Try(patterns_[i], text, operation, rest, asCut, &match)) {
                 continue;
-            if (last != nullptr && !asCut)
+            }
+            if (last != nullptr && !asCut) {
                 *last = static_cast<std::uint16_t>(i + 1);
+            }
             return true;
         }
         return false;
     };
     for (const bool asCut : {false, true}) {
-        if (asCut && !cut)
+        if (asCut && !cut) {
             break;
-        if ((rest.size() >= kHashed && search(byHash_[HashOf(rest)], asCut)) || search(unhashed_, asCut))
+        }
+        if ((rest.size() >= kHashed && search(byHash_[HashOf(rest)], asCut)) || search(unhashed_, asCut)) {
             return match;
+        }
     }
     match = {};
     match.operation = operation;

@@ -15,10 +15,12 @@ Role RoleOf(std::string_view before, Kind kind, Role previous)
     const std::string_view end = lower;
     if (kind == Kind::Integer &&
         (end.ends_with("channelid=") || end.ends_with("channelid:") || end.ends_with("channelid ") ||
-         end.ends_with("channel: ") || end.ends_with("devnum=")))
+         end.ends_with("channel: ") || end.ends_with("devnum="))) {
         return Role::Channel;
-    if (kind == Kind::Text && (end.ends_with("reason=") || end.ends_with("reason = ")))
+    }
+    if (kind == Kind::Text && (end.ends_with("reason=") || end.ends_with("reason = "))) {
         return Role::Reason;
+    }
     return kind == Kind::Integer && previous == Role::Reason ? Role::Code : Role::None;
 }
 
@@ -30,10 +32,12 @@ std::size_t NumberLength(Kind kind, std::string_view text)
         return IsDigit(c) || (kind == Kind::Float && std::strchr(".infa", c) != nullptr && c != '\0') ||
                (kind == Kind::Hexadecimal && c >= 'A' && c <= 'F');
     };
-    while (i < text.size() && fits(text[i]))
+    while (i < text.size() && fits(text[i])) {
         ++i;
-    if (kind == Kind::Float && i > sign && text[i - 1] == '.') // the sentence's
+    }
+    if (kind == Kind::Float && i > sign && text[i - 1] == '.') { // the sentence's
         --i;
+    }
     return i > sign ? i : 0;
 }
 
@@ -49,8 +53,9 @@ std::vector<Piece> SplitPattern(std::string_view text)
             literal += text[i];
             continue;
         }
-        while (i + 1 < text.size() && std::strchr(" 0123456789l", text[i + 1]) != nullptr)
+        while (i + 1 < text.size() && std::strchr(" 0123456789l", text[i + 1]) != nullptr) {
             ++i;
+        }
         const char letter = ++i < text.size() ? text[i] : '%';
         if (letter == '%') {
             literal += '%';
@@ -62,13 +67,15 @@ std::vector<Piece> SplitPattern(std::string_view text)
                      : letter == 'f' ? Kind::Float
                                      : Kind::Integer;
         piece.role = previous = RoleOf(literal, piece.kind, previous);
-        if (!literal.empty())
+        if (!literal.empty()) {
             pieces.push_back({.literal = std::move(literal)});
+        }
         literal.clear();
         pieces.push_back(std::move(piece));
     }
-    if (!literal.empty())
+    if (!literal.empty()) {
         pieces.push_back({.literal = std::move(literal)});
+    }
     return pieces;
 }
 
@@ -77,18 +84,22 @@ bool Fitting::Fits(std::size_t piece, std::string_view rest)
     for (; piece < pieces_.size(); ++piece) {
         const Piece& now = pieces_[piece];
         if (now.kind == Kind::Literal) {
-            if (cut_ && rest.size() < now.literal.size())
+            if (cut_ && rest.size() < now.literal.size()) {
                 return std::string_view(now.literal).starts_with(rest);
-            if (!rest.starts_with(now.literal))
+            }
+            if (!rest.starts_with(now.literal)) {
                 return false;
+            }
             rest.remove_prefix(now.literal.size());
             continue;
         }
-        if (now.kind == Kind::Text)
+        if (now.kind == Kind::Text) {
             return FitsText(piece, rest);
+        }
         const std::size_t length = NumberLength(now.kind, rest);
-        if (length == 0)
+        if (length == 0) {
             return cut_ && rest.empty();
+        }
         Keep(piece, rest.substr(0, length));
         rest.remove_prefix(length);
     }
@@ -106,18 +117,21 @@ bool Fitting::FitsText(std::size_t piece, std::string_view rest)
     for (; end != std::string_view::npos && tries_ < kMostTries; end = rest.find(next, end + 1)) {
         ++tries_;
         Keep(piece, rest.substr(0, end));
-        if (Fits(piece + 1, rest.substr(end)))
+        if (Fits(piece + 1, rest.substr(end))) {
             return true;
+        }
     }
-    if (cut_)
+    if (cut_) {
         Keep(piece, rest);
+    }
     return cut_;
 }
 
 void Fitting::Keep(std::size_t piece, std::string_view value)
 {
-    if (piece < values.size())
+    if (piece < values.size()) {
         values[piece] = value;
+    }
 }
 
 } // namespace maravel::diagnosis

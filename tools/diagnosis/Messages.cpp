@@ -53,13 +53,17 @@ bool Contains(std::string_view text, std::string_view part)
 
 Event EventOf(std::string_view text)
 {
-    if (text == "%s")
+    if (text == "%s") {
         return Event::Step;
-    if (text == "%s: channelID=%lld")
+    }
+    if (text == "%s: channelID=%lld") {
         return Event::HostCalls;
-    for (const Binding& binding : kBindings)
-        if (Contains(text, binding.part))
+    }
+    for (const Binding& binding : kBindings) {
+        if (Contains(text, binding.part)) {
             return binding.event;
+        }
+    }
     return Event::None;
 }
 
@@ -67,16 +71,21 @@ Event EventOf(std::string_view text)
 Level LevelOf(std::string_view text)
 {
     if (Contains(text, "Frame stored in FIFO") || Contains(text, "INFO offsetX") ||
-        Contains(text, "FIFO empty, pending"))
+        Contains(text, "FIFO empty, pending")) {
         return Level::Frequent;
+    }
     for (const char* part : {"ERROR", "Error while", "FAILED", "INVALID", "Could not find", "not found.",
-                             "Invalid class pointer", "Unable to open", ", (%d)"})
-        if (Contains(text, part) && !Contains(text, "WARNING") && !Contains(text, "accessing registry"))
+                             "Invalid class pointer", "Unable to open", ", (%d)"}) {
+        if (Contains(text, part) && !Contains(text, "WARNING") && !Contains(text, "accessing registry")) {
             return Level::Error;
-    for (const char* part :
-         {"WARNING", "incomplete", "Failed to open", "Failed to get", "StreamCount=0", "accessing registry"})
-        if (Contains(text, part))
+        }
+    }
+    for (const char* part : {"WARNING", "incomplete", "Failed to open", "Failed to get", "StreamCount=0",
+                             "accessing registry"}) {
+        if (Contains(text, part)) {
             return Level::Warning;
+        }
+    }
     return Level::Normal;
 }
 
@@ -111,8 +120,9 @@ void AddRow(const std::vector<std::string>& cells, const std::string& section, s
     const std::string_view texts = cells[0];
     for (std::size_t begin = texts.find('`'); begin != std::string_view::npos;) {
         const std::size_t end = texts.find('`', begin + 1);
-        if (end == std::string_view::npos)
+        if (end == std::string_view::npos) {
             return;
+        }
         Message message;
         message.section = section;
         message.text = texts.substr(begin + 1, end - begin - 1);
@@ -135,11 +145,14 @@ std::vector<Message> ParseMessages(std::string_view document)
         const std::size_t end = document.find('\n');
         const std::string_view line = document.substr(0, end);
         document.remove_prefix(end == std::string_view::npos ? document.size() : end + 1);
-        if (line.starts_with("## "))
+        if (line.starts_with("## ")) {
             section = line.substr(3);
-        else if (line.starts_with("| ") && !line.starts_with("| message |"))
-            if (const auto cells = CellsOf(line); cells.size() >= 2)
+        }
+        else if (line.starts_with("| ") && !line.starts_with("| message |")) {
+            if (const auto cells = CellsOf(line); cells.size() >= 2) {
                 AddRow(cells, section, messages);
+            }
+        }
     }
     return messages;
 }

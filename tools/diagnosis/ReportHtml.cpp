@@ -24,14 +24,18 @@ std::string EscapeHtml(const std::string& text)
 {
     std::string escaped;
     for (const char c : text) {
-        if (c == '<')
+        if (c == '<') {
             escaped += "&lt;";
-        else if (c == '&')
+        }
+        else if (c == '&') {
             escaped += "&amp;";
-        else if (c == '"')
+        }
+        else if (c == '"') {
             escaped += "&quot;";
-        else
+        }
+        else {
             escaped += c;
+        }
     }
     return escaped;
 }
@@ -48,8 +52,9 @@ std::string Chart(const ChannelReport& row)
 {
     const std::vector<double> columns = row.timeline.Columns(Timeline::Most);
     const double highest = columns.empty() ? 0 : *std::ranges::max_element(columns);
-    if (highest <= 0)
+    if (highest <= 0) {
         return {};
+    }
     std::string svg = "<svg role=\"img\" aria-label=\"Frames a second of channel " +
                       std::to_string(row.channel) + "\" viewBox=\"0 0 " + std::to_string(columns.size()) +
                       " 100\" preserveAspectRatio=\"none\">";
@@ -71,9 +76,10 @@ std::string FindingAsHtml(const Finding& finding)
                        "</small></p><p>" + EscapeHtml(finding.advice) + "</p>";
     if (!finding.quotes.empty()) {
         html += "<pre>";
-        for (const Quote& quote : finding.quotes)
+        for (const Quote& quote : finding.quotes) {
             html += "line " + std::to_string(quote.line) + ", " + FormatTime(quote.time) + "  " +
                     EscapeHtml(quote.text) + "\n";
+        }
         html += "</pre>";
     }
     return html + "</div>\n";
@@ -84,7 +90,7 @@ std::string ChannelsAsHtml(const RunReport& run)
     std::string html =
         "<table><tr><th>channel</th><th>camera</th><th>complete</th><th>incomplete</th><th>missing</th>"
         "<th>frames/s, median</th><th>longest gap</th></tr>\n";
-    for (const ChannelReport& row : run.channels)
+    for (const ChannelReport& row : run.channels) {
         html += "<tr><td>" + std::to_string(row.channel) + "</td><td>" + EscapeHtml(row.camera) +
                 "</td><td>" + std::to_string(row.complete) + "</td><td>" + std::to_string(row.incomplete) +
                 "</td><td>" + std::to_string(row.missing) + "</td><td>" + Number(row.rateMedian) +
@@ -93,11 +99,14 @@ std::string ChannelsAsHtml(const RunReport& run)
                                           FormatTime(row.longestGapAt)
                                     : "") +
                 "</td></tr>\n";
+    }
     html += "</table>\n";
-    for (const ChannelReport& row : run.channels)
-        if (const std::string chart = Chart(row); !chart.empty())
+    for (const ChannelReport& row : run.channels) {
+        if (const std::string chart = Chart(row); !chart.empty()) {
             html += "<h3>Channel " + std::to_string(row.channel) + ", " + EscapeHtml(row.camera) + "</h3>\n" +
                     chart;
+        }
+    }
     return html;
 }
 
@@ -113,12 +122,15 @@ std::string ReportAsHtml(const LogReport& report)
                 EscapeHtml(run.host) +
                 (run.adapterVersion.empty() ? "" : ", adapter V" + EscapeHtml(run.adapterVersion)) +
                 (run.sdkVersion.empty() ? "" : ", SDK V" + EscapeHtml(run.sdkVersion)) + "</small></p>\n";
-        if (run.Healthy())
+        if (run.Healthy()) {
             html += "<p class=\"healthy\">healthy</p>\n";
-        for (const Finding& finding : run.findings)
+        }
+        for (const Finding& finding : run.findings) {
             html += FindingAsHtml(finding);
-        if (!run.channels.empty())
+        }
+        if (!run.channels.empty()) {
             html += ChannelsAsHtml(run);
+        }
     }
     return html + "</body></html>\n";
 }

@@ -18,30 +18,35 @@ Json JsonOf(const Quote& quote)
 Json JsonOf(const Finding& finding)
 {
     Json json = {{"id", finding.fault->name}, {"severity", SeverityName(finding.fault->severity)}};
-    if (finding.channel >= 0)
+    if (finding.channel >= 0) {
         json["channel"] = finding.channel;
+    }
     json["sentence"] = finding.sentence;
     json["advice"] = finding.advice;
     json["count"] = finding.count;
     json["lines"] = Json::array();
-    for (const Quote& quote : finding.quotes)
+    for (const Quote& quote : finding.quotes) {
         json["lines"].push_back(JsonOf(quote));
+    }
     return json;
 }
 
 Json JsonOf(const ChannelReport& row)
 {
     Json json = {{"channel", row.channel}, {"camera", row.camera}, {"id", row.id}};
-    if (!row.trigger.empty())
+    if (!row.trigger.empty()) {
         json["trigger"] = row.trigger;
-    if (!row.format.empty())
+    }
+    if (!row.format.empty()) {
         json["format"] = row.format;
+    }
     json["starts"] = row.starts;
     json["frames"] = {{"complete", row.complete}, {"incomplete", row.incomplete}, {"missing", row.missing}};
     json["rate"] = {{"minimum", row.rateMinimum}, {"median", row.rateMedian}, {"maximum", row.rateMaximum}};
-    if (row.longestGap > 0)
+    if (row.longestGap > 0) {
         json["longestGap"] = {{"seconds", static_cast<double>(row.longestGap) / 1000},
                               {"at", FormatTime(row.longestGapAt)}};
+    }
     return json;
 }
 
@@ -54,17 +59,22 @@ Json JsonOf(const RunReport& run)
                                                                 {"transformVersion", run.transformVersion},
                                                                 {"host", run.host},
                                                                 {"sdkPath", run.sdkPath}};
-    for (const auto& [name, text] : texts)
-        if (!text.empty())
+    for (const auto& [name, text] : texts) {
+        if (!text.empty()) {
             json[name] = text;
-    if (run.cameras >= 0)
+        }
+    }
+    if (run.cameras >= 0) {
         json["cameras"] = run.cameras;
+    }
     json["findings"] = Json::array();
-    for (const Finding& finding : run.findings)
+    for (const Finding& finding : run.findings) {
         json["findings"].push_back(JsonOf(finding));
+    }
     json["channels"] = Json::array();
-    for (const ChannelReport& row : run.channels)
+    for (const ChannelReport& row : run.channels) {
         json["channels"].push_back(JsonOf(row));
+    }
     return json;
 }
 
@@ -74,14 +84,17 @@ std::string Expression(const std::string& text)
     std::string expression;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '%') {
-            while (i + 1 < text.size() && std::string(" 0123456789l").find(text[i + 1]) != std::string::npos)
+            while (i + 1 < text.size() &&
+                   std::string(" 0123456789l").find(text[i + 1]) != std::string::npos) {
                 ++i;
+            }
             ++i;
             expression += i < text.size() && text[i] == 's' ? ".*" : "[-\\dA-F.]+";
         }
         else {
-            if (std::string("\\^$.|?*+()[]{}#").find(text[i]) != std::string::npos)
+            if (std::string("\\^$.|?*+()[]{}#").find(text[i]) != std::string::npos) {
                 expression += '\\';
+            }
             expression += text[i];
         }
     }
@@ -91,9 +104,11 @@ std::string Expression(const std::string& text)
 std::string Expressions(Level level)
 {
     std::string all;
-    for (const Message& message : Messages())
-        if (message.level == level && message.text != "%s, (%d)")
+    for (const Message& message : Messages()) {
+        if (message.level == level && message.text != "%s, (%d)") {
             all += (all.empty() ? "^(?:" : "|") + Expression(message.text);
+        }
+    }
     return all + ")$";
 }
 
@@ -102,19 +117,22 @@ std::string Expressions(Level level)
 std::string ReportAsJson(const LogReport& report)
 {
     Json json = {{"schema", "maravel-log-report-1"}, {"file", report.file}, {"healthy", report.Healthy()}};
-    if (!report.date.empty())
+    if (!report.date.empty()) {
         json["date"] = report.date;
+    }
     json["bytes"] = report.bytes;
     json["lines"] = report.lines;
     json["messages"] = report.entries;
     json["unknown"] = report.unknown;
     json["unknownLines"] = Json::array();
-    for (const Quote& quote : report.firstUnknown)
+    for (const Quote& quote : report.firstUnknown) {
         json["unknownLines"].push_back(JsonOf(quote));
+    }
     json["earlierRuns"] = report.earlierRuns;
     json["runs"] = Json::array();
-    for (const RunReport& run : report.runs)
+    for (const RunReport& run : report.runs) {
         json["runs"].push_back(JsonOf(run));
+    }
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
@@ -123,8 +141,9 @@ std::string ChecksAsJson(const std::vector<Check>& checks)
     Json json = {{"schema", "maravel-doctor-1"}, {"healthy", !HasFault(checks)}, {"checks", Json::array()}};
     for (const Check& check : checks) {
         Json row = {{"id", check.id}, {"status", StatusName(check.status)}, {"text", check.text}};
-        if (!check.remedy.empty())
+        if (!check.remedy.empty()) {
             row["remedy"] = check.remedy;
+        }
         json["checks"].push_back(std::move(row));
     }
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";

@@ -16,10 +16,13 @@ const std::vector<const TextRule*>& RulesFor(const Message& message)
 {
     static const auto rules = [] {
         std::unordered_map<const Message*, std::vector<const TextRule*>> all;
-        for (const Message& known : Messages())
-            for (const TextRule& rule : TextRules())
-                if (known.text.find(rule.part) != std::string::npos)
+        for (const Message& known : Messages()) {
+            for (const TextRule& rule : TextRules()) {
+                if (known.text.find(rule.part) != std::string::npos) {
                     all[&known].push_back(&rule);
+                }
+            }
+        }
         return all;
     }();
     static const std::vector<const TextRule*> none;
@@ -56,10 +59,12 @@ Analysis::Run::Stream* Analysis::Run::OnlyStream()
 {
     Stream* only = nullptr;
     for (auto& [index, channel] : channels_) {
-        if (!channel.stream.called)
+        if (!channel.stream.called) {
             continue;
-        if (only != nullptr)
+        }
+        if (only != nullptr) {
             return nullptr;
+        }
         only = &channel.stream;
     }
     return only;
@@ -71,23 +76,27 @@ void Analysis::Run::Note(FaultId id, std::int64_t channel, const Quote& quote, c
     if (evidence.count++ == 0) {
         evidence.reason = ToUtf8(match.reason);
         evidence.code = match.code;
-        for (std::size_t i = 0; i < match.valueCount; ++i)
+        for (std::size_t i = 0; i < match.valueCount; ++i) {
             evidence.values.push_back(ToUtf8(match.values[i]));
+        }
     }
-    if (evidence.quotes.size() == 3)
+    if (evidence.quotes.size() == 3) {
         evidence.quotes.pop_back();
+    }
     evidence.quotes.push_back(quote);
 }
 
 void Analysis::Run::NoteByText(const Entry& entry, const Match& match)
 {
     for (const TextRule* rule : RulesFor(*match.message)) {
-        if (rule->operation != nullptr && match.operation != rule->operation)
+        if (rule->operation != nullptr && match.operation != rule->operation) {
             continue;
+        }
         const std::string reason = " " + std::string(match.reason) + " ";
         if (rule->reasons != nullptr &&
-            std::string_view(rule->reasons).find(reason) == std::string_view::npos)
+            std::string_view(rule->reasons).find(reason) == std::string_view::npos) {
             continue;
+        }
         Note(rule->id, match.channel, QuoteOf(entry), match);
         return;
     }
@@ -97,23 +106,28 @@ void Analysis::Run::Take(const Entry& entry, const Match& match, std::uint64_t n
 {
     ++entries_;
     nulBytes_ = nulBytes;
-    if (report_.firstLine == 0)
+    if (report_.firstLine == 0) {
         report_.firstLine = entry.line;
+    }
     report_.lastLine = entry.line;
     if (entry.time != Entry::NoTime) {
-        if (report_.begin < 0)
+        if (report_.begin < 0) {
             report_.begin = entry.time;
+        }
         report_.end = entry.time;
         last_.line = entry.line;
         last_.time = entry.time;
         last_.text.assign(entry.text);
     }
-    if (match.message == nullptr)
+    if (match.message == nullptr) {
         return;
-    if (match.message->level == Level::Warning || match.message->level == Level::Error)
+    }
+    if (match.message->level == Level::Warning || match.message->level == Level::Error) {
         NoteByText(entry, match);
-    if (match.channel != Match::NoChannel && match.message->level != Level::Frequent)
+    }
+    if (match.channel != Match::NoChannel && match.message->level != Level::Frequent) {
         openChannel_ = match.channel;
+    }
     switch (match.message->event) {
     case Event::None:
         return;
@@ -142,8 +156,9 @@ void Analysis::Run::TakeStart(const Entry& entry, const Match& match)
 {
     const auto version = [&match](std::size_t first) {
         std::string text(match.Value(first));
-        for (std::size_t i = first + 1; i < first + 4; ++i)
+        for (std::size_t i = first + 1; i < first + 4; ++i) {
             text += "." + ToUtf8(match.Value(i));
+        }
         return text;
     };
     switch (match.message->event) {
@@ -168,14 +183,16 @@ void Analysis::Run::TakeStart(const Entry& entry, const Match& match)
         break;
     case Event::CamerasFound:
         report_.cameras = match.Number(0);
-        if (report_.cameras == 0)
+        if (report_.cameras == 0) {
             Note(FaultId::NoCamera, Finding::NoChannel, QuoteOf(entry), match);
+        }
         break;
     case Event::NoFurtherChannel:
         // The adapter says nothing when a library does not load: the next step is missing.
         if (!report_.sdkPath.empty() && !initialized_ &&
-            !evidence_.contains({FaultId::SdkTooOld, Finding::NoChannel}))
+            !evidence_.contains({FaultId::SdkTooOld, Finding::NoChannel})) {
             Note(FaultId::LibraryNotLoaded, Finding::NoChannel, QuoteOf(entry), match);
+        }
         break;
     case Event::Step:
         initialized_ |= match.operation == "InitializeAdapter";
@@ -196,22 +213,26 @@ void Analysis::Run::TakeSetup(const Entry& entry, const Match& match)
         channel.report.id = ToUtf8(match.Value(2));
         break;
     case Event::PacketSize:
-        if (match.Number(0) <= kUsualPackets)
+        if (match.Number(0) <= kUsualPackets) {
             Note(match.Number(0) < kSmallPackets ? FaultId::SmallPackets : FaultId::SmallishPackets, index,
                  QuoteOf(entry), match);
+        }
         break;
     case Event::ExposureAuto:
-        if (match.Value(0) == "0")
+        if (match.Value(0) == "0") {
             Note(FaultId::AutoExposure, index, QuoteOf(entry), match);
+        }
         break;
     case Event::TriggerMode:
         channel.report.trigger = Quoted(match.message->text);
         break;
     case Event::EntrySet:
-        if (match.operation.ends_with("TriggerSource"))
+        if (match.operation.ends_with("TriggerSource")) {
             channel.source = ToUtf8(match.Value(0));
-        else if (match.operation == "SetTriggerActivation")
+        }
+        else if (match.operation == "SetTriggerActivation") {
             channel.edge = ToUtf8(match.Value(0));
+        }
         break;
     default:
         channel.report.format = ToUtf8(match.Value(0));
@@ -223,30 +244,35 @@ void Analysis::Run::TakeSetup(const Entry& entry, const Match& match)
 void Analysis::Run::JudgeEnd(const Circumstances& circumstances, EvidenceMap& evidence) const
 {
     evidence.erase({FaultId::PacketsLost, Finding::NoChannel}); // the channels have it
-    if (nulBytes_ > nulBytesBefore_)
+    if (nulBytes_ > nulBytesBefore_) {
         evidence[{FaultId::TwoHosts, Finding::NoChannel}].count = nulBytes_ - nulBytesBefore_;
+    }
     if (!report_.shutDown && !circumstances.stillWritten && banner_) {
         RunEvidence& found = evidence[{FaultId::HostKilled, Finding::NoChannel}];
         found.count = 1;
         found.quotes = {{last_.line, last_.time, ToUtf8(last_.text)}};
     }
-    if (circumstances.loggingOff)
+    if (circumstances.loggingOff) {
         evidence[{FaultId::LoggingOff, Finding::NoChannel}].count = 1;
+    }
 }
 
 ChannelReport Analysis::Run::RowOf(const Channel& channel)
 {
     ChannelReport row = channel.report;
     std::uint64_t seconds = 0, below = 0;
-    for (const auto& [rate, count] : channel.rates)
+    for (const auto& [rate, count] : channel.rates) {
         seconds += count;
-    if (seconds == 0)
+    }
+    if (seconds == 0) {
         return row;
+    }
     row.rateMinimum = channel.rates.begin()->first;
     row.rateMaximum = channel.rates.rbegin()->first;
     for (const auto& [rate, count] : channel.rates) {
-        if (below <= seconds / 2)
+        if (below <= seconds / 2) {
             row.rateMedian = rate;
+        }
         below += count;
     }
     return row;
@@ -258,17 +284,21 @@ RunReport Analysis::Run::Report(const Circumstances& circumstances) const
     std::map<std::int64_t, Channel> channels = channels_;
     EvidenceMap evidence = evidence_;
     std::map<std::int64_t, std::string> names;
-    for (auto& [index, channel] : channels)
-        if (channel.stream.called)
+    for (auto& [index, channel] : channels) {
+        if (channel.stream.called) {
             CloseStream(channel, last_, evidence);
+        }
+    }
     JudgeEnd(circumstances, evidence);
     for (const auto& [index, channel] : channels) {
-        if (index < 0)
+        if (index < 0) {
             continue;
+        }
         const ChannelReport row = RowOf(channel);
         names[index] = row.camera;
-        if (!row.camera.empty() || row.starts > 0 || row.complete > 0)
+        if (!row.camera.empty() || row.starts > 0 || row.complete > 0) {
             report.channels.push_back(row);
+        }
     }
     report.findings = Judge(evidence, report, names, circumstances);
     return report;

@@ -19,8 +19,9 @@ void Analysis::Run::TakeStream(const Entry& entry, const Match& match)
     switch (match.message->event) {
     case Event::HostCalls: {
         Stream& stream = At(match.channel).stream;
-        if (match.operation != "StartAcquisition" || stream.called)
+        if (match.operation != "StartAcquisition" || stream.called) {
             return;
+        }
         stream.called = true;
         stream.since = entry.time;
         stream.start = QuoteOf(entry);
@@ -51,11 +52,14 @@ void Analysis::Run::TakeStream(const Entry& entry, const Match& match)
 void Analysis::Run::TakeFetch()
 {
     Stream* fetched = nullptr;
-    for (auto& [index, channel] : channels_)
-        if (channel.stream.called && (fetched == nullptr || channel.stream.waiting > fetched->waiting))
+    for (auto& [index, channel] : channels_) {
+        if (channel.stream.called && (fetched == nullptr || channel.stream.waiting > fetched->waiting)) {
             fetched = &channel.stream;
-    if (fetched != nullptr && fetched->waiting > 0)
+        }
+    }
+    if (fetched != nullptr && fetched->waiting > 0) {
         --fetched->waiting;
+    }
 }
 
 void Analysis::Run::TakeFrame(const Entry& entry, const Match& match)
@@ -90,8 +94,9 @@ void Analysis::Run::TakeFrame(const Entry& entry, const Match& match)
 
     const std::int64_t second = entry.time / 1000;
     if (second != stream.second) {
-        if (stream.full)
+        if (stream.full) {
             ++channel.rates[stream.inSecond];
+        }
         stream.full = stream.second >= 0;
         stream.second = second;
         stream.inSecond = 0;
@@ -105,11 +110,13 @@ void Analysis::Run::TakeStop(const Entry& entry, const Match& match)
     const Quote quote = QuoteOf(entry);
     if (match.message->event == Event::StopFailed) {
         Evidence& lost = evidence_[{FaultId::Unplugged, match.channel}];
-        if (lost.count == 1 && channel.stream.complete > 0)
+        if (lost.count == 1 && channel.stream.complete > 0) {
             lost.detail = ", after " + FormatTime(channel.stream.lastTime) + " and frame " +
                           std::to_string(channel.stream.lastFrame);
-        if (lost.count == 0)
+        }
+        if (lost.count == 0) {
             evidence_.erase({FaultId::Unplugged, match.channel});
+        }
         return;
     }
     // The stop knows better than the lines above how many frames of this channel were incomplete.
@@ -121,10 +128,12 @@ void Analysis::Run::CloseStream(Channel& channel, const Quote& end, EvidenceMap&
 {
     Stream& stream = channel.stream;
     channel.report.incomplete += stream.incomplete;
-    if (stream.complete == 0)
+    if (stream.complete == 0) {
         JudgeSilence(channel, end, evidence);
-    else
+    }
+    else {
         JudgeLosses(channel, end, evidence);
+    }
     const double seconds = static_cast<double>(stream.lastTime - stream.firstTime) / 1000;
     if (channel.rates.empty() && stream.complete > 1 && seconds > 0) {
         const double rate = static_cast<double>(stream.complete - 1) / seconds;
@@ -138,12 +147,15 @@ void Analysis::Run::JudgeSilence(const Channel& channel, const Quote& end, Evide
     const Stream& stream = channel.stream;
     const std::int64_t elapsed = end.time - stream.since;
     FaultId id = FaultId::NoFrames;
-    if (stream.incomplete >= 3 || (stream.incomplete > 0 && elapsed >= kPatience))
+    if (stream.incomplete >= 3 || (stream.incomplete > 0 && elapsed >= kPatience)) {
         id = FaultId::AllIncomplete;
-    else if (!stream.started || elapsed < kPatience || stream.incomplete > 0)
+    }
+    else if (!stream.started || elapsed < kPatience || stream.incomplete > 0) {
         return;
-    else if (channel.report.trigger.starts_with("HARDWARE"))
+    }
+    else if (channel.report.trigger.starts_with("HARDWARE")) {
         id = FaultId::WaitingForPulses;
+    }
     Evidence& found = evidence[{id, channel.report.channel}];
     found.count += 1;
     found.frames += stream.incomplete;
@@ -151,11 +163,13 @@ void Analysis::Run::JudgeSilence(const Channel& channel, const Quote& end, Evide
     found.quotes = {stream.start, end};
     if (id == FaultId::AllIncomplete) {
         const auto lines = evidence.find({FaultId::PacketsLost, Finding::NoChannel});
-        if (lines != evidence.end())
+        if (lines != evidence.end()) {
             found.quotes.insert(found.quotes.begin() + 1, lines->second.quotes.front());
+        }
     }
-    if (id == FaultId::WaitingForPulses && !channel.source.empty())
+    if (id == FaultId::WaitingForPulses && !channel.source.empty()) {
         found.detail = " on " + channel.source + (channel.edge.empty() ? "" : " (" + channel.edge + ")");
+    }
 }
 
 void Analysis::Run::JudgeLosses(Channel& channel, const Quote& end, EvidenceMap& evidence)
@@ -169,22 +183,25 @@ void Analysis::Run::JudgeLosses(Channel& channel, const Quote& end, EvidenceMap&
         found.frames += stream.incomplete;
         found.of += stream.complete + stream.incomplete;
         if (const auto lines = evidence.find({FaultId::PacketsLost, Finding::NoChannel});
-            lines != evidence.end())
+            lines != evidence.end()) {
             found.quotes = {lines->second.quotes.front()};
+        }
         found.quotes.push_back(end);
     }
     const std::uint64_t missing = stream.gaps > stream.incomplete ? stream.gaps - stream.incomplete : 0;
     channel.report.missing += missing;
-    if (missing < kFewMissing || missing * 20 < stream.complete)
+    if (missing < kFewMissing || missing * 20 < stream.complete) {
         return;
+    }
     const bool slow = stream.highestBuffer >= 3 && stream.mostWaiting > stream.highestBuffer;
     Evidence& found = evidence[{slow ? FaultId::HostTooSlow : FaultId::FramesMissing, index}];
     found.count += 1;
     found.frames += missing;
     found.of += stream.complete;
     found.quotes = {stream.worstGap, end};
-    if (slow)
+    if (slow) {
         found.detail = ", all " + std::to_string(stream.highestBuffer + 1) + " waited for it";
+    }
 }
 
 } // namespace maravel::diagnosis

@@ -23,8 +23,9 @@ constexpr const char* kTransformEntries[] = {ZVK_IMAGE_TRANSFORM_ENTRY_POINTS(MA
 
 std::span<const char* const> EntriesOf(std::string_view name)
 {
-    if (name == kTransformLibrary)
+    if (name == kTransformLibrary) {
         return kTransformEntries;
+    }
     return kRuntimeEntries;
 }
 
@@ -37,13 +38,17 @@ LibraryCheck CheckLibrary(const fs::path& sdkFolder, const char* name)
     const LibraryFile file = InspectLibrary(path);
     check.complaint = ComplaintOf(file);
     std::error_code error;
-    if (file.kind == LibraryKind::Missing && fs::exists(sdkFolder / name, error))
+    if (file.kind == LibraryKind::Missing && fs::exists(sdkFolder / name, error)) {
         check.complaint += "; ZORVIK_HOME names the folder 'bin' itself, name the one above it";
-    for (const std::string& needed : file.needs)
-        if (check.complaint.empty() && !CanFindLibrary(needed, path.parent_path()))
+    }
+    for (const std::string& needed : file.needs) {
+        if (check.complaint.empty() && !CanFindLibrary(needed, path.parent_path())) {
             check.complaint = "the library " + needed + ", which it needs, is missing";
-    if (!check.complaint.empty())
+        }
+    }
+    if (!check.complaint.empty()) {
         return check;
+    }
     std::string reason;
     void* module = host::LoadModule(fs::absolute(path, error), &reason);
     if (module == nullptr) {
@@ -52,9 +57,11 @@ LibraryCheck CheckLibrary(const fs::path& sdkFolder, const char* name)
     }
     const auto entries = EntriesOf(name);
     check.entryPoints = entries.size();
-    for (const char* entry : entries)
-        if (host::FindFunction(module, entry) == nullptr)
+    for (const char* entry : entries) {
+        if (host::FindFunction(module, entry) == nullptr) {
             check.missing.push_back(entry);
+        }
+    }
     host::UnloadModule(module);
     if (!check.missing.empty()) {
         check.tooOld = true;
@@ -68,11 +75,14 @@ LibraryVerdict InspectSdk(const std::string& sdkFolder)
 {
     const fs::path folder = host::PathOf(sdkFolder);
     std::error_code error;
-    if (!fs::is_directory(folder, error))
+    if (!fs::is_directory(folder, error)) {
         return {.text = {}};
-    for (const char* name : {kRuntimeLibrary, kTransformLibrary})
-        if (const LibraryCheck check = CheckLibrary(folder, name); !check.complaint.empty())
+    }
+    for (const char* name : {kRuntimeLibrary, kTransformLibrary}) {
+        if (const LibraryCheck check = CheckLibrary(folder, name); !check.complaint.empty()) {
             return {.transform = name == kTransformLibrary, .text = check.complaint};
+        }
+    }
     return {.good = true, .text = "the file is well now"};
 }
 

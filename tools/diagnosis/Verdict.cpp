@@ -53,14 +53,16 @@ constexpr Consequence kConsequences[] = {
 
 void ReplaceAll(std::string& text, std::string_view name, const std::string& value)
 {
-    for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + value.size()))
+    for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + value.size())) {
         text.replace(at, name.size(), value);
+    }
 }
 
 std::string CameraName(std::int64_t channel, const std::map<std::int64_t, std::string>& cameras)
 {
-    if (channel < 0)
+    if (channel < 0) {
         return "A camera";
+    }
     const auto found = cameras.find(channel);
     return "Camera " + std::to_string(channel) +
            (found == cameras.end() || found->second.empty() ? "" : " (" + found->second + ")");
@@ -72,9 +74,11 @@ std::string Fill(std::string text, const Finding& finding, const RunEvidence& ev
     char seconds[32];
     std::snprintf(seconds, sizeof(seconds), "%.1f", static_cast<double>(evidence.milliseconds) / 1000);
     const char* advice = "Repair the SDK's installation, then restart the program.";
-    for (const Advice& known : kStartAdvice)
-        if (evidence.reason == known.reason)
+    for (const Advice& known : kStartAdvice) {
+        if (evidence.reason == known.reason) {
             advice = known.text;
+        }
+    }
     ReplaceAll(text, "{reason-advice}", advice);
     ReplaceAll(text, "{camera}", CameraName(finding.channel, cameras));
     ReplaceAll(text, "{reason}",
@@ -94,15 +98,18 @@ void LookAtLibraries(Finding& finding, const RunReport& run, const Circumstances
 {
     const LibraryVerdict verdict =
         circumstances.inspect ? circumstances.inspect(run.sdkPath) : LibraryVerdict();
-    if (verdict.transform)
+    if (verdict.transform) {
         finding.fault = &Describe(FaultId::TransformNotLoaded);
+    }
     finding.advice = finding.fault->advice;
     finding.sentence = finding.fault->sentence;
     ReplaceAll(finding.sentence, "{0}", run.sdkPath);
-    if (!verdict.text.empty())
+    if (!verdict.text.empty()) {
         finding.sentence.replace(finding.sentence.size() - 1, 1, ": " + verdict.text + ".");
-    else if (!verdict.transform)
+    }
+    else if (!verdict.transform) {
         finding.sentence += " (Or ZvkImageTransform.dll did not; the files cannot be looked at here.)";
+    }
 }
 
 } // namespace
@@ -119,8 +126,9 @@ std::vector<Finding> Judge(const std::map<std::pair<FaultId, std::int64_t>, RunE
             return known.effect == id && (evidence.contains({known.cause, channel}) ||
                                           evidence.contains({known.cause, Finding::NoChannel}));
         });
-        if (consequence)
+        if (consequence) {
             continue;
+        }
         Finding finding;
         finding.fault = &Describe(id);
         finding.channel = channel;
@@ -128,8 +136,9 @@ std::vector<Finding> Judge(const std::map<std::pair<FaultId, std::int64_t>, RunE
         finding.count = found.count;
         finding.sentence = Fill(finding.fault->sentence, finding, found, cameras);
         finding.advice = Fill(finding.fault->advice, finding, found, cameras);
-        if (id == FaultId::LibraryNotLoaded)
+        if (id == FaultId::LibraryNotLoaded) {
             LookAtLibraries(finding, run, circumstances);
+        }
         findings.push_back(std::move(finding));
     }
     std::ranges::sort(findings, {}, [](const Finding& finding) {

@@ -18,15 +18,18 @@ bool IsTerminated(const char (&text)[MARAVEL_TEXT_SIZE])
 // Null when the adapter filled the descriptor as the interface has it.
 const char* FindFault(const VideoChannelDescriptor& d, std::int32_t index)
 {
-    if (d.channelID != index)
+    if (d.channelID != index) {
         return "channelID is not the channel's index";
+    }
     if (!d.SetupCommonParams || !d.GetImageAttributes || !d.QueryImageStatus || !d.GetImage ||
         !d.StartAcquisition || !d.StopAcquisition || !d.ExecuteCommand || !d.ReadValue || !d.WriteValue ||
         !d.GetFeatureName || !d.GetFeatureType || !d.GetValidEnum || !d.GetFeatureAttr ||
-        !d.ReleaseVideoChannel)
+        !d.ReleaseVideoChannel) {
         return "a callback is missing";
-    if (!IsTerminated(d.label) || !IsTerminated(d.serialNumber))
+    }
+    if (!IsTerminated(d.label) || !IsTerminated(d.serialNumber)) {
         return "a text is not terminated";
+    }
     return nullptr;
 }
 
@@ -77,12 +80,15 @@ Outcome AdapterLibrary::CollectChannels(std::vector<Channel>* channels) const
         descriptor.structSize = sizeof(descriptor);
         const Outcome outcome = GetVideoChannel(index, &descriptor);
         // The end of the list comes without a text.
-        if (!outcome)
+        if (!outcome) {
             return outcome.text.empty() ? Outcome{true, firstText} : outcome;
-        if (const char* fault = FindFault(descriptor, index))
+        }
+        if (const char* fault = FindFault(descriptor, index)) {
             return {false, "channel " + std::to_string(index) + " is not usable: " + fault};
-        if (firstText.empty() && descriptor.openResult != 0)
+        }
+        if (firstText.empty() && descriptor.openResult != 0) {
             firstText = outcome.text;
+        }
         channels->emplace_back(descriptor);
     }
 }

@@ -14,8 +14,9 @@ public:
     std::string Get() const
     {
         const void* end = std::memchr(buffer_.data(), 0, MARAVEL_TEXT_SIZE);
-        if (end == nullptr)
+        if (end == nullptr) {
             return std::string(buffer_.data(), MARAVEL_TEXT_SIZE);
+        }
         return buffer_.data();
     }
 
@@ -92,8 +93,9 @@ std::vector<std::string> Channel::FeatureNames() const
     std::vector<std::string> names;
     for (std::int32_t i = 0;; ++i) {
         Text name;
-        if (!Call(descriptor_.GetFeatureName, Index(), i, name.Data()))
+        if (!Call(descriptor_.GetFeatureName, Index(), i, name.Data())) {
             return names;
+        }
         names.push_back(name.Get());
     }
 }
@@ -109,8 +111,9 @@ std::vector<std::string> Channel::EnumEntries(const std::string& feature) const
     std::vector<std::string> entries;
     for (std::uint32_t i = 0;; ++i) {
         Text entry;
-        if (!Call(descriptor_.GetValidEnum, Index(), feature.c_str(), i, entry.Data()))
+        if (!Call(descriptor_.GetValidEnum, Index(), feature.c_str(), i, entry.Data())) {
             return entries;
+        }
         entries.push_back(entry.Get());
     }
 }

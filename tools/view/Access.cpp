@@ -10,9 +10,10 @@ namespace {
 bool Same(const std::string& a, const std::string& b)
 {
     unsigned char differences = a.size() == b.size() ? 0 : 1;
-    for (std::size_t i = 0; i < a.size(); ++i)
+    for (std::size_t i = 0; i < a.size(); ++i) {
         differences =
             static_cast<unsigned char>(differences | (a[i] ^ (b.empty() ? '\x7f' : b[i % b.size()])));
+    }
     return differences == 0;
 }
 
@@ -54,12 +55,15 @@ std::string Access::RenewPictureToken()
 bool Access::HostIsOurs(const std::string& host) const
 {
     const std::string port = ":" + std::to_string(settings_.port);
-    for (const char* name : {"127.0.0.1", "localhost", "[::1]"})
-        if (host == name + port)
+    for (const char* name : {"127.0.0.1", "localhost", "[::1]"}) {
+        if (host == name + port) {
             return true;
+        }
+    }
     const std::string& own = settings_.address;
-    if (own == "0.0.0.0" || own == "::")
+    if (own == "0.0.0.0" || own == "::") {
         return host.ends_with(port) && IsNumeric(host.substr(0, host.size() - port.size()));
+    }
     return host == (own.find(':') == std::string::npos ? own : "[" + own + "]") + port;
 }
 
@@ -73,41 +77,51 @@ bool Access::MayWithoutToken(const Request& request, bool peerIsLoopback) const
 bool Access::HasToken(const Request& request) const
 {
     const std::string given = request.Header("authorization");
-    if (Same("Bearer " + token_, given))
+    if (Same("Bearer " + token_, given)) {
         return true;
+    }
     return IsPicture(request) && Same(PictureToken(), request.Query("token"));
 }
 
 Reply Access::Check(const Request& request, bool peerIsLoopback) const
 {
     const std::string host = request.Header("host"), origin = request.Header("origin");
-    if (!HostIsOurs(host))
+    if (!HostIsOurs(host)) {
         return ErrorReply(403, "This name of the host is not served; use the address that camhost printed");
-    if (!origin.empty() && origin != "http://" + host)
+    }
+    if (!origin.empty() && origin != "http://" + host) {
         return ErrorReply(403, "Pages of another origin are refused");
+    }
     const std::string site = request.Header("sec-fetch-site");
-    if (site == "cross-site" || site == "same-site")
+    if (site == "cross-site" || site == "same-site") {
         return ErrorReply(403, "Pages of another site are refused");
-    if (request.method != "GET" && request.method != "PUT" && request.method != "POST")
+    }
+    if (request.method != "GET" && request.method != "PUT" && request.method != "POST") {
         return ErrorReply(405, "There are GET, PUT and POST");
-    if (!MayWithoutToken(request, peerIsLoopback) && !HasToken(request))
+    }
+    if (!MayWithoutToken(request, peerIsLoopback) && !HasToken(request)) {
         return ErrorReply(401, "The token is missing or wrong; open the whole address that camhost printed");
+    }
     const bool looks = request.method == "GET" ||
                        (request.path.starts_with("/api/v1/channels/") && request.path.ends_with("/view"));
-    if (settings_.readOnly && !looks)
+    if (settings_.readOnly && !looks) {
         return ErrorReply(403, "camhost was started with --read-only");
+    }
     return {};
 }
 
 std::string MakeToken()
 {
     std::array<unsigned char, 16> bytes{};
-    if (!FillRandomly(bytes.data(), bytes.size()))
+    if (!FillRandomly(bytes.data(), bytes.size())) {
         throw std::runtime_error("the system gives no random numbers for a token");
+    }
     std::string token;
-    for (const unsigned char byte : bytes)
-        for (const int digit : {byte >> 4, byte & 15})
+    for (const unsigned char byte : bytes) {
+        for (const int digit : {byte >> 4, byte & 15}) {
             token.push_back("0123456789abcdef"[digit]);
+        }
+    }
     return token;
 }
 

@@ -35,8 +35,9 @@ std::string LabelValue(const std::string& text)
 {
     std::string out;
     for (const char c : text) {
-        if (c == '"' || c == '\\')
+        if (c == '"' || c == '\\') {
             out.push_back('\\');
+        }
         out.push_back(c == '\n' ? ' ' : c);
     }
     return out;
@@ -54,9 +55,11 @@ Api::Api(std::vector<std::unique_ptr<Camera>>& cameras, const LogWatch& log, Acc
 
 Camera* Api::FindCamera(const std::string& index) const
 {
-    for (const auto& camera : cameras_)
-        if (std::to_string(camera->Channel().Index()) == index)
+    for (const auto& camera : cameras_) {
+        if (std::to_string(camera->Channel().Index()) == index) {
             return camera.get();
+        }
+    }
     return nullptr;
 }
 
@@ -86,27 +89,30 @@ json Api::ChannelJson(const Camera& camera) const
                     {"lostBy", "time stamps"},
                     {"incomplete", nullptr}};
     const auto counts = log_.Counts();
-    if (log_.On())
+    if (log_.On()) {
         if (const auto found = counts.find(camera.Channel().Index()); found != counts.end()) {
             channel["lost"] = found->second.missing;
             channel["lostBy"] = "frame numbers";
             channel["incomplete"] = found->second.incomplete;
             channel["complete"] = found->second.complete;
         }
+    }
     return channel;
 }
 
 std::string Api::StatusJson(int stream) const
 {
     json channels = json::array();
-    for (const auto& camera : cameras_)
+    for (const auto& camera : cameras_) {
         channels.push_back(ChannelJson(*camera));
+    }
     json status = {{"channels", channels},
                    {"viewers", hooks_.viewers()},
                    {"readOnly", access_.How().readOnly},
                    {"log", log_.On()}};
-    if (stream > 0)
+    if (stream > 0) {
         status["stream"] = stream;
+    }
     return Text(status);
 }
 
@@ -117,11 +123,13 @@ std::string Api::LogJson(std::uint64_t* lastLine, std::string* lastFindings) con
         lines.push_back(Line(line));
         *lastLine = line.number;
     }
-    for (const LogFinding& finding : log_.Findings())
+    for (const LogFinding& finding : log_.Findings()) {
         findings.push_back(Finding(finding));
+    }
     const std::string text = Text(findings);
-    if (lines.empty() && text == *lastFindings)
+    if (lines.empty() && text == *lastFindings) {
         return "";
+    }
     *lastFindings = text;
     return Text({{"lines", lines}, {"findings", findings}});
 }
@@ -130,8 +138,9 @@ Reply Api::Page(const Request& request) const
 {
     const std::string name = request.path == "/" ? "index.html" : request.path.substr(1);
     const PageFile* file = FindPageFile(name);
-    if (file == nullptr || *file->type == '\0' || request.method != "GET")
+    if (file == nullptr || *file->type == '\0' || request.method != "GET") {
         return ErrorReply(404, "There is no such page");
+    }
     Reply reply;
     reply.type = file->type;
     const std::string tag = "\"" + std::string(file->tag) + "\"";
@@ -143,8 +152,9 @@ Reply Api::Page(const Request& request) const
     const bool packed = request.Header("accept-encoding").find("gzip") != std::string::npos;
     const auto bytes = packed ? file->packed : file->bytes;
     reply.body.assign(bytes.begin(), bytes.end());
-    if (packed)
+    if (packed) {
         reply.headers.emplace_back("Content-Encoding", "gzip");
+    }
     return reply;
 }
 
@@ -162,8 +172,9 @@ Reply Api::Metrics() const
         {"camhost_frame_rate_hertz", "gauge", "Images fetched a second", "rate"},
         {"camhost_camera_rate_hertz", "gauge", "Images a second by the camera's time stamps", "cameraRate"}};
     std::vector<json> channels;
-    for (const auto& camera : cameras_)
+    for (const auto& camera : cameras_) {
         channels.push_back(ChannelJson(*camera));
+    }
     std::string text;
     const auto head = [&](const char* name, const char* type, const char* help) {
         text += "# HELP " + std::string(name) + " " + help + ".\n# TYPE " + name + " " + type + "\n";
@@ -174,13 +185,16 @@ Reply Api::Metrics() const
     };
     for (const Row& row : kRows) {
         head(row.name, row.type, row.help);
-        for (const json& channel : channels)
-            if (!channel[row.key].is_null())
+        for (const json& channel : channels) {
+            if (!channel[row.key].is_null()) {
                 sample(row.name, channel, channel[row.key].dump());
+            }
+        }
     }
     head("camhost_camera_running", "gauge", "1 while the camera acquires");
-    for (const json& channel : channels)
+    for (const json& channel : channels) {
         sample("camhost_camera_running", channel, channel["state"] == "running" ? "1" : "0");
+    }
     head("camhost_viewers", "gauge", "Pages that show the cameras");
     text += "camhost_viewers " + std::to_string(hooks_.viewers()) + "\n";
     return {200, "text/plain; version=0.0.4", text, {}};
@@ -190,22 +204,30 @@ void Api::Handle(const Request& request, const Done& done)
 {
     std::uint64_t after = static_cast<std::uint64_t>(std::max(0LL, request.Number("after", 0)));
     std::string findings;
-    if (request.path.starts_with("/api/v1/channels/"))
+    if (request.path.starts_with("/api/v1/channels/")) {
         HandleChannel(request, done);
-    else if (request.method == "GET" && request.path == "/api/v1/channels")
+    }
+    else if (request.method == "GET" && request.path == "/api/v1/channels") {
         done({200, "application/json", StatusJson(0), {}});
-    else if (request.method == "GET" && request.path == "/api/v1/log")
+    }
+    else if (request.method == "GET" && request.path == "/api/v1/log") {
         done({200, "application/json", LogJson(&after, &findings), {}});
-    else if (request.method == "GET" && request.path == "/api/v1/picture-token")
+    }
+    else if (request.method == "GET" && request.path == "/api/v1/picture-token") {
         done({200, "application/json", Text({{"token", access_.PictureToken()}}), {}});
-    else if (request.method == "POST" && request.path == "/api/v1/picture-token")
+    }
+    else if (request.method == "POST" && request.path == "/api/v1/picture-token") {
         done({200, "application/json", Text({{"token", access_.RenewPictureToken()}}), {}});
-    else if (request.method == "GET" && request.path == "/metrics")
+    }
+    else if (request.method == "GET" && request.path == "/metrics") {
         done(Metrics());
-    else if (request.path.starts_with("/api/"))
+    }
+    else if (request.path.starts_with("/api/")) {
         done(ErrorReply(404, "There is no such address"));
-    else
+    }
+    else {
         done(Page(request));
+    }
 }
 
 } // namespace maravel::view

@@ -43,21 +43,25 @@ json FeatureJson(const host::Channel& channel, const FeatureFacts& facts)
     std::string value;
     if (facts.type != FeatureTypeCommand && feature["readable"]) {
         const host::Outcome outcome = channel.ReadValue(facts.name, &value);
-        if (outcome)
+        if (outcome) {
             feature["value"] = value;
-        else
+        }
+        else {
             feature["error"] = outcome.text;
+        }
     }
-    if (facts.type == FeatureTypeEnum)
+    if (facts.type == FeatureTypeEnum) {
         feature["entries"] = channel.EnumEntries(facts.name);
+    }
     return feature;
 }
 
 // Whole numbers of pixels; nothing when it is none.
 std::optional<std::uint32_t> Pixels(const json& body, const char* key)
 {
-    if (!body.contains(key) || !body[key].is_number())
+    if (!body.contains(key) || !body[key].is_number()) {
         return std::nullopt;
+    }
     const double value = body[key].get<double>();
     return value >= 0 && value <= 1e6 ? std::optional(static_cast<std::uint32_t>(value)) : std::nullopt;
 }
@@ -85,15 +89,17 @@ std::string Bytes(const std::vector<std::uint8_t>& bytes)
 Reply PgmReply(const camhost::Image& image)
 {
     const ImageAttributes& a = image.attributes;
-    if (a.pixelType == PixelTypeRgbPlanes)
+    if (a.pixelType == PixelTypeRgbPlanes) {
         return ErrorReply(409, "A PGM file has no colours; ask for image.png");
+    }
     std::string file = "P5\n" + std::to_string(a.width) + " " + std::to_string(a.height) + "\n" +
                        std::to_string((1u << camhost::SampleDepth(a.pixelType)) - 1) + "\n";
     const auto whole =
         Rectangle{0, 0, static_cast<std::uint32_t>(a.width), static_cast<std::uint32_t>(a.height)};
     for (const std::uint16_t value : ValuesOf(image, whole)) {
-        if (a.pixelType != PixelTypeMono8)
+        if (a.pixelType != PixelTypeMono8) {
             file.push_back(static_cast<char>(value >> 8));
+        }
         file.push_back(static_cast<char>(value & 255));
     }
     return {200, "image/x-portable-graymap", std::move(file), {}};
@@ -101,8 +107,9 @@ Reply PgmReply(const camhost::Image& image)
 
 Reply PngReply(const camhost::Image& image, const Viewport& viewport)
 {
-    if (camhost::SampleDepth(image.attributes.pixelType) == 8)
+    if (camhost::SampleDepth(image.attributes.pixelType) == 8) {
         return {200, "image/png", Bytes(camhost::EncodeImage(image)), {}};
+    }
     const Pixels8 pixels = Render(image, viewport);
     return {200,
             "image/png",
@@ -116,18 +123,22 @@ Reply EncodeReply(const FramePointer& frame, const std::string& kind, int qualit
     Viewport viewport;
     viewport.maxPixels = UINT32_MAX;
     Reply reply;
-    if (kind == "png")
+    if (kind == "png") {
         reply = PngReply(image, viewport);
-    else if (kind == "pgm")
+    }
+    else if (kind == "pgm") {
         reply = PgmReply(image);
-    else if (kind == "jpg")
+    }
+    else if (kind == "jpg") {
         reply = {200, "image/jpeg", Bytes(EncodeJpeg(Render(image, viewport), quality)), {}};
-    else
+    }
+    else {
         reply = {200,
                  "application/octet-stream",
                  {image.bytes.begin(),
                   image.bytes.begin() + static_cast<std::ptrdiff_t>(camhost::ImageBytes(image.attributes))},
                  {}};
+    }
     if (reply.status == 200) {
         std::string name = camhost::ImageFileName(image);
         name.replace(name.size() - 3, 3, kind);
@@ -148,9 +159,11 @@ std::optional<camhost::Trigger> TriggerOf(const std::string& word)
         {"manual", Trigger::Manual},
         {"hardware-auto", Trigger::HardwareAuto},
         {"hardware-semi-auto", Trigger::HardwareSemiAuto}};
-    for (const auto& [name, mode] : kModes)
-        if (word == name)
+    for (const auto& [name, mode] : kModes) {
+        if (word == name) {
             return mode;
+        }
+    }
     return std::nullopt;
 }
 
@@ -159,22 +172,26 @@ bool ReadStart(const json& body, StartSettings* settings, std::string* why)
 {
     if (body.contains("trigger")) {
         settings->trigger = TriggerOf(body["trigger"].is_string() ? body["trigger"].get<std::string>() : "");
-        if (!settings->trigger)
+        if (!settings->trigger) {
             return *why = "trigger is freerun, manual, hardware-auto or hardware-semi-auto", false;
+        }
     }
-    if (body.contains("edge"))
+    if (body.contains("edge")) {
         settings->risingEdge = body["edge"] != "falling";
+    }
     if (body.contains("exposure")) {
         const double seconds = body["exposure"].is_number() ? body["exposure"].get<double>() : 0;
-        if (!(seconds > 0 && seconds < 1e6))
+        if (!(seconds > 0 && seconds < 1e6)) {
             return *why = "exposure is a time in seconds", false;
+        }
         settings->exposure = seconds;
     }
     if (body.contains("region")) {
         const json& region = body["region"];
         const auto x = region.is_object() ? Pixels(region, "x") : std::nullopt;
-        if (!x || !Pixels(region, "y") || !Pixels(region, "width") || !Pixels(region, "height"))
+        if (!x || !Pixels(region, "y") || !Pixels(region, "width") || !Pixels(region, "height")) {
             return *why = "region has x, y, width and height in pixels", false;
+        }
         const auto value = [&](const char* key) { return static_cast<int>(*Pixels(region, key)); };
         settings->region = {value("x"), value("y"), value("width"), value("height")};
     }
@@ -196,8 +213,9 @@ struct Api::Context
     bool Body(json* body) const
     {
         *body = json::parse(request.body, nullptr, false);
-        if (body->is_object())
+        if (body->is_object()) {
             return true;
+        }
         done(ErrorReply(400, "The body is not a JSON object"));
         return false;
     }
@@ -212,8 +230,9 @@ struct Api::Context
                 answer(ErrorReply(409, failure.what()));
             }
         };
-        if (!camera.Post(job))
+        if (!camera.Post(job)) {
             done(ErrorReply(503, "Too many requests wait for this camera; try again later"));
+        }
     }
 };
 
@@ -244,26 +263,30 @@ void Api::HandleChannel(const Request& request, const Done& done)
     const auto camera = std::ranges::find_if(cameras_, [&](const auto& one) {
         return std::to_string(one->Channel().Index()) == rest.substr(0, slash);
     });
-    if (camera == cameras_.end())
+    if (camera == cameras_.end()) {
         return done(ErrorReply(404, "There is no such channel"));
+    }
     const std::string path = slash < rest.size() ? rest.substr(slash + 1) : "";
     bool known = false;
     for (const Route& route : kRoutes) {
         const std::string pattern = route.path;
         const bool open = pattern.back() == '/' || pattern.back() == '.';
-        if (open ? !(path.starts_with(pattern) && path.size() > pattern.size()) : path != pattern)
+        if (open ? !(path.starts_with(pattern) && path.size() > pattern.size()) : path != pattern) {
             continue;
+        }
         known = true;
-        if (request.method != route.method)
+        if (request.method != route.method) {
             continue;
+        }
         Context context{*this,
                         **camera,
                         static_cast<std::size_t>(camera - cameras_.begin()),
                         request,
                         open ? path.substr(pattern.size()) : "",
                         done};
-        if (context.argument.size() > kMostText)
+        if (context.argument.size() > kMostText) {
             return done(ErrorReply(400, "The name is longer than 255 characters"));
+        }
         return route.handle(context);
     }
     done(known ? ErrorReply(405, "This address does not take " + request.method)
@@ -300,21 +323,25 @@ void Api::GetFeature(Context& context)
 void Api::PutFeature(Context& context)
 {
     json body;
-    if (!context.Body(&body))
+    if (!context.Body(&body)) {
         return;
+    }
     if (!body.contains("value") || !body["value"].is_string() ||
-        body["value"].get_ref<const std::string&>().size() > kMostText)
+        body["value"].get_ref<const std::string&>().size() > kMostText) {
         return context.done(ErrorReply(400, "value is a text of at most 255 characters"));
+    }
     context.OnCamera(
         [&camera = context.camera, name = context.argument, value = body["value"].get<std::string>()] {
             const FeatureFacts* facts = camera.FindFeature(name);
-            if (facts == nullptr)
+            if (facts == nullptr) {
                 return ErrorReply(404, "The camera has no feature " + name);
+            }
             const std::string difference = camhost::WriteFeature(camera.Channel(), name, value);
             json feature = FeatureJson(camera.Channel(), *facts);
             feature["clamped"] = !difference.empty();
-            if (!difference.empty())
+            if (!difference.empty()) {
                 feature["note"] = difference;
+            }
             return JsonReply(feature);
         });
 }
@@ -330,16 +357,19 @@ void Api::RunCommand(Context& context)
 void Api::SetAcquisition(Context& context)
 {
     json body;
-    if (!context.Body(&body))
+    if (!context.Body(&body)) {
         return;
+    }
     StartSettings settings;
     std::string why;
-    if (!ReadStart(body, &settings, &why))
+    if (!ReadStart(body, &settings, &why)) {
         return context.done(ErrorReply(400, why));
+    }
     const bool stop = body.contains("state") && body["state"] == "stopped";
     context.OnCamera([&camera = context.camera, settings, stop] {
-        if (!stop && settings.region && camera.Running())
+        if (!stop && settings.region && camera.Running()) {
             return ErrorReply(409, "The region cannot be changed while the camera runs; stop it first");
+        }
         const host::Outcome outcome = stop ? camera.Stop() : camera.Start(settings);
         return outcome ? JsonReply({{"state", camera.Status().state}, {"text", outcome.text}})
                        : ErrorReply(409, outcome.text);
@@ -357,8 +387,9 @@ void Api::Trigger(Context& context)
 void Api::SetView(Context& context)
 {
     json body;
-    if (!context.Body(&body))
+    if (!context.Body(&body)) {
         return;
+    }
     Viewport v;
     v.x = Pixels(body, "x").value_or(0);
     v.y = Pixels(body, "y").value_or(0);
@@ -366,11 +397,13 @@ void Api::SetView(Context& context)
     v.height = Pixels(body, "height").value_or(0);
     v.black = Pixels(body, "black").value_or(0);
     v.white = Pixels(body, "white").value_or(0);
-    if (body.contains("maxPixels") && body["maxPixels"].is_number())
+    if (body.contains("maxPixels") && body["maxPixels"].is_number()) {
         v.maxPixels =
             static_cast<std::uint32_t>(std::clamp(body["maxPixels"].get<double>(), 64.0, 33554432.0));
-    if (body.contains("maxRate") && body["maxRate"].is_number())
+    }
+    if (body.contains("maxRate") && body["maxRate"].is_number()) {
         v.maxRate = std::clamp(body["maxRate"].get<double>(), 0.1, 1000.0);
+    }
     v.shown = !(body.contains("shown") && body["shown"] == false);
     const int stream = static_cast<int>(Pixels(body, "stream").value_or(0));
     context.done(context.api.hooks_.setViewport(stream, context.place, v)
@@ -381,11 +414,13 @@ void Api::SetView(Context& context)
 void Api::GetImage(Context& context)
 {
     const std::string kind = context.argument;
-    if (kind != "png" && kind != "pgm" && kind != "raw" && kind != "jpg")
+    if (kind != "png" && kind != "pgm" && kind != "raw" && kind != "jpg") {
         return context.done(ErrorReply(404, "There are image.png, image.pgm, image.raw and image.jpg"));
+    }
     const FramePointer frame = context.camera.Last();
-    if (frame == nullptr)
+    if (frame == nullptr) {
         return context.done(ErrorReply(404, "No image has arrived yet"));
+    }
     const int quality = static_cast<int>(std::clamp(context.request.Number("quality", 85), 1LL, 100LL));
     context.api.hooks_.background(
         [frame, kind, quality, done = context.done] { done(EncodeReply(frame, kind, quality)); });
@@ -394,11 +429,13 @@ void Api::GetImage(Context& context)
 void Api::GetPixels(Context& context)
 {
     const FramePointer frame = context.camera.Last();
-    if (frame == nullptr)
+    if (frame == nullptr) {
         return context.done(ErrorReply(404, "No image has arrived yet"));
+    }
     const Rectangle part = PartOf(context.request, frame->image);
-    if (part.width > 64 || part.height > 64)
+    if (part.width > 64 || part.height > 64) {
         return context.done(ErrorReply(400, "At most 64 x 64 pixels at once: give x, y, w and h"));
+    }
     const std::int32_t type = frame->image.attributes.pixelType;
     context.done(JsonReply({{"x", part.x},
                             {"y", part.y},
@@ -413,8 +450,9 @@ void Api::GetPixels(Context& context)
 void Api::GetHistogram(Context& context)
 {
     const FramePointer frame = context.camera.Last();
-    if (frame == nullptr)
+    if (frame == nullptr) {
         return context.done(ErrorReply(404, "No image has arrived yet"));
+    }
     const Rectangle part = PartOf(context.request, frame->image);
     context.api.hooks_.background([frame, part, done = context.done] {
         const Histogram histogram = CountValues(frame->image, part);
@@ -436,8 +474,9 @@ std::vector<std::uint8_t> EncodeJpeg(const Pixels8& pixels, int quality)
         out->insert(out->end(), bytes, bytes + size);
     };
     if (stbi_write_jpg_to_func(append, &file, pixels.width, pixels.height, pixels.channels,
-                               pixels.bytes.data(), quality) == 0)
+                               pixels.bytes.data(), quality) == 0) {
         throw std::bad_alloc();
+    }
     return file;
 }
 

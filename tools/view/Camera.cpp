@@ -35,8 +35,9 @@ Camera::Camera(const host::Channel& channel, std::string name, std::function<voi
 {
     options_.live = true;
     status_.state = channel.Opened() ? "stopped" : "failed";
-    if (!channel.Opened())
+    if (!channel.Opened()) {
         status_.text = "The camera could not be opened";
+    }
     thread_ = std::thread([this] { Run(); });
 }
 
@@ -66,8 +67,9 @@ bool Camera::Post(std::function<void()> job)
 {
     {
         const std::lock_guard lock(mutex_);
-        if (jobs_.size() >= kMostJobs)
+        if (jobs_.size() >= kMostJobs) {
             return false;
+        }
         jobs_.push_back(std::move(job));
     }
     changed_.notify_all();
@@ -81,15 +83,19 @@ void Camera::Run()
         const bool took = acquisition_.has_value() && TakeImage();
         const bool worked = RunJob();
         std::unique_lock lock(mutex_);
-        if (ending_)
+        if (ending_) {
             break;
-        if (took || worked)
+        }
+        if (took || worked) {
             continue;
+        }
         const auto due = [this] { return ending_ || !jobs_.empty(); };
-        if (acquisition_)
+        if (acquisition_) {
             changed_.wait_for(lock, std::chrono::milliseconds(1), due);
-        else
+        }
+        else {
             changed_.wait(lock, due);
+        }
     }
     acquisition_.reset();
 }
@@ -99,8 +105,9 @@ bool Camera::RunJob()
     std::function<void()> job;
     {
         const std::lock_guard lock(mutex_);
-        if (jobs_.empty())
+        if (jobs_.empty()) {
             return false;
+        }
         job = std::move(jobs_.front());
         jobs_.pop_front();
     }
@@ -118,13 +125,15 @@ std::shared_ptr<Frame> Camera::FreeFrame()
             pool_->frames.pop_back();
         }
     }
-    if (frame == nullptr)
+    if (frame == nullptr) {
         frame = std::make_unique<Frame>();
+    }
     return {frame.release(), [pool = pool_](Frame* used) {
                 std::unique_ptr<Frame> owner(used);
                 const std::lock_guard lock(pool->mutex);
-                if (pool->frames.size() < FramePool::kMostFrames)
+                if (pool->frames.size() < FramePool::kMostFrames) {
                     pool->frames.push_back(std::move(owner));
+                }
             }};
 }
 
@@ -139,8 +148,9 @@ try {
     {
         const std::lock_guard lock(mutex_);
         frame->sequence = ++status_.fetched;
-        if (options_.trigger == Trigger::Manual)
+        if (options_.trigger == Trigger::Manual) {
             ++status_.imagesOfTriggers;
+        }
         last_ = frame;
     }
     onFrame_();
@@ -155,10 +165,12 @@ void Camera::Account(const ImageAttributes& attributes)
 {
     lastImage_ = Clock::now();
     arrivals_.push_back({lastImage_, attributes.timestamp});
-    while (arrivals_.size() > 2 && (lastImage_ - arrivals_.front().time > std::chrono::seconds(2)))
+    while (arrivals_.size() > 2 && (lastImage_ - arrivals_.front().time > std::chrono::seconds(2))) {
         arrivals_.pop_front();
-    if (arrivals_.size() > 2 && attributes.timestamp <= arrivals_.front().timestamp)
+    }
+    if (arrivals_.size() > 2 && attributes.timestamp <= arrivals_.front().timestamp) {
         arrivals_.erase(arrivals_.begin(), arrivals_.end() - 1);
+    }
     const Arrival& first = arrivals_.front();
     const double seconds = std::chrono::duration<double>(lastImage_ - first.time).count();
     const double device = static_cast<double>(attributes.timestamp - first.timestamp) / ticks_;
@@ -166,13 +178,15 @@ void Camera::Account(const ImageAttributes& attributes)
     // The gaps are counted anew over thousands of intervals, so not with every image.
     const bool look = arrivals_.size() < 3 || lastImage_ - lastLook_ > std::chrono::milliseconds(500);
     const std::uint64_t lost = look ? lostBefore_ + acquisition_->Lost() : 0;
-    if (look)
+    if (look) {
         lastLook_ = lastImage_;
+    }
     const std::lock_guard lock(mutex_);
     status_.rate = seconds > 0 ? count / seconds : 0;
     status_.cameraRate = device > 0 ? count / device : 0;
-    if (look)
+    if (look) {
         status_.lostByTime = lost;
+    }
     status_.width = attributes.width;
     status_.height = attributes.height;
     status_.pixelType = attributes.pixelType;
@@ -183,16 +197,18 @@ void Camera::Account(const ImageAttributes& attributes)
 void Camera::LookWhetherGone()
 {
     const auto now = Clock::now();
-    if (now - lastImage_ < std::chrono::milliseconds(1200) || now - lastLook_ < std::chrono::seconds(1))
+    if (now - lastImage_ < std::chrono::milliseconds(1200) || now - lastLook_ < std::chrono::seconds(1)) {
         return;
+    }
     lastLook_ = now;
     {
         const std::lock_guard lock(mutex_);
         status_.rate = status_.cameraRate = 0;
     }
     std::string value;
-    if (!ReadIfThere("PayloadSize", &value) && !ReadIfThere("Width", &value))
+    if (!ReadIfThere("PayloadSize", &value) && !ReadIfThere("Width", &value)) {
         Fail("lost", "The camera does not answer any more");
+    }
 }
 
 void Camera::Fail(const char* state, const std::string& text)
@@ -213,8 +229,9 @@ bool Camera::ReadIfThere(const char* feature, std::string* value)
 std::optional<double> Camera::NumberOf(const char* feature)
 {
     std::string text;
-    if (!ReadIfThere(feature, &text))
+    if (!ReadIfThere(feature, &text)) {
         return std::nullopt;
+    }
     double value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
     return result.ec == std::errc() ? std::optional(value) : std::nullopt;
@@ -227,24 +244,28 @@ void Camera::KeepSettings(camhost::Options* options)
     std::string automatic;
     if (!options->exposure && (!ReadIfThere("ExposureAuto", &automatic) || automatic == "Off")) {
         auto now = NumberOf("ExposureTime");
-        if (!now)
+        if (!now) {
             now = NumberOf("ExposureTimeAbs");
-        if (now)
+        }
+        if (now) {
             options->exposure = *now * 1e-6;
+        }
     }
     if (!options->region) {
         const auto x = NumberOf("OffsetX"), y = NumberOf("OffsetY");
         const auto width = NumberOf("Width"), height = NumberOf("Height");
-        if (width && height)
+        if (width && height) {
             options->region = {static_cast<int>(x.value_or(0)), static_cast<int>(y.value_or(0)),
                                static_cast<int>(*width), static_cast<int>(*height)};
+        }
     }
 }
 
 Outcome Camera::Start(const StartSettings& settings)
 try {
-    if (const Outcome stopped = Stop(); !stopped)
+    if (const Outcome stopped = Stop(); !stopped) {
         return stopped;
+    }
     options_.trigger = settings.trigger.value_or(options_.trigger);
     options_.risingEdge = settings.risingEdge.value_or(options_.risingEdge);
     options_.exposure = settings.exposure;
@@ -252,8 +273,9 @@ try {
     KeepSettings(&options_);
     acquisition_.emplace(channel_, name_, options_);
     // In the manual mode a start is a trigger, so the first one is left to the button.
-    if (options_.trigger != Trigger::Manual)
+    if (options_.trigger != Trigger::Manual) {
         acquisition_->Start();
+    }
     arrivals_.clear();
     lastImage_ = lastLook_ = Clock::now();
     const std::lock_guard lock(mutex_);
@@ -272,13 +294,16 @@ catch (const Failure& failure) {
 Outcome Camera::Stop()
 {
     Outcome outcome{true, ""};
-    if (!acquisition_)
+    if (!acquisition_) {
         return outcome;
+    }
     try {
-        for (int i = 0; i < 64 && acquisition_ && TakeImage(); ++i) // what waits is shown still
+        for (int i = 0; i < 64 && acquisition_ && TakeImage(); ++i) { // what waits is shown still
             ;
-        if (acquisition_)
+        }
+        if (acquisition_) {
             acquisition_->Stop();
+        }
     }
     catch (const Failure& failure) {
         outcome = {false, failure.what()};
@@ -293,8 +318,9 @@ Outcome Camera::Stop()
 
 Outcome Camera::TriggerImage()
 try {
-    if (!acquisition_ || options_.trigger != Trigger::Manual)
+    if (!acquisition_ || options_.trigger != Trigger::Manual) {
         return {false, "The trigger mode is not manual, or the camera is stopped"};
+    }
     acquisition_->TriggerImage();
     const std::lock_guard lock(mutex_);
     ++status_.triggers;
@@ -306,7 +332,7 @@ catch (const Failure& failure) {
 
 const std::vector<FeatureFacts>& Camera::Features()
 {
-    if (features_.empty())
+    if (features_.empty()) {
         for (const std::string& name : channel_.FeatureNames()) {
             FeatureFacts facts;
             facts.name = name;
@@ -314,14 +340,17 @@ const std::vector<FeatureFacts>& Camera::Features()
             channel_.GetFeatureType(name, &facts.type);
             features_.push_back(std::move(facts));
         }
+    }
     return features_;
 }
 
 const FeatureFacts* Camera::FindFeature(const std::string& name)
 {
-    for (const FeatureFacts& facts : Features())
-        if (facts.name == name)
+    for (const FeatureFacts& facts : Features()) {
+        if (facts.name == name) {
             return &facts;
+        }
+    }
     return nullptr;
 }
 

@@ -25,10 +25,12 @@ void AddWord(std::string word, const std::string& category, Catalogue* catalogue
         place.unit = word.substr(colon + 1);
         word.resize(colon);
     }
-    if (word.ends_with('*'))
+    if (word.ends_with('*')) {
         catalogue->beginnings.emplace_back(word.substr(0, word.size() - 1), place);
-    else
+    }
+    else {
         catalogue->names.emplace(word, place);
+    }
 }
 
 Catalogue ReadCatalogue()
@@ -47,8 +49,9 @@ Catalogue ReadCatalogue()
             while (!line.empty()) {
                 const std::string_view word = line.substr(0, line.find(' '));
                 line.remove_prefix(std::min(line.size(), word.size() + 1));
-                if (!word.empty())
+                if (!word.empty()) {
                     AddWord(std::string(word), category, &catalogue);
+                }
             }
         }
     }
@@ -60,11 +63,14 @@ Catalogue ReadCatalogue()
 FeaturePlace PlaceOf(std::string_view feature)
 {
     static const Catalogue catalogue = ReadCatalogue();
-    if (const auto found = catalogue.names.find(feature); found != catalogue.names.end())
+    if (const auto found = catalogue.names.find(feature); found != catalogue.names.end()) {
         return found->second;
-    for (const auto& [beginning, place] : catalogue.beginnings)
-        if (feature.starts_with(beginning))
+    }
+    for (const auto& [beginning, place] : catalogue.beginnings) {
+        if (feature.starts_with(beginning)) {
             return place;
+        }
+    }
     return {};
 }
 

@@ -16,12 +16,14 @@ bool Decode(const std::string& text, std::string* out)
             out->push_back(text[i] == '+' ? ' ' : text[i]);
             continue;
         }
-        if (i + 2 >= text.size())
+        if (i + 2 >= text.size()) {
             return false;
+        }
         const auto end = text.data() + i + 3;
         const auto result = std::from_chars(text.data() + i + 1, end, value, 16);
-        if (result.ec != std::errc() || result.ptr != end || value == 0)
+        if (result.ec != std::errc() || result.ptr != end || value == 0) {
             return false;
+        }
         out->push_back(static_cast<char>(value));
         i += 2;
     }
@@ -53,16 +55,18 @@ long long Request::Number(const std::string& name, long long otherwise) const
 bool ParseTarget(const std::string& target, Request* request)
 {
     const std::size_t question = target.find('?');
-    if (target.empty() || target.front() != '/' || !Decode(target.substr(0, question), &request->path))
+    if (target.empty() || target.front() != '/' || !Decode(target.substr(0, question), &request->path)) {
         return false;
+    }
     std::size_t at = question == std::string::npos ? target.size() : question + 1;
     while (at < target.size()) {
         const std::size_t end = std::min(target.find('&', at), target.size());
         const std::size_t equals = std::min(target.find('=', at), end);
         std::string name, value;
         if (!Decode(target.substr(at, equals - at), &name) ||
-            !Decode(equals < end ? target.substr(equals + 1, end - equals - 1) : "", &value))
+            !Decode(equals < end ? target.substr(equals + 1, end - equals - 1) : "", &value)) {
             return false;
+        }
         request->query[name] = value;
         at = end + 1;
     }

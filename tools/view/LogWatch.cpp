@@ -16,8 +16,9 @@ constexpr std::size_t kMostLines = 2000;
 LogWatch::LogWatch(std::function<void()> onNews)
     : onNews_(std::move(onNews)), on_(ReadLogSwitch().On()), tail_(OwnLogFile())
 {
-    if (on_)
+    if (on_) {
         thread_ = std::thread([this] { Run(); });
+    }
 }
 
 LogWatch::~LogWatch()
@@ -27,18 +28,21 @@ LogWatch::~LogWatch()
         ending_ = true;
     }
     ended_.notify_all();
-    if (thread_.joinable())
+    if (thread_.joinable()) {
         thread_.join();
+    }
 }
 
 void LogWatch::Run()
 {
     for (;;) {
-        if (Read())
+        if (Read()) {
             onNews_();
+        }
         std::unique_lock lock(mutex_);
-        if (ended_.wait_for(lock, std::chrono::milliseconds(400), [this] { return ending_; }))
+        if (ended_.wait_for(lock, std::chrono::milliseconds(400), [this] { return ending_; })) {
             return;
+        }
     }
 }
 
@@ -46,8 +50,9 @@ void LogWatch::Run()
 void LogWatch::Take(const Entry& entry, const Match& match)
 {
     static constexpr const char* kLevels[] = {"normal", "frequent", "warning", "error"};
-    if (match.message != nullptr && match.message->level == Level::Frequent)
+    if (match.message != nullptr && match.message->level == Level::Frequent) {
         return;
+    }
     LogLine line;
     line.time = FormatTime(entry.time);
     line.text = ToUtf8(entry.text);
@@ -59,8 +64,9 @@ void LogWatch::Take(const Entry& entry, const Match& match)
         line.advice = match.message->advice;
     }
     fresh_.push_back(std::move(line));
-    if (fresh_.size() > kMostLines)
+    if (fresh_.size() > kMostLines) {
         fresh_.erase(fresh_.begin(), fresh_.begin() + kMostLines / 2);
+    }
 }
 
 bool LogWatch::Read()
@@ -70,8 +76,9 @@ try {
         analysis_ = std::make_unique<Analysis>(
             [this](const Entry& entry, const Match& match) { Take(entry, match); });
     }
-    if (!tail_.ReadInto(*analysis_))
+    if (!tail_.ReadInto(*analysis_)) {
         return false;
+    }
     Circumstances circumstances;
     circumstances.stillWritten = circumstances.ownLog = true;
     const LogReport report = analysis_->Report(circumstances);
@@ -79,12 +86,15 @@ try {
     std::vector<LogFinding> findings;
     std::map<std::int64_t, FrameCounts> counts;
     if (!report.runs.empty()) {
-        for (const Finding& finding : report.runs.back().findings)
-            if (finding.fault->id != FaultId::HostKilled) // it has not ended
+        for (const Finding& finding : report.runs.back().findings) {
+            if (finding.fault->id != FaultId::HostKilled) { // it has not ended
                 findings.push_back({finding.fault->name, SeverityName(finding.fault->severity),
                                     finding.sentence, finding.advice, finding.channel, finding.count});
-        for (const ChannelReport& row : report.runs.back().channels)
+            }
+        }
+        for (const ChannelReport& row : report.runs.back().channels) {
             counts[row.channel] = {row.complete, row.incomplete, row.missing};
+        }
     }
     const std::lock_guard lock(mutex_);
     findings_ = std::move(findings);
@@ -94,8 +104,9 @@ try {
         lines_.push_back(std::move(line));
     }
     fresh_.clear();
-    while (lines_.size() > kMostLines)
+    while (lines_.size() > kMostLines) {
         lines_.pop_front();
+    }
     return true;
 }
 catch (const std::system_error&) {
@@ -106,11 +117,14 @@ std::vector<LogLine> LogWatch::LinesAfter(std::uint64_t number, std::size_t most
 {
     const std::lock_guard lock(mutex_);
     std::vector<LogLine> lines;
-    for (const LogLine& line : lines_)
-        if (line.number > number)
+    for (const LogLine& line : lines_) {
+        if (line.number > number) {
             lines.push_back(line);
-    if (lines.size() > most)
+        }
+    }
+    if (lines.size() > most) {
         lines.erase(lines.begin(), std::prev(lines.end(), static_cast<std::ptrdiff_t>(most)));
+    }
     return lines;
 }
 

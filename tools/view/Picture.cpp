@@ -29,13 +29,17 @@ public:
     void Read(std::size_t x, std::size_t y, std::size_t count, std::uint16_t* samples) const
     {
         const std::size_t at = y * width_ + x;
-        if (bytes_)
+        if (bytes_) {
             std::copy_n(Bytes(x, y), count, samples);
-        else if (wide_)
+        }
+        else if (wide_) {
             std::memcpy(samples, image_.bytes.data() + 2 * at, 2 * count);
-        else
-            for (std::size_t i = 0; i < count; ++i)
+        }
+        else {
+            for (std::size_t i = 0; i < count; ++i) {
                 samples[i] = SampleAt(image_, at + i);
+            }
+        }
     }
 
 private:
@@ -69,8 +73,9 @@ std::uint32_t ReductionFor(const Rectangle& part, std::uint32_t maxPixels)
 {
     const std::uint64_t most = std::clamp<std::uint32_t>(maxPixels, 64, 1u << 25);
     std::uint32_t r = 1;
-    while (std::uint64_t{(part.width + r - 1) / r} * ((part.height + r - 1) / r) > most)
+    while (std::uint64_t{(part.width + r - 1) / r} * ((part.height + r - 1) / r) > most) {
         ++r;
+    }
     return std::min({r, part.width, part.height});
 }
 
@@ -81,13 +86,15 @@ void AddRow(const Plane& plane, std::size_t x, std::size_t y, std::vector<std::u
     const std::size_t count = sums.size();
     if (plane.HasBytes()) {
         const std::uint8_t* bytes = plane.Bytes(x, y);
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i) {
             sums[i] += bytes[i];
+        }
         return;
     }
     plane.Read(x, y, count, row.data());
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         sums[i] += row[i];
+    }
 }
 
 struct Target
@@ -103,8 +110,9 @@ void CopyExactly(const Plane& plane, const Rectangle& part, const std::vector<st
     for (std::size_t y = 0; y < part.height; ++y) {
         plane.Read(part.x, part.y + y, part.width, row.data());
         std::uint8_t* out = to.bytes + y * to.width * to.step;
-        for (std::size_t x = 0; x < part.width; ++x)
+        for (std::size_t x = 0; x < part.width; ++x) {
             out[x * to.step] = shades[row[x] & (shades.size() - 1)];
+        }
     }
 }
 
@@ -116,14 +124,16 @@ void CopyMeans(const Plane& plane, const Rectangle& part, std::uint32_t r,
     const std::uint64_t reciprocal = (std::uint64_t{1} << 40) / (std::uint64_t{r} * r) + 1;
     for (std::size_t y = 0; y < to.height; ++y) {
         std::ranges::fill(sums, 0u);
-        for (std::size_t line = 0; line < r; ++line)
+        for (std::size_t line = 0; line < r; ++line) {
             AddRow(plane, part.x, part.y + y * r + line, row, sums);
+        }
         std::uint8_t* out = to.bytes + y * to.width * to.step;
         const std::uint32_t* from = sums.data();
         for (std::size_t x = 0; x < to.width; ++x, from += r) {
             std::uint64_t sum = 0;
-            for (std::size_t i = 0; i < r; ++i)
+            for (std::size_t i = 0; i < r; ++i) {
                 sum += from[i];
+            }
             out[x * to.step] = shades[(sum * reciprocal >> 40) & (shades.size() - 1)];
         }
     }
@@ -140,10 +150,12 @@ std::uint32_t RenderPart(const Image& image, const Viewport& viewport, const Rec
     const std::vector<std::uint8_t> shades = Shades(image.attributes.pixelType, viewport);
     for (std::size_t plane = 0; plane < planes; ++plane) {
         size->bytes = out->data() + before + plane;
-        if (r == 1)
+        if (r == 1) {
             CopyExactly(Plane(image, plane), part, shades, *size);
-        else
+        }
+        else {
             CopyMeans(Plane(image, plane), part, r, shades, *size);
+        }
     }
     return r;
 }
@@ -154,8 +166,9 @@ Rectangle Clip(const Viewport& viewport, const ImageAttributes& attributes)
 {
     const auto fullWidth = static_cast<std::uint32_t>(attributes.width);
     const auto fullHeight = static_cast<std::uint32_t>(attributes.height);
-    if (viewport.width == 0 || viewport.height == 0)
+    if (viewport.width == 0 || viewport.height == 0) {
         return {0, 0, fullWidth, fullHeight};
+    }
     const std::uint32_t x = std::min(viewport.x, fullWidth - 1), y = std::min(viewport.y, fullHeight - 1);
     return {x, y, std::min(viewport.width, fullWidth - x), std::min(viewport.height, fullHeight - y)};
 }
@@ -199,12 +212,14 @@ std::vector<std::uint16_t> ValuesOf(const Image& image, const Rectangle& part)
 {
     const std::size_t planes = PlanesOf(image);
     std::vector<std::uint16_t> values(std::size_t{part.width} * part.height * planes), row(part.width);
-    for (std::size_t plane = 0; plane < planes; ++plane)
+    for (std::size_t plane = 0; plane < planes; ++plane) {
         for (std::size_t y = 0; y < part.height; ++y) {
             Plane(image, plane).Read(part.x, part.y + y, part.width, row.data());
-            for (std::size_t x = 0; x < part.width; ++x)
+            for (std::size_t x = 0; x < part.width; ++x) {
                 values[(y * part.width + x) * planes + plane] = row[x];
+            }
         }
+    }
     return values;
 }
 
@@ -215,7 +230,7 @@ Histogram CountValues(const Image& image, const Rectangle& part)
     const unsigned last = (256u << shift) - 1;
     std::vector<std::uint16_t> row(part.width);
     histogram.bins.resize(PlanesOf(image));
-    for (std::size_t plane = 0; plane < histogram.bins.size(); ++plane)
+    for (std::size_t plane = 0; plane < histogram.bins.size(); ++plane) {
         for (std::size_t y = 0; y < part.height; ++y) {
             Plane(image, plane).Read(part.x, part.y + y, part.width, row.data());
             for (const std::uint16_t value : row) {
@@ -225,6 +240,7 @@ Histogram CountValues(const Image& image, const Rectangle& part)
             }
             histogram.samples += row.size();
         }
+    }
     return histogram;
 }
 

@@ -64,22 +64,26 @@ bool Convert(const http::request<http::string_body>& from, Request* to)
 
 Reply ParseErrorReply(const error_code& error)
 {
-    if (error == http::error::header_limit)
+    if (error == http::error::header_limit) {
         return ErrorReply(431, "The head of the request is longer than 8 KiB");
-    if (error == http::error::body_limit)
+    }
+    if (error == http::error::body_limit) {
         return ErrorReply(413, "The body of the request is longer than 64 KiB");
+    }
     return ErrorReply(400, "This is no HTTP request");
 }
 
 http::response<http::string_body> MakeResponse(Reply&& reply, bool keepAlive)
 {
     http::response<http::string_body> response(static_cast<http::status>(reply.status), 11);
-    for (const auto& [name, value] : kHeaders)
+    for (const auto& [name, value] : kHeaders) {
         response.set(name, value);
+    }
     response.set(http::field::cache_control, "no-store");
     response.set(http::field::content_type, reply.type);
-    for (const auto& [name, value] : reply.headers)
+    for (const auto& [name, value] : reply.headers) {
         response.set(name, value);
+    }
     response.body() = std::move(reply.body);
     response.keep_alive(keepAlive);
     response.prepare_payload();
@@ -90,14 +94,16 @@ http::response<http::string_body> MakeResponse(Reply&& reply, bool keepAlive)
 std::string StreamHead(const char* type)
 {
     http::response<http::empty_body> response(http::status::ok, 11);
-    for (const auto& [name, value] : kHeaders)
+    for (const auto& [name, value] : kHeaders) {
         response.set(name, value);
+    }
     response.set(http::field::cache_control, "no-store");
     response.set(http::field::content_type, type);
     response.set(http::field::connection, "close");
     std::string head = "HTTP/1.1 200 OK\r\n";
-    for (const auto& field : response)
+    for (const auto& field : response) {
         head += std::string(field.name_string()) + ": " + std::string(field.value()) + "\r\n";
+    }
     return head + "\r\n";
 }
 
@@ -123,8 +129,9 @@ public:
     {
         error_code ignored;
         // On a slow way little is to wait in the system either: it would be old when it arrives.
-        if (!stream_.socket().remote_endpoint(ignored).address().is_loopback())
+        if (!stream_.socket().remote_endpoint(ignored).address().is_loopback()) {
             stream_.socket().set_option(asio::socket_base::send_buffer_size(512 * 1024), ignored);
+        }
         stream_.socket().set_option(tcp::no_delay(true), ignored);
         const std::string head = StreamHead(type);
         out_.assign(head.begin(), head.end());
@@ -132,14 +139,17 @@ public:
     }
     void Pump()
     {
-        if (writing_ || closed_)
+        if (writing_ || closed_) {
             return;
+        }
         const auto now = Clock::now();
         const auto next = Fill(now);
-        if (!out_.empty())
+        if (!out_.empty()) {
             Write();
-        else if (next)
+        }
+        else if (next) {
             WaitUntil(*next);
+        }
     }
     void Close()
     {
@@ -163,21 +173,25 @@ protected:
                           [self = shared_from_this()](const error_code& error, std::size_t) {
                               self->writing_ = false;
                               self->out_.clear();
-                              if (error)
+                              if (error) {
                                   self->Close();
-                              else
+                              }
+                              else {
                                   self->Pump();
+                              }
                           });
     }
     void WaitUntil(Clock::time_point time)
     {
-        if (waiting_ && time >= timer_.expiry())
+        if (waiting_ && time >= timer_.expiry()) {
             return;
+        }
         waiting_ = true;
         timer_.expires_at(time);
         timer_.async_wait([self = shared_from_this()](const error_code& error) {
-            if (error)
+            if (error) {
                 return; // another time was set
+            }
             self->waiting_ = false;
             self->Pump();
         });
@@ -247,16 +261,18 @@ private:
         }
         if (logGrew_) {
             logGrew_ = false;
-            if (const std::string log = api_.LogJson(&lastLine_, &lastFindings_); !log.empty())
+            if (const std::string log = api_.LogJson(&lastLine_, &lastFindings_); !log.empty()) {
                 AppendRecord(RecordKind::Log, log, &out_);
+            }
         }
         auto next = statusDue_;
         for (std::size_t i = 0; i < watched_.size(); ++i) {
             turn_ = (turn_ + 1) % watched_.size();
             Watched& watched = watched_[turn_];
             const FramePointer frame = api_.Cameras()[turn_]->Last();
-            if (!watched.Wants(frame))
+            if (!watched.Wants(frame)) {
                 continue;
+            }
             if (now < watched.due) {
                 next = std::min(next, watched.due);
                 continue;
@@ -297,10 +313,12 @@ private:
     std::optional<Clock::time_point> Fill(Clock::time_point now) override
     {
         const FramePointer frame = camera_.Last();
-        if (encoding_ || !watched_.Wants(frame))
+        if (encoding_ || !watched_.Wants(frame)) {
             return now + seconds(1);
-        if (now < watched_.due)
+        }
+        if (now < watched_.due) {
             return watched_.due;
+        }
         encoding_ = true;
         watched_.Sent(*frame, now);
         auto self = std::static_pointer_cast<MjpegViewer>(shared_from_this());
@@ -313,8 +331,9 @@ private:
     void Encoded(const std::vector<std::uint8_t>& jpeg)
     {
         encoding_ = false;
-        if (Closed())
+        if (Closed()) {
             return;
+        }
         const std::string head =
             "--frame\r\nContent-Type: image/jpeg\r\nContent-Length: " + std::to_string(jpeg.size()) +
             "\r\n\r\n";
@@ -403,18 +422,23 @@ void Connection::Answer(const error_code& error)
 {
     if (error == http::error::end_of_stream || error == beast::error::timeout ||
         error == asio::error::operation_aborted || error == asio::error::connection_reset ||
-        error == http::error::partial_message)
+        error == http::error::partial_message) {
         return;
-    if (error)
+    }
+    if (error) {
         return Send(ParseErrorReply(error), false);
+    }
     Request request;
     const bool keepAlive = parser_->get().keep_alive();
-    if (!Convert(parser_->get(), &request))
+    if (!Convert(parser_->get(), &request)) {
         return Send(ErrorReply(400, "This address cannot be read"), false);
-    if (Reply refusal = core_.access->Check(request, peerIsLoopback_); refusal.status != 200)
+    }
+    if (Reply refusal = core_.access->Check(request, peerIsLoopback_); refusal.status != 200) {
         return Send(std::move(refusal), keepAlive);
-    if (BecomeViewer(request))
+    }
+    if (BecomeViewer(request)) {
         return;
+    }
     stream_.expires_never(); // a camera may take a while
     core_.api->Handle(request, [self = shared_from_this(), keepAlive](Reply reply) {
         asio::post(self->stream_.get_executor(), [self, keepAlive, reply = std::move(reply)]() mutable {
@@ -427,8 +451,9 @@ bool Connection::BecomeViewer(const Request& request)
 {
     const bool page = request.path == "/api/v1/stream";
     const bool mjpeg = request.path.starts_with("/api/v1/channels/") && request.path.ends_with("/mjpeg");
-    if (request.method != "GET" || (!page && !mjpeg))
+    if (request.method != "GET" || (!page && !mjpeg)) {
         return false;
+    }
     core_.ForgetClosed();
     if (core_.viewers.size() >= kMostViewers) {
         Send(ErrorReply(503, "Eight viewers look on already; close one"), false);
@@ -441,8 +466,9 @@ bool Connection::BecomeViewer(const Request& request)
     else {
         const std::string rest = request.path.substr(std::strlen("/api/v1/channels/"));
         Camera* camera = core_.api->FindCamera(rest.substr(0, rest.find('/')));
-        if (camera == nullptr)
+        if (camera == nullptr) {
             return false; // what else there is answers that
+        }
         viewer = std::make_shared<MjpegViewer>(std::move(stream_), *camera, core_.encoder, request);
     }
     core_.viewers.insert(viewer);
@@ -456,10 +482,12 @@ void Connection::Send(Reply reply, bool keepAlive)
     stream_.expires_after(kStalledTime);
     http::async_write(stream_, *response_,
                       [self = shared_from_this(), keepAlive](const error_code& error, std::size_t) {
-                          if (error)
+                          if (error) {
                               return;
-                          if (keepAlive)
+                          }
+                          if (keepAlive) {
                               return self->Read();
+                          }
                           error_code ignored;
                           self->stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
                       });
@@ -470,11 +498,13 @@ void Connection::Send(Reply reply, bool keepAlive)
 void Server::Core::Accept()
 {
     acceptor.async_accept([this](const error_code& error, tcp::socket socket) {
-        if (error == asio::error::operation_aborted)
+        if (error == asio::error::operation_aborted) {
             return;
+        }
         ForgetClosed();
-        if (!error && connections + viewers.size() < kMostConnections)
+        if (!error && connections + viewers.size() < kMostConnections) {
             std::make_shared<Connection>(std::move(socket), *this)->Read();
+        }
         Accept();
     });
 }
@@ -489,27 +519,30 @@ void Server::Core::WakeViewers()
     const bool log = logTold.exchange(false);
     frameTold = false;
     for (const auto& viewer : viewers) {
-        if (auto* page = dynamic_cast<PageViewer*>(viewer.get()); log && page != nullptr)
+        if (auto* page = dynamic_cast<PageViewer*>(viewer.get()); log && page != nullptr) {
             page->LogGrew();
+        }
         viewer->Pump();
     }
 }
 
 bool Server::Core::SetViewport(int stream, std::size_t camera, const Viewport& viewport)
 {
-    for (const auto& viewer : viewers)
+    for (const auto& viewer : viewers) {
         if (auto* page = dynamic_cast<PageViewer*>(viewer.get()); page != nullptr && page->Id() == stream) {
             page->SetViewport(camera, viewport);
             return true;
         }
+    }
     return false;
 }
 
 void Server::Core::LookForEnd(const std::function<bool()>& ended)
 {
     ForgetClosed();
-    if (ended())
+    if (ended()) {
         return context.stop();
+    }
     timer.expires_after(milliseconds(100));
     timer.async_wait([this, &ended](const error_code&) { LookForEnd(ended); });
 }
@@ -539,8 +572,9 @@ unsigned short Server::Port() const
 
 void Server::FrameArrived()
 {
-    if (!core_->frameTold.exchange(true))
+    if (!core_->frameTold.exchange(true)) {
         asio::post(core_->context, [core = core_.get()] { core->WakeViewers(); });
+    }
 }
 
 void Server::LogGrew()
@@ -563,8 +597,9 @@ void Server::Run(Api& api, const Access& access, const std::function<bool()>& en
     core.LookForEnd(ended);
     core.context.run();
     core.encoder.join();
-    for (const auto& viewer : core.viewers)
+    for (const auto& viewer : core.viewers) {
         viewer->Close();
+    }
     core.viewers.clear();
 }
 
@@ -575,15 +610,19 @@ Reply AnswerBytes(std::string_view bytes, Api& api, const Access& access)
     parser.eager(true);
     error_code error;
     parser.put(asio::buffer(bytes.data(), bytes.size()), error);
-    if (error && error != http::error::need_more)
+    if (error && error != http::error::need_more) {
         return ParseErrorReply(error);
-    if (!parser.is_done())
+    }
+    if (!parser.is_done()) {
         return {0, "", "", {}};
+    }
     Request request;
-    if (!Convert(parser.get(), &request))
+    if (!Convert(parser.get(), &request)) {
         return ErrorReply(400, "This address cannot be read");
-    if (Reply refusal = access.Check(request, true); refusal.status != 200)
+    }
+    if (Reply refusal = access.Check(request, true); refusal.status != 200) {
         return refusal;
+    }
     const auto answer = std::make_shared<std::promise<Reply>>();
     api.Handle(request, [answer](Reply reply) { answer->set_value(std::move(reply)); });
     return answer->get_future().get();

@@ -19,27 +19,31 @@ using camhost::Failure;
 std::string AddressOf(const Access& access)
 {
     std::string host = access.How().address;
-    if (host == "0.0.0.0" || host == "::")
+    if (host == "0.0.0.0" || host == "::") {
         host = "127.0.0.1";
-    else if (host.find(':') != std::string::npos)
+    }
+    else if (host.find(':') != std::string::npos) {
         host = "[" + host + "]";
+    }
     return "http://" + host + ":" + std::to_string(access.How().port) + "/#token=" + access.Token();
 }
 
 void Announce(const Access& access, std::size_t cameras, bool noBrowser)
 {
     const std::string address = AddressOf(access);
-    if (!IsLoopback(access.How().address))
+    if (!IsLoopback(access.How().address)) {
         std::fprintf(stderr,
                      "camhost: WARNING: EVERYBODY ON THE NETWORK WHO KNOWS THE ADDRESS BELOW CAN SEE %s "
                      "THE CAMERAS, AND NOTHING IS ENCRYPTED.\n",
                      access.How().readOnly ? "" : "AND SET");
+    }
     std::printf("%s\n", address.c_str());
     std::printf("showing %zu camera%s%s; Ctrl-C ends it\n", cameras, cameras == 1 ? "" : "s",
                 access.How().readOnly ? ", read only" : "");
     std::fflush(stdout);
-    if (!noBrowser)
+    if (!noBrowser) {
         OpenBrowser(address);
+    }
 }
 
 std::unique_ptr<Server> Listen(const camhost::Options& options)
@@ -63,8 +67,9 @@ void ShowLive(const std::vector<host::Channel>& channels, const camhost::Options
     for (const host::Channel& channel : channels) {
         cameras.push_back(std::make_unique<Camera>(channel, camhost::CameraName(channel, channels),
                                                    [&server] { server->FrameArrived(); }));
-        if (channel.Opened())
+        if (channel.Opened()) {
             cameras.back()->Post([camera = cameras.back().get()] { camera->Start({}); });
+        }
     }
     Api api(cameras, log, access);
     Announce(access, cameras.size(), options.noBrowser);

@@ -28,8 +28,9 @@ struct HelperThreads::State
     void Start(std::size_t count)
     {
         try {
-            while (threads.size() < count)
+            while (threads.size() < count) {
                 threads.emplace_back([this] { Help(); });
+            }
         }
         catch (const std::system_error&) {
             // As many as the system gives.
@@ -51,8 +52,9 @@ struct HelperThreads::State
             lock.Unlock();
             work(with);
             lock.Relock();
-            if (--active == 0)
+            if (--active == 0) {
                 idle.WakeAll();
+            }
         }
     }
 
@@ -85,8 +87,9 @@ struct HelperThreads::State
     {
         Lock lock(mutex);
         wanted = 0;
-        while (active > 0)
+        while (active > 0) {
             idle.Wait(mutex);
+        }
         taken = false;
     }
 };
@@ -105,11 +108,13 @@ HelperThreads::~HelperThreads()
         state = std::exchange(state_, nullptr);
     }
     // A process may end while a host thread is still at work here: then everything stays as it is.
-    if (state == nullptr || !state->Take())
+    if (state == nullptr || !state->Take()) {
         return;
+    }
     state->Stop();
-    for (std::thread& thread : state->threads)
+    for (std::thread& thread : state->threads) {
         thread.join();
+    }
     delete state;
 }
 
@@ -119,13 +124,16 @@ void HelperThreads::Run(unsigned count, Body body, void* context)
     State* state = nullptr;
     if (count > 0) {
         Lock lock(g_making);
-        if (state_ == nullptr)
+        if (state_ == nullptr) {
             state_ = new (std::nothrow) State;
-        if (state_ != nullptr && state_->Take())
+        }
+        if (state_ != nullptr && state_->Take()) {
             state = state_;
+        }
     }
-    if (state == nullptr)
+    if (state == nullptr) {
         return body(context);
+    }
     state->Start(count);
     state->Offer(count, body, context);
     body(context);

@@ -13,8 +13,9 @@ bool ProcessIsEnding()
 std::filesystem::path LibraryFolder()
 {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&ProcessIsEnding), &info) == 0 || info.dli_fname == nullptr)
+    if (dladdr(reinterpret_cast<void*>(&ProcessIsEnding), &info) == 0 || info.dli_fname == nullptr) {
         return {};
+    }
     return std::filesystem::path(info.dli_fname).parent_path();
 }
 

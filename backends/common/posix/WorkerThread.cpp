@@ -21,8 +21,9 @@ struct WorkerThread::State
 bool WorkerThread::Start(Body body, void* context)
 {
     State* state = new (std::nothrow) State;
-    if (state == nullptr)
+    if (state == nullptr) {
         return false;
+    }
     g_alive.fetch_add(1);
     try {
         state->thread = std::thread([body, context] {
@@ -41,8 +42,9 @@ bool WorkerThread::Start(Body body, void* context)
 
 void WorkerThread::Wait()
 {
-    if (state_ == nullptr)
+    if (state_ == nullptr) {
         return;
+    }
     state_->thread.join();
     delete state_;
     state_ = nullptr;

@@ -30,8 +30,9 @@ struct HelperThreads::State
     bool Make()
     {
         pool = CreateThreadpool(nullptr);
-        if (pool == nullptr)
+        if (pool == nullptr) {
             return false;
+        }
         SetThreadpoolThreadMaximum(pool, std::max(1u, Processors() - 1));
         TP_CALLBACK_ENVIRON environment;
         InitializeThreadpoolEnvironment(&environment);
@@ -42,10 +43,12 @@ struct HelperThreads::State
 
     ~State()
     {
-        if (work != nullptr)
+        if (work != nullptr) {
             CloseThreadpoolWork(work);
-        if (pool != nullptr)
+        }
+        if (pool != nullptr) {
             CloseThreadpool(pool);
+        }
     }
 
     static State* New()
@@ -68,8 +71,9 @@ constinit Mutex g_making;
 HelperThreads::~HelperThreads()
 {
     // The system has ended the pool's threads wherever they stood.
-    if (!ProcessIsEnding())
+    if (!ProcessIsEnding()) {
         delete state_;
+    }
 }
 
 void HelperThreads::Run(unsigned count, Body body, void* context)
@@ -78,17 +82,21 @@ void HelperThreads::Run(unsigned count, Body body, void* context)
     State* state = nullptr;
     if (count > 0) {
         Lock lock(g_making);
-        if (state_ == nullptr)
+        if (state_ == nullptr) {
             state_ = State::New();
-        if (state_ != nullptr && !state_->taken.exchange(true))
+        }
+        if (state_ != nullptr && !state_->taken.exchange(true)) {
             state = state_;
+        }
     }
-    if (state == nullptr)
+    if (state == nullptr) {
         return body(context);
+    }
     state->body = body;
     state->context = context;
-    for (unsigned i = 0; i < count; ++i)
+    for (unsigned i = 0; i < count; ++i) {
         SubmitThreadpoolWork(state->work);
+    }
     body(context);
     WaitForThreadpoolWorkCallbacks(state->work, TRUE); // those that have not begun are not needed any more
     state->taken.store(false);

@@ -22,12 +22,14 @@ std::filesystem::path LibraryFolder()
     const auto address = reinterpret_cast<LPCWSTR>(reinterpret_cast<void*>(&ProcessIsEnding));
     constexpr DWORD how =
         GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
-    if (!GetModuleHandleExW(how, address, &self))
+    if (!GetModuleHandleExW(how, address, &self)) {
         return {};
+    }
     std::wstring name(1024, L'\0');
     const DWORD length = GetModuleFileNameW(self, name.data(), static_cast<DWORD>(name.size()));
-    if (length == 0 || length == name.size())
+    if (length == 0 || length == name.size()) {
         return {};
+    }
     name.resize(length);
     return std::filesystem::path(name).parent_path();
 }
@@ -45,7 +47,8 @@ std::string EnvironmentText(const char* name)
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* reserved)
 {
-    if (reason == DLL_PROCESS_DETACH && reserved == nullptr)
+    if (reason == DLL_PROCESS_DETACH && reserved == nullptr) {
         maravel::backend::ReleaseRuntimeMemory();
+    }
     return TRUE;
 }

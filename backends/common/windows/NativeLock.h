@@ -35,8 +35,9 @@ public:
     {
         using std::chrono::milliseconds;
         const auto now = std::chrono::steady_clock::now();
-        if (until <= now)
+        if (until <= now) {
             return false;
+        }
         constexpr milliseconds longest(24 * 3600 * 1000);
         const milliseconds wait =
             until - now > longest ? longest : std::chrono::ceil<milliseconds>(until - now);

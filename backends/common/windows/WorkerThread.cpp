@@ -33,12 +33,15 @@ struct WorkerThread::State
 
     void Release()
     {
-        if (owners.fetch_sub(1) != 1)
+        if (owners.fetch_sub(1) != 1) {
             return;
-        if (done != nullptr)
+        }
+        if (done != nullptr) {
             CloseHandle(done);
-        if (thread != nullptr)
+        }
+        if (thread != nullptr) {
             CloseHandle(thread);
+        }
         delete this;
     }
 };
@@ -62,8 +65,9 @@ DWORD WINAPI WorkerThread::State::Main(void* argument)
 bool WorkerThread::Start(Body body, void* context)
 {
     State* state = new (std::nothrow) State;
-    if (state == nullptr)
+    if (state == nullptr) {
         return false;
+    }
     state->body = body;
     state->context = context;
     state->done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -89,8 +93,9 @@ bool WorkerThread::Start(Body body, void* context)
 
 void WorkerThread::Wait()
 {
-    if (state_ == nullptr)
+    if (state_ == nullptr) {
         return;
+    }
     // The thread's own handle too: a process that ends kills its threads before it unloads libraries.
     const HANDLE ends[] = {state_->done, state_->thread};
     WaitForMultipleObjects(2, ends, FALSE, INFINITE);
@@ -100,8 +105,9 @@ void WorkerThread::Wait()
 
 void WorkerThread::Stop()
 {
-    if (state_ == nullptr)
+    if (state_ == nullptr) {
         return;
+    }
     Phase expected = Phase::NotBegun;
     if (state_->phase.compare_exchange_strong(expected, Phase::Cancelled)) {
         g_alive.fetch_sub(1);

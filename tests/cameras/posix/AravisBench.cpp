@@ -45,9 +45,11 @@ bool IsInstalled()
 {
     const char* path = std::getenv("PATH");
     std::istringstream folders(path == nullptr ? "/usr/bin" : path);
-    for (std::string folder; std::getline(folders, folder, ':');)
-        if (access((folder + "/" + kProgram).c_str(), X_OK) == 0)
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        if (access((folder + "/" + kProgram).c_str(), X_OK) == 0) {
             return true;
+        }
+    }
     return false;
 }
 
@@ -72,8 +74,9 @@ bool MoveIntoOwnNetwork()
     const gid_t group = getgid();
     if (unshare(CLONE_NEWNET) != 0) {
         // Who may not do that may still do it in a world of his own.
-        if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
             return false;
+        }
         std::ofstream("/proc/self/setgroups") << "deny";
         std::ofstream("/proc/self/uid_map") << user << ' ' << user << " 1";
         std::ofstream("/proc/self/gid_map") << group << ' ' << group << " 1";
@@ -103,21 +106,27 @@ public:
     AravisBench()
     {
         static const bool ownNetwork = MoveIntoOwnNetwork();
-        if (!IsInstalled())
+        if (!IsInstalled()) {
             whyNone_ = std::string(kProgram) + " is not installed";
-        else if (ownNetwork)
+        }
+        else if (ownNetwork) {
             possible_ = kMost;
-        else if (IsFree(kAddresses[0]))
+        }
+        else if (IsFree(kAddresses[0])) {
             possible_ = 1;
-        else
+        }
+        else {
             whyNone_ = "another camera listens on the loopback interface";
-        for (std::size_t i = 0; i < possible_; ++i)
+        }
+        for (std::size_t i = 0; i < possible_; ++i) {
             PlugIn(i);
+        }
     }
     ~AravisBench() override
     {
-        for (std::size_t i = 0; i < kMost; ++i)
+        for (std::size_t i = 0; i < kMost; ++i) {
             Kill(i);
+        }
     }
 
     std::size_t CameraCount() const override { return possible_; }
@@ -140,8 +149,9 @@ public:
             _exit(127);
         }
         processes_[camera] = child;
-        for (int i = 0; i < 500 && IsFree(kAddresses[camera]); ++i)
+        for (int i = 0; i < 500 && IsFree(kAddresses[camera]); ++i) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
         EXPECT_FALSE(IsFree(kAddresses[camera]));
     }
 
@@ -149,8 +159,9 @@ private:
     // At once: the camera says no farewell.
     void Kill(std::size_t camera)
     {
-        if (processes_[camera] == 0)
+        if (processes_[camera] == 0) {
             return;
+        }
         kill(processes_[camera], SIGKILL);
         waitpid(processes_[camera], nullptr, 0);
         processes_[camera] = 0;

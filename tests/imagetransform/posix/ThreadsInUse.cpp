@@ -7,8 +7,9 @@ namespace maravel::test {
 std::uint32_t ThreadsInUse()
 {
     std::uint32_t count = 0;
-    for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
+    for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
         ++count;
+    }
     return count;
 }
 

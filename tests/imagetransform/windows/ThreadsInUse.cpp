@@ -12,8 +12,9 @@ std::uint32_t ThreadsInUse()
     THREADENTRY32 entry = {};
     entry.dwSize = sizeof entry;
     std::uint32_t count = 0;
-    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
         count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+    }
     CloseHandle(snapshot);
     return count;
 }

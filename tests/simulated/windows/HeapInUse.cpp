@@ -11,8 +11,9 @@ std::uint64_t HeapInUse()
     std::uint64_t bytes = 0;
     for (DWORD i = 0; i < count && i < 64; ++i) {
         PROCESS_HEAP_ENTRY entry{};
-        while (HeapWalk(heaps[i], &entry))
+        while (HeapWalk(heaps[i], &entry)) {
             bytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
+        }
     }
     return bytes;
 }

@@ -26,9 +26,11 @@ void PrepareTerminal() {}
 
 bool OutputShowsUtf8()
 {
-    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"})
-        if (const std::string value = Variable(name); !value.empty())
+    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        if (const std::string value = Variable(name); !value.empty()) {
             return value.find("UTF-8") != std::string::npos || value.find("utf8") != std::string::npos;
+        }
+    }
     return false;
 }
 
@@ -51,8 +53,9 @@ std::filesystem::path ProgramFile()
 
 void CatchEndRequests()
 {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         std::signal(signal, [](int) { g_endRequested = 1; });
+    }
 }
 
 bool EndRequested()

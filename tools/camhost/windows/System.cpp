@@ -20,8 +20,9 @@ std::atomic<bool> g_endRequested{false};
 BOOL WINAPI OnEndRequest(DWORD kind)
 {
     g_endRequested = true;
-    if (kind != CTRL_C_EVENT && kind != CTRL_BREAK_EVENT)
+    if (kind != CTRL_C_EVENT && kind != CTRL_BREAK_EVENT) {
         Sleep(10000);
+    }
     return TRUE;
 }
 
@@ -44,8 +45,9 @@ std::vector<std::string> Arguments(int, const char* const*)
     int count = 0;
     wchar_t** words = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> arguments;
-    for (int i = 1; i < count; ++i)
+    for (int i = 1; i < count; ++i) {
         arguments.push_back(Narrow(words[i]));
+    }
     LocalFree(words);
     return arguments;
 }

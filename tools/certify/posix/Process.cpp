@@ -21,8 +21,9 @@ std::uint64_t CountIn(const char* folder)
 {
     std::uint64_t count = 0;
     std::error_code error;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder, error))
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder, error)) {
         ++count;
+    }
     return count;
 }
 
@@ -40,13 +41,15 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
     std::vector<std::string> words{program.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
-    for (std::string& word : words)
+    for (std::string& word : words) {
         pointers.push_back(word.data());
+    }
     pointers.push_back(nullptr);
 
     std::array<int, 2> ends{};
-    if (pipe(ends.data()) != 0)
+    if (pipe(ends.data()) != 0) {
         throw std::runtime_error(std::string("cannot make a pipe: ") + std::strerror(errno));
+    }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
@@ -69,16 +72,18 @@ ChildProcess::~ChildProcess()
         kill(parts_->process, SIGKILL);
         waitpid(parts_->process, nullptr, 0);
     }
-    if (parts_->output != nullptr)
+    if (parts_->output != nullptr) {
         std::fclose(parts_->output);
+    }
 }
 
 bool ChildProcess::ReadLine(std::string* line)
 {
     line->clear();
     for (int c = 0; parts_->output != nullptr && (c = std::fgetc(parts_->output)) != EOF;) {
-        if (c == '\n')
+        if (c == '\n') {
             return true;
+        }
         line->push_back(static_cast<char>(c));
     }
     return !line->empty();
@@ -90,8 +95,9 @@ std::string ChildProcess::Wait()
     while (waitpid(parts_->process, &status, 0) < 0 && errno == EINTR) {
     }
     parts_->process = -1;
-    if (WIFSIGNALED(status))
+    if (WIFSIGNALED(status)) {
         return "signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
+    }
     return WEXITSTATUS(status) == 0 ? "" : "exit code " + std::to_string(WEXITSTATUS(status));
 }
 

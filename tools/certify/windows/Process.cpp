@@ -24,8 +24,9 @@ std::wstring Quoted(const std::wstring& word)
     std::wstring quoted = L"\"";
     std::size_t backslashes = 0;
     for (const wchar_t c : word) {
-        if (c == L'"')
+        if (c == L'"') {
             quoted.append(backslashes + 1, L'\\');
+        }
         backslashes = c == L'\\' ? backslashes + 1 : 0;
         quoted += c;
     }
@@ -51,12 +52,14 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
     : parts_(std::make_unique<Parts>())
 {
     std::wstring line = Quoted(program.wstring());
-    for (const std::string& word : arguments)
+    for (const std::string& word : arguments) {
         line += L' ' + Quoted(host::PathOf(word).wstring());
+    }
     SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
     HANDLE write = nullptr;
-    if (!CreatePipe(&parts_->output, &write, &inherited, 0))
+    if (!CreatePipe(&parts_->output, &write, &inherited, 0)) {
         throw SystemError("cannot make a pipe");
+    }
     SetHandleInformation(parts_->output, HANDLE_FLAG_INHERIT, 0);
     STARTUPINFOW start{};
     start.cb = sizeof(start);
@@ -91,8 +94,9 @@ bool ChildProcess::ReadLine(std::string* line)
     for (;;) {
         if (const auto end = rest_.find('\n'); end != std::string::npos) {
             *line = rest_.substr(0, end);
-            if (line->ends_with('\r'))
+            if (line->ends_with('\r')) {
                 line->pop_back();
+            }
             rest_.erase(0, end + 1);
             return true;
         }
@@ -112,8 +116,9 @@ std::string ChildProcess::Wait()
     WaitForSingleObject(parts_->process, INFINITE);
     GetExitCodeProcess(parts_->process, &code);
     CloseHandle(std::exchange(parts_->process, nullptr));
-    if (code == 0)
+    if (code == 0) {
         return {};
+    }
     char text[32];
     std::snprintf(text, sizeof(text), code > 0xFFFF ? "exception 0x%08lX" : "exit code %lu", code);
     return text;
@@ -132,8 +137,9 @@ std::uint64_t ThreadsInUse()
     THREADENTRY32 entry{};
     entry.dwSize = sizeof(entry);
     std::uint64_t count = 0;
-    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
         count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+    }
     CloseHandle(snapshot);
     return count;
 }
@@ -152,8 +158,9 @@ std::string SystemName()
     version.dwOSVersionInfoSize = sizeof(version);
     const auto query = reinterpret_cast<Query>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
-    if (query != nullptr)
+    if (query != nullptr) {
         query(&version);
+    }
     return "Windows " + std::to_string(version.dwMajorVersion) + "." +
            std::to_string(version.dwMinorVersion) + "." + std::to_string(version.dwBuildNumber) + " x86_64";
 }

@@ -44,10 +44,12 @@ std::vector<std::string> Interfaces()
 {
     std::vector<std::string> names;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator("/sys/class/net", error))
+    for (const auto& entry : fs::directory_iterator("/sys/class/net", error)) {
         if (entry.path().filename() != "lo" && FirstLineOf(entry.path() / "operstate") == "up" &&
-            NumberIn(entry.path() / "type", 0) == 1 && !fs::exists(entry.path() / "wireless"))
+            NumberIn(entry.path() / "type", 0) == 1 && !fs::exists(entry.path() / "wireless")) {
             names.push_back(entry.path().filename());
+        }
+    }
     std::ranges::sort(names);
     return names;
 }
@@ -64,10 +66,11 @@ void CheckInterfaces(std::vector<MachineCheck>& checks)
              "network interface " + name + " carries packets of " + std::to_string(mtu) + " bytes",
              "for GigE Vision cameras on it: ip link set " + name + " mtu 9000, and the same in the switch"});
         const long long filter = std::max(all, NumberIn(filters / name / "rp_filter", 0));
-        if (names.size() > 1)
+        if (names.size() > 1) {
             checks.push_back({"rp-filter-" + name, filter != 1,
                               "reverse path filter of " + name + " is " + std::to_string(filter),
                               "with two cards in one subnet: sysctl net.ipv4.conf.all.rp_filter=0"});
+        }
     }
 }
 
@@ -77,8 +80,9 @@ void CheckUsb(std::vector<MachineCheck>& checks)
     std::error_code error;
     for (const auto& entry : fs::directory_iterator("/sys/bus/usb/devices", error)) {
         if (FirstLineOf(entry.path() / "bInterfaceClass") != "ef" ||
-            FirstLineOf(entry.path() / "bInterfaceSubClass") != "05")
+            FirstLineOf(entry.path() / "bInterfaceSubClass") != "05") {
             continue;
+        }
         const fs::path device = fs::canonical(entry.path(), error).parent_path();
         char node[64];
         std::snprintf(node, sizeof(node), "/dev/bus/usb/%03lld/%03lld", NumberIn(device / "busnum", 0),
@@ -99,7 +103,7 @@ void CheckRawSockets(std::vector<MachineCheck>& checks)
 {
     constexpr unsigned kNetRaw = 13; // CAP_NET_RAW
     std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
+    for (std::string line; std::getline(status, line);) {
         if (line.starts_with("CapEff:")) {
             const bool has = (std::strtoull(line.c_str() + 7, nullptr, 16) >> kNetRaw & 1) != 0;
             checks.push_back(
@@ -108,6 +112,7 @@ void CheckRawSockets(std::vector<MachineCheck>& checks)
                      : "raw packet sockets are not allowed: images pass the firewall and cost more work",
                  "setcap cap_net_raw+ep on the host program"});
         }
+    }
 }
 
 } // namespace
@@ -129,20 +134,23 @@ std::vector<std::string> UsersOf(const fs::path& file)
 {
     std::vector<std::string> users;
     struct stat wanted = {};
-    if (stat(file.c_str(), &wanted) != 0)
+    if (stat(file.c_str(), &wanted) != 0) {
         return users;
+    }
     std::error_code error;
     for (const auto& process : fs::directory_iterator("/proc", error)) {
         const std::string number = process.path().filename();
         if (!std::ranges::all_of(number, [](unsigned char c) { return std::isdigit(c); }) ||
-            number == std::to_string(getpid()))
+            number == std::to_string(getpid())) {
             continue;
+        }
         std::error_code unreadable;
         for (const auto& descriptor : fs::directory_iterator(process.path() / "fd", unreadable)) {
             struct stat found = {};
             if (stat(descriptor.path().c_str(), &found) != 0 || found.st_ino != wanted.st_ino ||
-                found.st_dev != wanted.st_dev)
+                found.st_dev != wanted.st_dev) {
                 continue;
+            }
             users.push_back(FirstLineOf(process.path() / "comm") + " (" + number + ")");
             break;
         }
@@ -166,8 +174,9 @@ FileMoment LastChangeOf(const fs::path& file)
 {
     FileMoment moment;
     struct stat found = {};
-    if (stat(file.c_str(), &found) != 0)
+    if (stat(file.c_str(), &found) != 0) {
         return moment;
+    }
     const std::tm local = LocalTime(found.st_mtime);
     moment.timeOfDay =
         ((local.tm_hour * 60LL + local.tm_min) * 60 + local.tm_sec) * 1000 + found.st_mtim.tv_nsec / 1000000;
@@ -179,8 +188,9 @@ FileMoment LastChangeOf(const fs::path& file)
 std::string DayOf(const fs::path& file, int daysBefore)
 {
     struct stat found = {};
-    if (stat(file.c_str(), &found) != 0)
+    if (stat(file.c_str(), &found) != 0) {
         return {};
+    }
     char text[16];
     const std::tm local = LocalTime(found.st_mtime - daysBefore * 86400LL);
     std::strftime(text, sizeof(text), "%Y-%m-%d", &local);

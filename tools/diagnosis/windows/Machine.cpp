@@ -22,8 +22,9 @@ std::string Narrow(const fs::path& path)
 bool LastWriteOf(const fs::path& file, FILETIME* time)
 {
     WIN32_FILE_ATTRIBUTE_DATA data = {};
-    if (GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data) == FALSE)
+    if (GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data) == FALSE) {
         return false;
+    }
     *time = data.ftLastWriteTime;
     return true;
 }
@@ -61,20 +62,23 @@ std::vector<std::string> UsersOf(const fs::path& file)
 {
     const HANDLE alone =
         CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (alone == INVALID_HANDLE_VALUE)
+    if (alone == INVALID_HANDLE_VALUE) {
         return GetLastError() == ERROR_SHARING_VIOLATION ? std::vector<std::string>{"another program"}
                                                          : std::vector<std::string>();
+    }
     CloseHandle(alone);
     return {};
 }
 
 bool CanFindLibrary(const std::string& name, const fs::path& folder)
 {
-    if (name.starts_with("api-ms-") || name.starts_with("ext-ms-") || fs::exists(folder / name))
+    if (name.starts_with("api-ms-") || name.starts_with("ext-ms-") || fs::exists(folder / name)) {
         return true;
+    }
     const HMODULE found = LoadLibraryExW(fs::path(name).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
-    if (found != nullptr)
+    if (found != nullptr) {
         FreeLibrary(found);
+    }
     return found != nullptr || GetModuleHandleW(fs::path(name).c_str()) != nullptr;
 }
 
@@ -88,8 +92,9 @@ FileMoment LastChangeOf(const fs::path& file)
 {
     FileMoment moment;
     FILETIME written = {}, now = {};
-    if (!LastWriteOf(file, &written))
+    if (!LastWriteOf(file, &written)) {
         return moment;
+    }
     GetSystemTimeAsFileTime(&now);
     const SYSTEMTIME local = LocalTime(TicksOf(written));
     moment.timeOfDay =
@@ -103,8 +108,9 @@ FileMoment LastChangeOf(const fs::path& file)
 std::string DayOf(const fs::path& file, int daysBefore)
 {
     FILETIME written = {};
-    if (!LastWriteOf(file, &written))
+    if (!LastWriteOf(file, &written)) {
         return {};
+    }
     constexpr std::uint64_t kDay = 864'000'000'000;
     const SYSTEMTIME local = LocalTime(TicksOf(written) - static_cast<std::uint64_t>(daysBefore) * kDay);
     char text[32];

@@ -7,8 +7,9 @@ namespace maravel::host {
 void* LoadModule(const std::filesystem::path& path, std::string* reason)
 {
     void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr)
+    if (module == nullptr) {
         *reason = dlerror();
+    }
     return module;
 }
 

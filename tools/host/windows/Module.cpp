@@ -25,8 +25,9 @@ void* LoadModule(const std::filesystem::path& path, std::string* reason)
 {
     HMODULE module = LoadLibraryExW(path.c_str(), nullptr,
                                     LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
-    if (module == nullptr)
+    if (module == nullptr) {
         *reason = Words(GetLastError());
+    }
     return module;
 }
 
