@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <optional>
 
 namespace maravel {
 
@@ -37,15 +38,16 @@ void FillAttributes(const ZvkFrame_t& frame, ImageAttributes& attributes)
     }
 }
 
+// The oldest frame that waits; nothing when none does.
+std::optional<ZvkFrame_t*> OldestFrame(const VideoChannelData& channel)
+{
+    const MutexLock lock(g_frameMutex);
+    return channel.fifo.IsEmpty() ? std::nullopt : std::optional(channel.fifo.Oldest());
+}
+
 bool Describe(const ChannelCall& call, ImageAttributes& attributes, std::uint32_t& imageStatus)
 {
-    const ZvkFrame_t* frame = nullptr;
-    {
-        const MutexLock lock(g_frameMutex);
-        if (!call.channel.fifo.IsEmpty()) {
-            frame = call.channel.fifo.Oldest();
-        }
-    }
+    const ZvkFrame_t* frame = OldestFrame(call.channel).value_or(nullptr);
     if (frame == nullptr) {
         imageStatus = ImageStatusPending;
         return true;
@@ -64,16 +66,16 @@ std::uint64_t BitsOf(const ZvkFrame_t& frame)
 }
 
 // Whether the frame is of the kind that the channel was started for. The host takes the size of its memory
-// from the frame's own size and format, so a camera that changed its format since must not have another one
-// written.
+// from the frame's own size and format, so neither a camera that changed its format since nor a channel that
+// a failed start left without its conversion image may have another one written.
 bool IsOfStartedKind(const ChannelCall& call, const ZvkFrame_t& frame)
 {
     const VideoChannelData& channel = call.channel;
-    const bool converts = channel.convertedImage.data != nullptr;
-    const bool fits =
-        frame.pixelFormat == channel.pixelFormat ||
-        (converts ? !IsDeliveredUnchanged(frame.pixelFormat)
-                  : IsDeliveredUnchanged(frame.pixelFormat) && BitsOf(frame) / 8 >= channel.payloadSize);
+    const bool isUnchanged = IsDeliveredUnchanged(frame.pixelFormat);
+    const bool fits = channel.convertedImage.data != nullptr
+                          ? !isUnchanged
+                          : isUnchanged && (frame.pixelFormat == channel.pixelFormat ||
+                                            BitsOf(frame) / 8 >= channel.payloadSize);
     if (!fits) {
         WriteLog(
             __LINE__,
@@ -166,18 +168,13 @@ bool Deliver(const ChannelCall& call, void* destination, std::uint32_t& imageSta
                            "%s: ERROR. Invalid destination pointer. channelID=%lld.", kImage, call.channelID);
     }
     VideoChannelData& channel = call.channel;
-    bool isEmpty = true;
-    ZvkFrame_t* frame = nullptr;
-    {
-        const MutexLock lock(g_frameMutex);
-        isEmpty = channel.fifo.IsEmpty();
-        frame = isEmpty ? nullptr : channel.fifo.Oldest();
-    }
-    if (isEmpty) {
+    const std::optional<ZvkFrame_t*> oldest = OldestFrame(channel);
+    if (!oldest) {
         WriteLog(__LINE__, "%s: ERRIR, FIFO empty, pending.", kImage);
         imageStatus = ImageStatusPending;
         return true;
     }
+    ZvkFrame_t* const frame = *oldest;
     if (frame == nullptr) {
         return ReportError(__LINE__, call.errorText, "%s: ERROR while accessing FIFO. channelID=%lld.",
                            kImage, call.channelID);

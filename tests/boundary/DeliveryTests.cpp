@@ -267,6 +267,25 @@ TEST_F(DeliveryTest, AnImageThatIsNotOfTheFramesSizeIsNotWritten)
         1);
 }
 
+TEST_F(DeliveryTest, AFailedRestartThatLeavesNoConversionImageWritesNothing)
+{
+    ExpectErrors();
+    StreamColor("BGR8");
+    DeliverFrames(1);
+    Replace("ZvkFeatureIntGet", [](ZvkHandle_t, const char*, std::int64_t* value) {
+        *value = 0;
+        return ZvkErrorSuccess;
+    });
+    ASSERT_EQ(Start(1), 1);
+    EXPECT_EQ(Fetch(1, kColorPixels * 3), std::vector<unsigned char>(kColorPixels * 3, 0xA5));
+    EXPECT_TRUE(IsInLog("does not fit a channel started for format"));
+    sdk.SimReplaceEntry("ZvkFeatureIntGet", nullptr);
+    ASSERT_EQ(Stop(1), 0);
+    ASSERT_EQ(Start(1), 0);
+    DeliverFrames(1);
+    EXPECT_NE(Fetch(1, kColorPixels * 3), std::vector<unsigned char>(kColorPixels * 3, 0xA5));
+}
+
 TEST_F(DeliveryTest, AWrongImageSizeFromTheTransformWritesNothing)
 {
     ExpectErrors();
