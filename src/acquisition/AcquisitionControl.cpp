@@ -4,6 +4,8 @@
 #include "core/CameraAccess.h"
 #include "sdk/Names.h"
 
+#include <set>
+
 namespace maravel {
 
 namespace {
@@ -95,7 +97,7 @@ bool SetUpCapture(const ChannelCall& call)
     return QueueFrames(call);
 }
 
-// Queues the frames beyond the first `kept` that wait again: they came from a camera that refused to start.
+// Queues all frames that wait but the first `kept` again: they came from a camera that refused to start.
 void GiveBackYoungest(const ChannelCall& call, std::size_t kept)
 {
     for (;;) {
@@ -117,16 +119,19 @@ void GiveBackYoungest(const ChannelCall& call, std::size_t kept)
     }
 }
 
-// Runs "AcquisitionStart". Frames may come before the command returns, so the camera counts as acquiring from
-// before it; when the command fails, nothing of that stays.
-bool StartCamera(const ChannelCall& call)
+// Runs "AcquisitionStart". Frames may come before the command returns, so the camera, which is the one entry
+// of `acquiring`, counts as acquiring from before it; when the command fails, nothing of that stays.
+bool StartCamera(const ChannelCall& call, std::set<ZvkHandle_t>& acquiring)
 {
     const ZvkHandle_t camera = call.channel.cameraHandle;
     bool wasAcquiring = false;
     std::size_t waiting = 0;
     {
         const MutexLock lock(g_frameMutex);
-        wasAcquiring = !g_acquiringCameras.insert(camera).second;
+        wasAcquiring = g_acquiringCameras.contains(camera);
+        if (!wasAcquiring) {
+            g_acquiringCameras.insert(acquiring.extract(camera));
+        }
         waiting = call.channel.fifo.Count();
     }
     if (Succeeded(__LINE__, call, "AcquisitionStart",
@@ -179,16 +184,20 @@ bool Start(const ChannelCall& call) MARAVEL_REQUIRES(g_adapterMutex)
     if (!AllocateVideoBuffers(call.channelID)) {
         return ReportError(__LINE__, call.errorText, "%s: ERROR. AllocVideoBuffers failed.", kStart);
     }
+    const bool manual = channel.triggerMode == TriggerModeManual;
+    std::set<ZvkHandle_t> acquiring;
+    if (!manual || !wasStarted) {
+        acquiring.insert(channel.cameraHandle); // while a lack of memory still leaves the channel as it was
+    }
     if (!wasStarted && !SetUpCapture(call)) {
         return false;
     }
     channel.bAcquisitionStarted = true;
 
-    const bool manual = channel.triggerMode == TriggerModeManual;
     bool succeeded = false;
-    if (!manual || !wasStarted) {
+    if (!acquiring.empty()) {
         WriteLog(__LINE__, "%s: ZvkCaptureFrameQueue success.\n", kStart);
-        succeeded = StartCamera(call);
+        succeeded = StartCamera(call, acquiring);
     }
     if (manual && FireSoftwareTrigger(call)) {
         succeeded = true;
