@@ -38,12 +38,13 @@ bool IsExpected(const VideoChannelData& channel, const ZvkFrame_t* frame) MARAVE
     return isOwn && !channel.fifo.Contains(frame);
 }
 
-void RequeueIncomplete(VideoChannelData& channel, ZvkFrame_t* frame) MARAVEL_REQUIRES(g_frameMutex)
+void RequeueIncomplete(VideoChannelData& channel, ZvkHandle_t cameraHandle, ZvkFrame_t* frame)
+    MARAVEL_REQUIRES(g_frameMutex)
 {
     WriteLog(__LINE__, "%s: Frame incomplete (%d). Requeueing...\n", kReceive, frame->receiveStatus);
     ++channel.framesIncomplete;
     const ZvkError_t result =
-        g_receptionAccess.api->ZvkCaptureFrameQueue(channel.cameraHandle, frame, &FrameReceivedCallback);
+        g_receptionAccess.api->ZvkCaptureFrameQueue(cameraHandle, frame, &FrameReceivedCallback);
     if (result != ZvkErrorSuccess) {
         WriteLog(__LINE__, "%s: Error while requeueing, Reason=%s (%d)\n", kReceive, ErrorCodeName(result),
                  result);
@@ -94,7 +95,7 @@ void FrameReceivedCallback(ZvkHandle_t cameraHandle, ZvkHandle_t streamHandle, Z
         return;
     }
     if (frame->receiveStatus != 0) {
-        RequeueIncomplete(*channel, frame);
+        RequeueIncomplete(*channel, cameraHandle, frame);
         return;
     }
     ++channel->framesComplete;
