@@ -108,6 +108,7 @@ void ShutdownAdapter(Patience patience) noexcept
 
 void Exit() noexcept MARAVEL_NO_THREAD_SAFETY_ANALYSIS
 {
+    LeaveLogToEndedThreads();
     WriteLog(__LINE__, "%s\n", "Exit");
     CloseAllCameras("Exit", Patience::Bounded);
     ShutdownAdapter(Patience::Bounded);

@@ -29,15 +29,27 @@ std::atomic<std::FILE*> openLog{nullptr};
 std::atomic<int> writers{0};
 
 // That order holds for all threads only if both are sequentially consistent. It would also put everything
-// else that the threads do into an order, and so hide races of theirs from the thread sanitizer: builds for
-// that one order a file's opening before its writing, and a writer's last step before the closing, no more.
-// Every processor of ours does the rest anyway.
+// else that the threads do into an order, and so hide races of theirs from the thread sanitizer. Builds for
+// that one therefore only order a file's opening before its writing, and a writer's last step before the
+// closing; x86-64 gives the full order in any case.
 using enum std::memory_order;
 #if defined(MARAVEL_LOG_ORDERS_NOTHING)
 constexpr std::memory_order kOrder = relaxed, kOpened = acquire, kDone = release;
 #else
 constexpr std::memory_order kOrder = seq_cst, kOpened = seq_cst, kDone = seq_cst;
 #endif
+
+// Whether the last line that is under way was written; not `forEver`, it is given a bounded number of turns.
+bool AwaitWriters(bool forEver) noexcept
+{
+    for (int attempt = 0; writers.load() != 0; ++attempt) {
+        if (!forEver && attempt >= kCloseAttempts) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
 
 // Whether the registry leaves logging on. A key that is not there leaves it on.
 bool IsLogEnabled()
@@ -154,16 +166,16 @@ void WriteLog(unsigned line, const char* format, ...) noexcept
 void CloseLog(bool atModuleEnd) noexcept
 {
     std::FILE* file = openLog.exchange(nullptr, kOrder);
-    if (file == nullptr) {
-        return;
+    if (file != nullptr && AwaitWriters(!atModuleEnd)) {
+        std::fclose(file);
     }
-    for (int attempt = 0; writers.load() != 0; ++attempt) {
-        if (atModuleEnd && attempt >= kCloseAttempts) {
-            return;
-        }
-        std::this_thread::yield();
+}
+
+void LeaveLogToEndedThreads() noexcept
+{
+    if (!AwaitWriters(false)) {
+        openLog.store(nullptr, kDone);
     }
-    std::fclose(file);
 }
 
 } // namespace maravel

@@ -23,4 +23,8 @@ void WriteLog(unsigned line, const char* format, ...) noexcept MARAVEL_PRINTF(2,
 // was ended by the process's end, and its file is left to the system.
 void CloseLog(bool atModuleEnd = false) noexcept;
 
+// Ends logging if a thread was ended in the middle of a line: it holds the C runtime's lock of the file, and
+// Windows ends a process that waits for such a lock at its end.
+void LeaveLogToEndedThreads() noexcept;
+
 } // namespace maravel

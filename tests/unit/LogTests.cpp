@@ -150,6 +150,33 @@ TEST_F(LogTest, ClosingWaitsForALineHoweverLongThatTakes)
     EXPECT_TRUE(hasWaited);
 }
 
+// As at the end of a process on Windows, where the thread would have been ended.
+TEST_F(LogTest, AThreadThatIsStuckInALineEndsLoggingAtTheModulesEnd)
+{
+    LeaveLogToEndedThreads();
+    InitLog();
+    LeaveLogToEndedThreads();
+    WriteLog(1, "still here\n");
+    EXPECT_NE(Text(), "");
+    const std::function<void()> read = test::StallLog(machine);
+    if (!read) {
+        GTEST_SKIP() << "no log here can be stalled";
+    }
+    InitLog();
+    std::thread writer([&] {
+        for (int line = 0; line < 100; ++line) { // more than a pipe holds
+            WriteLog(1, "%s\n", std::string(1000, 'x').c_str());
+        }
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    LeaveLogToEndedThreads();
+    WriteLog(1, "this would wait for ever\n");
+    std::thread reader(read);
+    writer.join();
+    std::ofstream(machine.LogFile()) << std::string(100, '\n'); // what the reader still waits for
+    reader.join();
+}
+
 TEST_F(LogTest, AFolderThatCannotBeMadeLeavesLoggingOff)
 {
     const fs::path folder = machine.LogFolder();
