@@ -112,10 +112,10 @@ void EnumCameras() MARAVEL_REQUIRES(g_adapterMutex)
         MARAVEL_FORMAT_AS_IT_STANDS_END
         return;
     }
-    if (!ListCameras(count)) {
-        return;
+    if (ListCameras(count)) {
+        WriteLog(__LINE__, "%s: Found %d camera(s)\n", kEnumerate,
+                 static_cast<int>(g_adapterData->cameraCount));
     }
-    WriteLog(__LINE__, "%s: Found %d camera(s)\n", kEnumerate, static_cast<int>(g_adapterData->cameraCount));
 }
 
 } // namespace

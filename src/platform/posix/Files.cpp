@@ -57,10 +57,7 @@ DWORD GetFileAttributesA(const char* path)
 
 BOOL CreateDirectoryA(const char* path, void*)
 {
-    if (mkdir(path, 0777) != 0) {
-        return FailWithErrno(errno);
-    }
-    return TRUE;
+    return mkdir(path, 0777) == 0 ? TRUE : FailWithErrno(errno);
 }
 
 HANDLE CreateFileW(const wchar_t* path, DWORD, DWORD, void*, DWORD, DWORD, HANDLE)

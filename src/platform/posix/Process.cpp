@@ -24,8 +24,8 @@ namespace {
 const HANDLE kCurrentProcess = reinterpret_cast<HANDLE>(std::intptr_t{-1});
 const HANDLE kProcessToken = reinterpret_cast<HANDLE>(std::intptr_t{-4});
 
-// In the threads' own block from their start: one that is made when it is first used, the leak sanitizer
-// cannot look into at the end of a process.
+// In the threads' own block from their start: the leak sanitizer cannot look into one that is made when it is
+// first used.
 thread_local DWORD threadId __attribute__((tls_model("initial-exec"))) = 0;
 
 bool ReadProgramVersion(VS_FIXEDFILEINFO& version)
@@ -104,10 +104,7 @@ BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS informationClass,
 
 BOOL QueryFullProcessImageNameA(HANDLE, DWORD, char* path, DWORD* size)
 {
-    if (*size == 0) {
-        return Fail(ERROR_INSUFFICIENT_BUFFER);
-    }
-    const ssize_t length = readlink("/proc/self/exe", path, *size);
+    const ssize_t length = *size == 0 ? 0 : readlink("/proc/self/exe", path, *size);
     if (length < 0) {
         return FailWithErrno(errno);
     }

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
 
 using maravel::posix::ParseRegistryText;
 using maravel::posix::RegistryKey;
@@ -32,10 +33,8 @@ LSTATUS Status(DWORD error)
 std::shared_ptr<const RegistryKey> ReadRegistry()
 {
     const std::string root = maravel::posix::PlatformRoot();
-    if (root.empty()) {
-        return ParseRegistryText(""); // a machine without a place has no registry
-    }
-    std::ifstream file(root + "/registry.reg", std::ios::binary);
+    // A machine without a place has no registry.
+    std::ifstream file(root.empty() ? root : root + "/registry.reg", std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     return ParseRegistryText(bytes);
 }
@@ -56,15 +55,12 @@ LSTATUS CopyData(const RegistryValue& value, DWORD* type, BYTE* data, DWORD* dat
     if (type != nullptr) {
         *type = value.type;
     }
-    if (dataSize == nullptr) {
+    const auto size = static_cast<DWORD>(value.data.size());
+    const DWORD capacity = dataSize != nullptr ? std::exchange(*dataSize, size) : 0;
+    if (dataSize == nullptr || data == nullptr) {
         return Status(ERROR_SUCCESS);
     }
-    const DWORD capacity = *dataSize;
-    *dataSize = static_cast<DWORD>(value.data.size());
-    if (data == nullptr) {
-        return Status(ERROR_SUCCESS);
-    }
-    if (value.data.size() > capacity) {
+    if (size > capacity) {
         return Status(ERROR_MORE_DATA);
     }
     std::copy(value.data.begin(), value.data.end(), data);

@@ -37,13 +37,9 @@ std::string_view TakeName(std::string_view& path)
 
 std::string_view Trimmed(std::string_view text)
 {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r')) {
-        text.remove_suffix(1);
-    }
-    return text;
+    constexpr const char* kBlanks = " \t\r";
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
 }
 
 std::string Utf8OfUtf16(std::string_view bytes, bool bigEndian)
@@ -68,11 +64,8 @@ std::string Utf8OfUtf16(std::string_view bytes, bool bigEndian)
 
 std::string Utf8Of(std::string_view bytes)
 {
-    if (bytes.starts_with("\xFF\xFE")) {
-        return Utf8OfUtf16(bytes.substr(2), false);
-    }
-    if (bytes.starts_with("\xFE\xFF")) {
-        return Utf8OfUtf16(bytes.substr(2), true);
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+        return Utf8OfUtf16(bytes.substr(2), bytes[0] == '\xFE');
     }
     if (bytes.starts_with("\xEF\xBB\xBF")) {
         bytes.remove_prefix(3);
@@ -112,6 +105,7 @@ std::optional<RegistryValue> HexValue(std::string_view text)
 {
     RegistryValue value;
     value.type = REG_BINARY;
+    std::size_t begin = std::string_view("hex:").size();
     if (text.starts_with("hex(")) {
         const std::size_t close = text.find(')');
         if (close == std::string_view::npos || !text.substr(close).starts_with("):")) {
@@ -122,11 +116,9 @@ std::optional<RegistryValue> HexValue(std::string_view text)
             return std::nullopt;
         }
         value.type = *type;
-        text.remove_prefix(close + 2);
+        begin = close + 2;
     }
-    else {
-        text.remove_prefix(4);
-    }
+    text.remove_prefix(begin);
     while (!Trimmed(text).empty()) {
         const std::size_t comma = text.find(',');
         const auto byte = HexNumber(Trimmed(text.substr(0, comma)));
@@ -148,8 +140,7 @@ std::optional<RegistryValue> ParseData(std::string_view text)
             return std::nullopt;
         }
         value.type = REG_SZ;
-        value.data.assign(quoted->begin(), quoted->end());
-        value.data.push_back(0);
+        value.data.assign(quoted->c_str(), quoted->c_str() + quoted->size() + 1);
         return value;
     }
     if (text.starts_with("dword:")) {
