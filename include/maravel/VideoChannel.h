@@ -204,8 +204,10 @@ typedef struct VideoChannelDescriptor
 #pragma pack(pop)
 
 /* Fills the descriptor of the channel at channelIndex (0, 1, ...). Index 0 first starts the adapter. Returns
- * MARAVEL_FAILURE when there is no such channel or the adapter could not start; errorText is written only in
- * the second case. After MARAVEL_SUCCESS, openResult tells whether the camera could be opened. */
+ * MARAVEL_FAILURE when there is no such channel or the adapter could not start; errorText is written only
+ * when the SDK's folder is missing or memory ran out. Where a library does not load or the SDK refuses to
+ * start, the log alone tells the reason. After MARAVEL_SUCCESS, openResult tells whether the camera could be
+ * opened. */
 typedef int32_t(MARAVEL_CALL* GetVideoChannelFn)(char* errorText, int32_t channelIndex,
                                                  VideoChannelDescriptor* descriptor);
 

@@ -3,6 +3,8 @@
 #include "adapter/Lifecycle.h"
 #include "core/CameraAccess.h"
 
+#include <type_traits>
+
 namespace maravel {
 
 namespace {
@@ -59,5 +61,4 @@ GetVideoChannel(char* errorText, std::int32_t channelIndex, VideoChannelDescript
     });
 }
 
-static_assert(std::is_same_v<decltype(&GetVideoChannel), GetVideoChannelFn> ||
-              std::is_convertible_v<decltype(&GetVideoChannel), GetVideoChannelFn>);
+static_assert(std::is_convertible_v<decltype(&GetVideoChannel), GetVideoChannelFn>);

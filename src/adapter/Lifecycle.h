@@ -18,8 +18,8 @@ inline constexpr const char* kEntry = "GetVideoChannel";
 void StartAdapter() MARAVEL_REQUIRES(g_adapterMutex);
 
 // Fills the descriptor and learns the camera's features; opens the camera for that and closes it again,
-// however it ends. False after a failure, with the first one's message in errorText. The index is below the
-// number of cameras. May throw std::bad_alloc.
+// however it ends. False after a failure, with a message in errorText unless it is the feature list that
+// fails at its second reading. The index is below the number of cameras. May throw std::bad_alloc.
 bool InitializeVideoChannel(char* errorText, VideoChannelDescriptor& descriptor, std::int32_t channelIndex)
     MARAVEL_REQUIRES(g_adapterMutex);
 

@@ -11,7 +11,7 @@
 namespace maravel {
 
 // Gives the same answer as walking the list from its start and taking the first record whose name is equal
-// byte for byte, without the walk. The names stay the SDK's.
+// byte for byte, without the walk. The names must outlive the index.
 class FeatureNameIndex
 {
 public:

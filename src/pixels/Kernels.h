@@ -3,9 +3,9 @@
 // library: the linker might keep that file's copy, and call it on a processor that lacks the instructions.
 //
 // How all split kernels work: a step takes three vectors of the same width from the source. Their widths in
-// bytes leave the remainder 1 when divided by 3, so the bytes of one colour stand at different positions
-// modulo 3 in the three vectors: two blends collect all of a colour in one vector, and one shuffle puts them
-// in order.
+// bytes (with AVX2, those of their lanes) leave the remainder 1 when divided by 3, so the bytes of one colour
+// stand at different positions modulo 3 in the three vectors: two blends collect all of a colour in one
+// vector, and one shuffle puts them in order.
 #pragma once
 
 #include "pixels/InstructionSet.h"
