@@ -186,6 +186,53 @@ TEST(Analysis, TakesTogetherWhatALineBreakInAValueParts)
     EXPECT_EQ(analysis.Report({}).firstUnknown.at(0).text, "Something new");
 }
 
+// The line of an incomplete frame names no camera.
+TEST(Analysis, FindsTheCameraOfAnIncompleteFrameAmongSeveral)
+{
+    struct
+    {
+        int every; // of the second camera's frames one is incomplete
+        const char* fault;
+        std::uint64_t incomplete;
+    } const rows[] = {{4, "packets-lost", 24}, {1, "all-frames-incomplete", 99}, {1000, nullptr, 0}};
+    for (const auto& row : rows) {
+        Analysis analysis;
+        int time = 0;
+        const auto feed = [&](const std::string& text) {
+            char head[40];
+            std::snprintf(head, sizeof head, "[09:00:%02d:%03d L00001] ", time / 1000, time % 1000);
+            analysis.Feed(head + text + "\n");
+        };
+        const auto store = [&](const char* channel, int number) {
+            feed(std::string("FrameReceivedCallback: Frame stored in FIFO. channelID=") + channel +
+                 ", BufferID=0, FrameID=" + std::to_string(number) + ", Frame timestamp=1");
+            feed("GetImageAttributes: INFO offsetX=0, offsetY=0, width=8, height=8");
+        };
+        for (const char* channel : {"0", "1"}) {
+            feed(std::string("StartAcquisition: channelID=") + channel);
+            feed("StartAcquisition: ZvkFeatureCommandRun->AcquisitionStart success.");
+        }
+        for (int number = 1; number < 100; ++number, time += 20) {
+            store("0", number);
+            if (number % row.every == 0) {
+                feed("FrameReceivedCallback: Frame incomplete (-1). Requeueing...");
+            }
+            else {
+                store("1", number);
+            }
+        }
+        const RunReport run = analysis.Report({}).runs.at(0);
+        EXPECT_EQ(run.channels.at(0).incomplete, 0u);
+        EXPECT_EQ(run.channels.at(1).incomplete, row.incomplete);
+        EXPECT_EQ(run.channels.at(1).missing, 0u);
+        ASSERT_EQ(run.findings.size(), row.fault == nullptr ? 0u : 1u);
+        if (row.fault != nullptr) {
+            EXPECT_STREQ(run.findings[0].fault->name, row.fault);
+            EXPECT_EQ(run.findings[0].channel, 1);
+        }
+    }
+}
+
 // The session that the tests of the boundary compare whole has everything that a healthy run writes.
 TEST(Analysis, KnowsEveryLineOfTheWrittenSession)
 {

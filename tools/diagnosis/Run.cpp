@@ -241,19 +241,38 @@ void Analysis::Run::TakeSetup(const Entry& entry, const Match& match)
 }
 
 // What the run as a whole tells, beside its single lines.
-void Analysis::Run::JudgeEnd(const Circumstances& circumstances, EvidenceMap& evidence) const
+void Analysis::Run::JudgeEnd(const Circumstances& circumstances)
 {
-    evidence.erase({FaultId::PacketsLost, Finding::NoChannel}); // the channels have it
+    JudgeUnclaimed();
     if (nulBytes_ > nulBytesBefore_) {
-        evidence[{FaultId::TwoHosts, Finding::NoChannel}].count = nulBytes_ - nulBytesBefore_;
+        evidence_[{FaultId::TwoHosts, Finding::NoChannel}].count = nulBytes_ - nulBytesBefore_;
     }
     if (!report_.shutDown && !circumstances.stillWritten && banner_) {
-        RunEvidence& found = evidence[{FaultId::HostKilled, Finding::NoChannel}];
+        Evidence& found = evidence_[{FaultId::HostKilled, Finding::NoChannel}];
         found.count = 1;
         found.quotes = {{last_.line, last_.time, ToUtf8(last_.text)}};
     }
     if (circumstances.loggingOff) {
-        evidence[{FaultId::LoggingOff, Finding::NoChannel}].count = 1;
+        evidence_[{FaultId::LoggingOff, Finding::NoChannel}].count = 1;
+    }
+}
+
+// The channels have the incomplete frames that were found to be theirs.
+void Analysis::Run::JudgeUnclaimed()
+{
+    const auto lines = evidence_.find({FaultId::PacketsLost, Finding::NoChannel});
+    if (lines == evidence_.end()) {
+        return;
+    }
+    // The first frame of a stream may come before everything on the way is ready.
+    if (unclaimed_ <= channels_.size()) {
+        evidence_.erase(lines);
+        return;
+    }
+    lines->second.count = lines->second.frames = unclaimed_;
+    lines->second.of = incompleteLines_;
+    for (const auto& [index, channel] : channels_) {
+        lines->second.of += channel.report.complete;
     }
 }
 
@@ -281,16 +300,16 @@ ChannelReport Analysis::Run::RowOf(const Channel& channel)
 RunReport Analysis::Run::Report(const Circumstances& circumstances) const
 {
     RunReport report = report_;
-    std::map<std::int64_t, Channel> channels = channels_;
-    EvidenceMap evidence = evidence_;
+    Run ended = *this;
     std::map<std::int64_t, std::string> names;
-    for (auto& [index, channel] : channels) {
+    ended.ClaimForSilentStream();
+    for (auto& [index, channel] : ended.channels_) {
         if (channel.stream.called) {
-            CloseStream(channel, last_, evidence);
+            ended.CloseStream(channel, last_);
         }
     }
-    JudgeEnd(circumstances, evidence);
-    for (const auto& [index, channel] : channels) {
+    ended.JudgeEnd(circumstances);
+    for (const auto& [index, channel] : ended.channels_) {
         if (index < 0) {
             continue;
         }
@@ -300,7 +319,7 @@ RunReport Analysis::Run::Report(const Circumstances& circumstances) const
             report.channels.push_back(row);
         }
     }
-    report.findings = Judge(evidence, report, names, circumstances);
+    report.findings = Judge(ended.evidence_, report, names, circumstances);
     return report;
 }
 

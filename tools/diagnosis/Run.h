@@ -47,10 +47,13 @@ private:
         bool started = false; // the camera took the command
         std::int64_t since = -1;
         std::uint64_t complete = 0;
-        std::uint64_t incomplete = 0;        // as far as they can be told apart, or as the stop tells
+        // As far as they can be told apart, or as the stop tells: where several stream, those that a gap in
+        // the frame numbers has room for.
+        std::uint64_t incomplete = 0;
         std::uint64_t incompleteAtStart = 0; // before the first complete one
         std::uint64_t gaps = 0;              // frame numbers that were left out
         std::uint64_t lastFrame = 0;
+        std::uint64_t incompleteLinesBefore = 0; // of all streams, before the last complete frame
         std::int64_t firstTime = -1, lastTime = -1;
         std::uint64_t lastLine = 0;
         std::int64_t highestBuffer = -1;
@@ -78,14 +81,17 @@ private:
     void TakeFetch();
     void TakeFrame(const Entry& entry, const Match& match);
     void TakeStop(const Entry& entry, const Match& match);
+    void Claim(Stream& stream, std::uint64_t frames);
+    void ClaimForSilentStream();
     Channel& At(std::int64_t channel);
     Stream* OnlyStream();
 
-    void JudgeEnd(const Circumstances& circumstances, EvidenceMap& evidence) const;
+    void CloseStream(Channel& channel, const Quote& end);
+    void JudgeSilence(const Channel& channel, const Quote& end);
+    void JudgeLosses(Channel& channel, const Quote& end);
+    void JudgeEnd(const Circumstances& circumstances);
+    void JudgeUnclaimed();
     static ChannelReport RowOf(const Channel& channel);
-    static void CloseStream(Channel& channel, const Quote& end, EvidenceMap& evidence);
-    static void JudgeSilence(const Channel& channel, const Quote& end, EvidenceMap& evidence);
-    static void JudgeLosses(Channel& channel, const Quote& end, EvidenceMap& evidence);
 
     bool banner_ = false;
     std::uint64_t entries_ = 0;
@@ -95,6 +101,8 @@ private:
     bool initialized_ = false;
     std::int64_t openChannel_ = Finding::NoChannel; // of the call that is under way
     std::map<std::int64_t, Channel> channels_;
+    std::uint64_t incompleteLines_ = 0;
+    std::uint64_t unclaimed_ = 0; // those of them that no stream was found for
     EvidenceMap evidence_;
 };
 

@@ -12,6 +12,9 @@ constexpr std::int64_t kPatience = 1000;
 // Fewer missing frames than this, and than a twentieth, may be a busy machine's.
 constexpr std::uint64_t kFewMissing = 3;
 
+// More than the incomplete frames that stand at the end of a log while other cameras send.
+constexpr std::uint64_t kManyUnclaimed = 10;
+
 } // namespace
 
 void Analysis::Run::TakeStream(const Entry& entry, const Match& match)
@@ -32,9 +35,13 @@ void Analysis::Run::TakeStream(const Entry& entry, const Match& match)
         At(openChannel_).stream.started = true;
         break;
     case Event::FrameIncomplete:
+        ++incompleteLines_;
         if (Stream* stream = OnlyStream()) {
             ++stream->incomplete;
             stream->incompleteAtStart += stream->complete == 0 ? 1 : 0;
+        }
+        else {
+            ++unclaimed_;
         }
         Note(FaultId::PacketsLost, Finding::NoChannel, QuoteOf(entry), match);
         break;
@@ -62,6 +69,32 @@ void Analysis::Run::TakeFetch()
     }
 }
 
+// Gives the stream so many of the incomplete frames whose lines could be any stream's.
+void Analysis::Run::Claim(Stream& stream, std::uint64_t frames)
+{
+    frames = std::min(frames, unclaimed_);
+    unclaimed_ -= frames;
+    stream.incomplete += frames;
+}
+
+// A stream of incomplete frames alone leaves no gaps; the lines that are left are its own if no other stream
+// is silent.
+void Analysis::Run::ClaimForSilentStream()
+{
+    Stream* silent = nullptr;
+    for (auto& [index, channel] : channels_) {
+        if (channel.stream.called && channel.stream.complete == 0) {
+            if (silent != nullptr) {
+                return;
+            }
+            silent = &channel.stream;
+        }
+    }
+    if (silent != nullptr && unclaimed_ >= kManyUnclaimed) {
+        Claim(*silent, unclaimed_);
+    }
+}
+
 void Analysis::Run::TakeFrame(const Entry& entry, const Match& match)
 {
     Channel& channel = At(match.channel);
@@ -72,6 +105,7 @@ void Analysis::Run::TakeFrame(const Entry& entry, const Match& match)
         if (number > stream.lastFrame + 1) {
             const std::uint64_t gap = number - stream.lastFrame - 1;
             stream.gaps += gap;
+            Claim(stream, std::min(gap, incompleteLines_ - stream.incompleteLinesBefore));
             if (gap > stream.largestGap) {
                 stream.largestGap = gap;
                 stream.worstGap = QuoteOf(entry);
@@ -86,6 +120,7 @@ void Analysis::Run::TakeFrame(const Entry& entry, const Match& match)
         stream.firstTime = entry.time;
     }
     stream.lastFrame = number;
+    stream.incompleteLinesBefore = incompleteLines_;
     stream.lastTime = entry.time;
     stream.lastLine = entry.line;
     stream.highestBuffer = std::max(stream.highestBuffer, match.Number(1));
@@ -120,19 +155,26 @@ void Analysis::Run::TakeStop(const Entry& entry, const Match& match)
         return;
     }
     // The stop knows better than the lines above how many frames of this channel were incomplete.
-    channel.stream.incomplete = static_cast<std::uint64_t>(match.Number(3));
-    CloseStream(channel, quote, evidence_);
+    const auto incomplete = static_cast<std::uint64_t>(match.Number(3));
+    if (incomplete > channel.stream.incomplete) {
+        Claim(channel.stream, incomplete - channel.stream.incomplete);
+    }
+    else {
+        unclaimed_ += channel.stream.incomplete - incomplete;
+    }
+    channel.stream.incomplete = incomplete;
+    CloseStream(channel, quote);
 }
 
-void Analysis::Run::CloseStream(Channel& channel, const Quote& end, EvidenceMap& evidence)
+void Analysis::Run::CloseStream(Channel& channel, const Quote& end)
 {
     Stream& stream = channel.stream;
     channel.report.incomplete += stream.incomplete;
     if (stream.complete == 0) {
-        JudgeSilence(channel, end, evidence);
+        JudgeSilence(channel, end);
     }
     else {
-        JudgeLosses(channel, end, evidence);
+        JudgeLosses(channel, end);
     }
     const double seconds = static_cast<double>(stream.lastTime - stream.firstTime) / 1000;
     if (channel.rates.empty() && stream.complete > 1 && seconds > 0) {
@@ -142,7 +184,7 @@ void Analysis::Run::CloseStream(Channel& channel, const Quote& end, EvidenceMap&
     stream = {};
 }
 
-void Analysis::Run::JudgeSilence(const Channel& channel, const Quote& end, EvidenceMap& evidence)
+void Analysis::Run::JudgeSilence(const Channel& channel, const Quote& end)
 {
     const Stream& stream = channel.stream;
     const std::int64_t elapsed = end.time - stream.since;
@@ -156,14 +198,14 @@ void Analysis::Run::JudgeSilence(const Channel& channel, const Quote& end, Evide
     else if (channel.report.trigger.starts_with("HARDWARE")) {
         id = FaultId::WaitingForPulses;
     }
-    Evidence& found = evidence[{id, channel.report.channel}];
+    Evidence& found = evidence_[{id, channel.report.channel}];
     found.count += 1;
     found.frames += stream.incomplete;
     found.milliseconds = elapsed;
     found.quotes = {stream.start, end};
     if (id == FaultId::AllIncomplete) {
-        const auto lines = evidence.find({FaultId::PacketsLost, Finding::NoChannel});
-        if (lines != evidence.end()) {
+        const auto lines = evidence_.find({FaultId::PacketsLost, Finding::NoChannel});
+        if (lines != evidence_.end()) {
             found.quotes.insert(found.quotes.begin() + 1, lines->second.quotes.front());
         }
     }
@@ -172,18 +214,18 @@ void Analysis::Run::JudgeSilence(const Channel& channel, const Quote& end, Evide
     }
 }
 
-void Analysis::Run::JudgeLosses(Channel& channel, const Quote& end, EvidenceMap& evidence)
+void Analysis::Run::JudgeLosses(Channel& channel, const Quote& end)
 {
     const Stream& stream = channel.stream;
     const std::int64_t index = channel.report.channel;
     // The first frame of a stream may come before everything on the way is ready.
     if (stream.incomplete > std::min<std::uint64_t>(stream.incompleteAtStart, 1)) {
-        Evidence& found = evidence[{FaultId::PacketsLost, index}];
+        Evidence& found = evidence_[{FaultId::PacketsLost, index}];
         found.count += stream.incomplete;
         found.frames += stream.incomplete;
         found.of += stream.complete + stream.incomplete;
-        if (const auto lines = evidence.find({FaultId::PacketsLost, Finding::NoChannel});
-            lines != evidence.end()) {
+        if (const auto lines = evidence_.find({FaultId::PacketsLost, Finding::NoChannel});
+            lines != evidence_.end()) {
             found.quotes = {lines->second.quotes.front()};
         }
         found.quotes.push_back(end);
@@ -194,7 +236,7 @@ void Analysis::Run::JudgeLosses(Channel& channel, const Quote& end, EvidenceMap&
         return;
     }
     const bool slow = stream.highestBuffer >= 3 && stream.mostWaiting > stream.highestBuffer;
-    Evidence& found = evidence[{slow ? FaultId::HostTooSlow : FaultId::FramesMissing, index}];
+    Evidence& found = evidence_[{slow ? FaultId::HostTooSlow : FaultId::FramesMissing, index}];
     found.count += 1;
     found.frames += missing;
     found.of += stream.complete;
