@@ -66,6 +66,13 @@ fs::path ExamineHome(Examination& examination)
     }
     const fs::path folder = host::PathOf(home);
     std::error_code error;
+    if (fs::is_directory(folder, error) && !HasNarrowPath(fs::absolute(folder, error))) {
+        examination.Fault(kId,
+                          "ZORVIK_HOME names the folder " + TextOf(folder) +
+                              ", which has characters that this system's code page lacks",
+                          "move the SDK to a folder with a plain name");
+        return folder;
+    }
     if (fs::is_directory(folder, error)) {
         examination.Ok(kId, "ZORVIK_HOME names the folder " + TextOf(folder));
         if (!folder.is_absolute()) {
@@ -197,6 +204,10 @@ bool ExamineLog(Examination& examination)
     }
     else if (fs::is_directory(file, error)) {
         examination.Fault("log-folder", TextOf(file) + " is a folder", "remove it");
+    }
+    else if (fs::exists(file, error) && !std::ofstream(file, std::ios::app)) {
+        examination.Fault("log-folder", "the log " + TextOf(file) + " is there and cannot be written",
+                          "remove it, or give the programs' users write access to it");
     }
     else {
         examination.Ok("log-folder", "the log can be written to " + TextOf(folder));

@@ -22,6 +22,10 @@ std::vector<std::string> UsersOf(const std::filesystem::path& file);
 // Whether the system finds a library of that name that one in the folder asks for.
 bool CanFindLibrary(const std::string& name, const std::filesystem::path& folder);
 
+// Whether the adapter, which loads by narrow paths, can name the file: on Windows only characters of the code
+// page.
+bool HasNarrowPath(const std::filesystem::path& file);
+
 // A variable of the environment as UTF-8; empty when it is not set.
 std::string EnvironmentVariable(const std::string& name);
 

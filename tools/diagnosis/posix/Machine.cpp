@@ -164,6 +164,11 @@ bool CanFindLibrary(const std::string&, const fs::path&)
     return true;
 }
 
+bool HasNarrowPath(const fs::path&)
+{
+    return true;
+}
+
 std::string EnvironmentVariable(const std::string& name)
 {
     const char* value = std::getenv(name.c_str());

@@ -82,6 +82,14 @@ bool CanFindLibrary(const std::string& name, const fs::path& folder)
     return found != nullptr || GetModuleHandleW(fs::path(name).c_str()) != nullptr;
 }
 
+bool HasNarrowPath(const fs::path& file)
+{
+    BOOL replaced = FALSE;
+    return GetACP() == CP_UTF8 || (WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, file.c_str(), -1,
+                                                       nullptr, 0, nullptr, &replaced) > 0 &&
+                                   replaced == FALSE);
+}
+
 std::string EnvironmentVariable(const std::string& name)
 {
     const wchar_t* value = _wgetenv(fs::path(name).c_str());
