@@ -53,6 +53,10 @@ void DrawLabel(ColourImage& sheet, int left, int top, std::string text)
 
 void ContactSheet::Add(const Image& image)
 {
+    if (cells_.size() == MostImages) {
+        ++left_;
+        return;
+    }
     cells_.push_back({MakeThumbnail(image, ThumbnailSide), image.camera, image.number});
 }
 

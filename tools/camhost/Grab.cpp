@@ -30,7 +30,7 @@ public:
     ~Progress()
     {
         if (drawn_ && terminal_) {
-            std::fputs("\r\x1b[K", stderr);
+            std::fprintf(stderr, "\r%*s\r", static_cast<int>(width_), "");
         }
     }
     Progress(const Progress&) = delete;
@@ -47,7 +47,11 @@ public:
         for (const Acquisition& acquisition : acquisitions) {
             line += (line.empty() ? "" : "  ") + acquisition.Progress();
         }
-        std::fprintf(stderr, terminal_ ? "\r\x1b[K%s" : "%s\n", line.c_str());
+        // Blanks, since not every terminal knows how to erase a line.
+        const std::size_t length = line.size();
+        line.resize(std::max(length, terminal_ ? width_ : 0), ' ');
+        std::fprintf(stderr, terminal_ ? "\r%s" : "%s\n", line.c_str());
+        width_ = length;
         drawn_ = true;
     }
 
@@ -55,6 +59,7 @@ private:
     const bool terminal_;
     const bool shown_;
     bool drawn_ = false;
+    std::size_t width_ = 0; // of the line that stands there
     Clock::time_point next_ = Clock::now();
 };
 
@@ -97,14 +102,14 @@ void AwaitCameras(std::list<Acquisition>& acquisitions, const RestartAdapter& re
 {
     for (;;) {
         const std::vector<host::Channel> channels = restart();
-        std::size_t back = 0;
-        for (const host::Channel& channel : channels) {
-            back += static_cast<std::size_t>(
-                std::ranges::count_if(acquisitions, [&](const Acquisition& acquisition) {
-                    return channel.Opened() && acquisition.Name() == CameraName(channel, channels);
-                }));
-        }
-        if (back == acquisitions.size() && Resume(acquisitions, channels)) {
+        const auto isBack = [&](const Acquisition& acquisition) {
+            return std::ranges::any_of(channels, [&](const host::Channel& channel) {
+                return channel.Opened() && acquisition.Name() == CameraName(channel, channels);
+            });
+        };
+        if (std::ranges::all_of(acquisitions,
+                                [&](const Acquisition& one) { return one.Done() || isBack(one); }) &&
+            Resume(acquisitions, channels)) {
             return;
         }
         for (int i = 0; i < 10; ++i) {
@@ -156,12 +161,12 @@ catch (const NoImage& failure) {
 
 // Runs the channels and returns once all are stopped, however it ends; what the adapter then has in its log
 // belongs to this run alone.
-std::vector<GrabResult> Run(const std::vector<host::Channel>& channels, const RestartAdapter& restart,
-                            const Options& options, ImageWriter& writer)
+std::vector<GrabResult> Run(const std::vector<host::Channel>& all, const std::vector<host::Channel>& channels,
+                            const RestartAdapter& restart, const Options& options, ImageWriter& writer)
 {
     std::list<Acquisition> acquisitions;
     for (const host::Channel& channel : channels) {
-        acquisitions.emplace_back(channel, CameraName(channel, channels), options);
+        acquisitions.emplace_back(channel, CameraName(channel, all), options);
     }
     for (Acquisition& acquisition : acquisitions) {
         acquisition.Start();
@@ -193,14 +198,15 @@ std::vector<GrabResult> Run(const std::vector<host::Channel>& channels, const Re
 
 } // namespace
 
-void Grab(const std::vector<host::Channel>& channels, const RestartAdapter& restart, const Options& options)
+void Grab(const std::vector<host::Channel>& all, const std::vector<host::Channel>& channels,
+          const RestartAdapter& restart, const Options& options)
 {
     CatchEndRequests();
     ContactSheet sheet;
     ImageWriter writer(host::PathOf(options.folder), options.contactSheet.empty() ? nullptr : &sheet);
     std::vector<GrabResult> results;
     try {
-        results = Run(channels, restart, options, writer);
+        results = Run(all, channels, restart, options, writer);
     }
     catch (const NoImage& failure) {
         // The interface does not tell why no image comes.
@@ -215,7 +221,10 @@ void Grab(const std::vector<host::Channel>& channels, const RestartAdapter& rest
         const auto file = host::PathOf(options.contactSheet);
         WriteWholeFile(file, sheet.EncodeAsPng());
         if (!options.json) {
-            std::printf("contact sheet: %s\n", host::TextOf(file).c_str());
+            std::printf("contact sheet: %s%s\n", host::TextOf(file).c_str(),
+                        sheet.Left() == 0
+                            ? ""
+                            : (" (without the last " + std::to_string(sheet.Left()) + " images)").c_str());
         }
     }
     if (options.json) {

@@ -142,12 +142,12 @@ void Perform(const Options& options, const AdapterLibrary& library, const std::v
             return again;
         };
         if (options.channel != "all") {
-            return Grab({FindChannel(channels, options.channel)}, restart, options);
+            return Grab(channels, {FindChannel(channels, options.channel)}, restart, options);
         }
         if (channels.empty()) {
             throw Failure(ExitRefused, kNoCameras);
         }
-        return Grab(channels, restart, options);
+        return Grab(channels, channels, restart, options);
     }
 
     if (options.command == Command::View) {
@@ -158,7 +158,7 @@ void Perform(const Options& options, const AdapterLibrary& library, const std::v
         if (channels.empty()) {
             throw Failure(ExitRefused, kNoCameras);
         }
-        return view::ShowLive(shown.empty() ? channels : shown, options);
+        return view::ShowLive(channels, shown.empty() ? channels : shown, options);
     }
 
     const Channel& channel = FindChannel(channels, options.channel);

@@ -56,7 +56,8 @@ catch (const std::runtime_error& failure) {
 
 } // namespace
 
-void ShowLive(const std::vector<host::Channel>& channels, const camhost::Options& options)
+void ShowLive(const std::vector<host::Channel>& all, const std::vector<host::Channel>& channels,
+              const camhost::Options& options)
 {
     camhost::CatchEndRequests();
     const auto server = Listen(options);
@@ -65,7 +66,7 @@ void ShowLive(const std::vector<host::Channel>& channels, const camhost::Options
     // The last to be made and the first to go: they call the server, and hold what it gave them to answer.
     std::vector<std::unique_ptr<Camera>> cameras;
     for (const host::Channel& channel : channels) {
-        cameras.push_back(std::make_unique<Camera>(channel, camhost::CameraName(channel, channels),
+        cameras.push_back(std::make_unique<Camera>(channel, camhost::CameraName(channel, all),
                                                    [&server] { server->FrameArrived(); }));
         if (channel.Opened()) {
             cameras.back()->Post([camera = cameras.back().get()] { camera->Start({}); });

@@ -8,7 +8,8 @@
 
 namespace maravel::view {
 
-// Serves the page until someone ends the program. Throws Failure.
-void ShowLive(const std::vector<host::Channel>& channels, const camhost::Options& options);
+// Serves the page with some of all channels until someone ends the program. Throws Failure.
+void ShowLive(const std::vector<host::Channel>& all, const std::vector<host::Channel>& channels,
+              const camhost::Options& options);
 
 } // namespace maravel::view

@@ -57,9 +57,14 @@ bool ErrorsGoToTerminal()
     return _isatty(_fileno(stderr)) != 0;
 }
 
+// The code page is the console's: what runs there next finds it as it was.
 void PrepareTerminal()
 {
-    SetConsoleOutputCP(CP_UTF8);
+    static UINT before;
+    before = GetConsoleOutputCP();
+    if (before != 0 && SetConsoleOutputCP(CP_UTF8) != FALSE) {
+        std::atexit([] { SetConsoleOutputCP(before); });
+    }
 }
 
 bool OutputShowsUtf8()
