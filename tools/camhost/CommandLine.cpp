@@ -138,7 +138,8 @@ void AddGrab(CLI::App& app, Options& options, Words& words)
     grab->add_flag("--reconnect", options.reconnect,
                    "Looks for a camera that was lost, by its serial number, and goes on when it is back");
     grab->add_flag("--progress", options.progress, "Tell progress also when not on a terminal");
-    grab->add_option("--contact-sheet", options.contactSheet, "PNG file with a small copy of every image")
+    grab->add_option("--contact-sheet", options.contactSheet,
+                     "PNG file with a small copy of every image, the first 2000 at most")
         ->option_text("FILE");
     AddJson(grab, options);
 }
@@ -238,8 +239,8 @@ void AddCertify(CLI::App& app, Options& options)
                                    "Checks an SDK folder, a camera and the adapter for what they must do");
     certify->footer(
         "Exit codes: 0 no check failed; 1 some did, or a setting could not be put back; 2 wrong arguments.\n"
-        "It changes the camera's settings, acquires images, and puts the settings back; --read-only writes\n"
-        "nothing. docs/certify.md tells why the adapter needs each check and what to do when one fails.");
+        "It changes the camera's settings, acquires images, and puts the settings back; with --read-only it\n"
+        "sets nothing but the packet size, which every start of the adapter does. docs/certify.md tells why the adapter needs each check and what to do when one fails.");
     certify
         ->add_option("--channel", options.channel,
                      "The camera: its index, serial number or identifier; the first one without it")
@@ -257,7 +258,9 @@ void AddCertify(CLI::App& app, Options& options)
         ->option_text("CHECKS");
     certify->add_flag("--list", options.list, "Lists the checks");
     certify->add_flag("--strict", options.strict, "Refusals must have exactly the documented result code");
-    certify->add_flag("--read-only", options.readOnly, "For a line that must not change: writes nothing");
+    certify->add_flag(
+        "--read-only", options.readOnly,
+        "For a line that must not change: sets nothing but the packet size, as every start does");
     certify
         ->add_option("--time,--patience", options.patience,
                      "Seconds after which a check that does not return has failed")
