@@ -1,10 +1,15 @@
 // What the live page's server answers, and what it makes of an image.
 #include "StubCamera.h"
+#include "support/TestPlatform.h"
 #include "view/FeatureCatalogue.h"
 #include "view/Server.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <future>
 #include <numeric>
 #include <set>
 #include <thread>
@@ -113,6 +118,8 @@ TEST_F(ViewServer, RefusesWhatIsNotItsOwnPages)
         {"POST " + kApi + "/0/view", own, R"({"stream":7})", 404},
         {"POST " + kApi + "/0/acquisition", own, R"({"trigger":"often"})", 400},
         {"POST " + kApi + "/0/acquisition", own, R"({"region":{"x":-1}})", 400},
+        {"POST " + kApi + "/0/acquisition", own, R"({"state":"stop"})", 400},
+        {"POST " + kApi + "/0/acquisition", own, R"({"edge":"Falling"})", 400},
         {"GET /metrics", kHost, "", 200},
     };
     for (const Row& row : rows) {
@@ -134,6 +141,12 @@ TEST_F(ViewServer, KeepsToItsSettings)
     EXPECT_EQ(Ask(open, "GET " + kApi, there + "Authorization: Bearer TOKEN\r\n").status, 200);
     EXPECT_EQ(Ask(open, "GET /metrics", there).status, 401);
     EXPECT_EQ(Ask(open, "GET /", "Host: attacker.example:8080\r\n").status, 403);
+
+    const Access usual({"127.0.0.1", 80, false}); // the port that browsers leave out
+    for (const auto& [host, status] :
+         {std::pair("127.0.0.1", 200), {"127.0.0.1:80", 200}, {"127.0.0.1:8", 403}}) {
+        EXPECT_EQ(Ask(usual, "GET /", "Host: " + std::string(host) + "\r\n").status, status) << host;
+    }
 }
 
 TEST_F(ViewServer, RevokesTheTokenOfPictures)
@@ -158,6 +171,36 @@ camhost::Image Make(std::int32_t pixelType, int width, int height, std::vector<s
     image.attributes.pixelType = pixelType;
     image.bytes = std::move(bytes);
     return image;
+}
+
+TEST(ViewLog, IsOfThisRunAndReadInOrder)
+{
+    const test::PrivateMachine machine;
+    const std::filesystem::path file = machine.LogFile();
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file)
+        << "[09:00:00:000 L00001] EnumCameras\n[09:00:00:001 L00001] ShutdownAdapter\n[09:00:00:002 L00001] Exit\n";
+    const auto written = std::filesystem::last_write_time(file);
+    std::filesystem::last_write_time(file, written - std::chrono::hours(1));
+    EXPECT_FALSE(LogWatch([] {}).On()) << "another run's";
+    std::filesystem::last_write_time(file, written);
+    std::promise<void> read;
+    const LogWatch log([&read] { read.set_value(); });
+    ASSERT_TRUE(log.On());
+    read.get_future().wait();
+    struct
+    {
+        std::uint64_t after;
+        std::size_t most;
+        std::vector<std::uint64_t> numbers;
+    } const rows[] = {{0, 9, {1, 2, 3}}, {0, 1, {3}}, {1, 9, {2, 3}}, {1, 1, {2}}, {3, 9, {}}, {7, 9, {}}};
+    for (const auto& row : rows) {
+        std::vector<std::uint64_t> numbers;
+        for (const LogLine& line : log.LinesAfter(row.after, row.most)) {
+            numbers.push_back(line.number);
+        }
+        EXPECT_EQ(numbers, row.numbers) << row.after << " " << row.most;
+    }
 }
 
 TEST(ViewPicture, ShowsExactPixelsOrMeans)

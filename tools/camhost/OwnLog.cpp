@@ -10,15 +10,19 @@ namespace maravel::camhost {
 
 using namespace diagnosis;
 
+bool HasOwnLog()
+{
+    const FileMoment moment = LastChangeOf(OwnLogFile());
+    return ReadLogSwitch().On() && moment.secondsAgo >= 0 && moment.secondsAgo <= SecondsSinceStart() + 1;
+}
+
 OwnLog::OwnLog(const std::set<Frame>& wanted)
 {
-    const std::filesystem::path file = OwnLogFile();
-    const FileMoment moment = LastChangeOf(file);
-    if (!ReadLogSwitch().On() || moment.secondsAgo < 0 || moment.secondsAgo > SecondsSinceStart() + 1) {
+    if (!HasOwnLog()) {
         return;
     }
     try {
-        const LogReport report = ReadLog(file, true, [&](const Entry&, const Match& match) {
+        const LogReport report = ReadLog(OwnLogFile(), true, [&](const Entry&, const Match& match) {
             if (match.message == nullptr || match.message->event != Event::FrameStored) {
                 return;
             }

@@ -11,6 +11,10 @@
 
 namespace maravel::camhost {
 
+// Whether the adapter of this process writes a log: logging is on, and the file is not another run's. Once
+// the adapter was started.
+bool HasOwnLog();
+
 class OwnLog
 {
 public:

@@ -54,7 +54,9 @@ std::string Access::RenewPictureToken()
 
 bool Access::HostIsOurs(const std::string& host) const
 {
-    const std::string port = ":" + std::to_string(settings_.port);
+    // A browser leaves the usual port out.
+    const std::string port =
+        settings_.port == 80 && !host.ends_with(":80") ? "" : ":" + std::to_string(settings_.port);
     for (const char* name : {"127.0.0.1", "localhost", "[::1]"}) {
         if (host == name + port) {
             return true;

@@ -46,6 +46,9 @@ std::string MakeToken();
 // Fills the bytes from the system's generator; false when there is none.
 bool FillRandomly(unsigned char* bytes, std::size_t count);
 
+// Whether a port may be bound that a former run just left. Not where that would let a second program take it.
+bool MayReuseAddress();
+
 // Whether the address is this machine's own.
 bool IsLoopback(const std::string& address);
 

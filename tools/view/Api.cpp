@@ -80,6 +80,7 @@ json Api::ChannelJson(const Camera& camera) const
                     {"state", s.state},
                     {"text", s.text},
                     {"trigger", s.trigger},
+                    {"edge", s.risingEdge ? "rising" : "falling"},
                     {"fetched", s.fetched},
                     {"rate", s.rate},
                     {"cameraRate", s.cameraRate},

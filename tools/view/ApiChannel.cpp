@@ -177,7 +177,13 @@ bool ReadStart(const json& body, StartSettings* settings, std::string* why)
         }
     }
     if (body.contains("edge")) {
-        settings->risingEdge = body["edge"] != "falling";
+        if (body["edge"] != "rising" && body["edge"] != "falling") {
+            return *why = "edge is rising or falling", false;
+        }
+        settings->risingEdge = body["edge"] == "rising";
+    }
+    if (body.contains("state") && body["state"] != "running" && body["state"] != "stopped") {
+        return *why = "state is running or stopped", false;
     }
     if (body.contains("exposure")) {
         const double seconds = body["exposure"].is_number() ? body["exposure"].get<double>() : 0;

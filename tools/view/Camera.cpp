@@ -13,6 +13,7 @@ using camhost::Trigger;
 using host::Outcome;
 
 constexpr std::size_t kMostJobs = 64;
+constexpr double kTicks = 1e9; // in a second, of a camera that does not tell
 
 const char* TriggerName(Trigger trigger)
 {
@@ -263,6 +264,11 @@ void Camera::KeepSettings(camhost::Options* options)
 
 Outcome Camera::Start(const StartSettings& settings)
 try {
+    std::string automatic;
+    if (settings.exposure && ReadIfThere("ExposureAuto", &automatic) && automatic != "Off") {
+        return {false, "The camera sets its exposure itself (ExposureAuto is " + automatic +
+                           "); set ExposureAuto to Off first"};
+    }
     if (const Outcome stopped = Stop(); !stopped) {
         return stopped;
     }
@@ -271,6 +277,8 @@ try {
     options_.exposure = settings.exposure;
     options_.region = settings.region;
     KeepSettings(&options_);
+    const double ticks = NumberOf("GevTimestampTickFrequency").value_or(0);
+    ticks_ = ticks > 0 ? ticks : kTicks;
     acquisition_.emplace(channel_, name_, options_);
     // In the manual mode a start is a trigger, so the first one is left to the button.
     if (options_.trigger != Trigger::Manual) {
@@ -283,6 +291,7 @@ try {
     status_.state = "running";
     status_.text.clear();
     status_.trigger = TriggerName(options_.trigger);
+    status_.risingEdge = options_.risingEdge;
     status_.triggers = status_.imagesOfTriggers = 0;
     return {true, ""};
 }
@@ -301,9 +310,10 @@ Outcome Camera::Stop()
         for (int i = 0; i < 64 && acquisition_ && TakeImage(); ++i) { // what waits is shown still
             ;
         }
-        if (acquisition_) {
-            acquisition_->Stop();
+        if (!acquisition_) {
+            return {false, Status().text};
         }
+        acquisition_->Stop();
     }
     catch (const Failure& failure) {
         outcome = {false, failure.what()};

@@ -50,6 +50,7 @@ struct CameraStatus
     std::string state; // "running", "stopped", "lost" or "failed"
     std::string text;  // why it is not running, or what the adapter had to report
     std::string trigger;
+    bool risingEdge = true;
     std::uint64_t fetched = 0;
     std::uint64_t lostByTime = 0;
     std::uint64_t triggers = 0;         // by the button
@@ -127,7 +128,7 @@ private:
     };
     std::deque<Arrival> arrivals_; // of the latest second or two
     std::uint64_t lostBefore_ = 0; // in earlier starts
-    double ticks_ = 1e9;           // of the camera's clock in a second
+    double ticks_ = 1;             // of the camera's clock in a second
 
     mutable std::mutex mutex_; // guards the fields below
     std::condition_variable changed_;

@@ -1,7 +1,9 @@
 #include "LogWatch.h"
 
+#include "camhost/OwnLog.h"
+
+#include <algorithm>
 #include <chrono>
-#include <iterator>
 #include <system_error>
 
 namespace maravel::view {
@@ -14,7 +16,7 @@ constexpr std::size_t kMostLines = 2000;
 } // namespace
 
 LogWatch::LogWatch(std::function<void()> onNews)
-    : onNews_(std::move(onNews)), on_(ReadLogSwitch().On()), tail_(OwnLogFile())
+    : onNews_(std::move(onNews)), on_(camhost::HasOwnLog()), tail_(OwnLogFile())
 {
     if (on_) {
         thread_ = std::thread([this] { Run(); });
@@ -116,16 +118,12 @@ catch (const std::system_error&) {
 std::vector<LogLine> LogWatch::LinesAfter(std::uint64_t number, std::size_t most) const
 {
     const std::lock_guard lock(mutex_);
-    std::vector<LogLine> lines;
-    for (const LogLine& line : lines_) {
-        if (line.number > number) {
-            lines.push_back(line);
-        }
+    auto first = std::ranges::upper_bound(lines_, number, {}, &LogLine::number);
+    const auto count = std::min(most, static_cast<std::size_t>(lines_.end() - first));
+    if (number == 0) {
+        first = lines_.end() - static_cast<std::ptrdiff_t>(count);
     }
-    if (lines.size() > most) {
-        lines.erase(lines.begin(), std::prev(lines.end(), static_cast<std::ptrdiff_t>(most)));
-    }
-    return lines;
+    return {first, first + static_cast<std::ptrdiff_t>(count)};
 }
 
 std::vector<LogFinding> LogWatch::Findings() const

@@ -48,6 +48,8 @@ public:
     LogWatch& operator=(const LogWatch&) = delete;
 
     bool On() const { return on_; }
+    // The lines behind that number, `most` at most and the oldest first; without a number (0) the newest
+    // ones.
     std::vector<LogLine> LinesAfter(std::uint64_t number, std::size_t most) const;
     std::vector<LogFinding> Findings() const;
     std::map<std::int64_t, FrameCounts> Counts() const; // by channel, over the whole run

@@ -71,7 +71,7 @@ std::vector<std::uint8_t> Shades(std::int32_t pixelType, const Viewport& viewpor
 // The smallest square of the camera's pixels whose means are few enough.
 std::uint32_t ReductionFor(const Rectangle& part, std::uint32_t maxPixels)
 {
-    const std::uint64_t most = std::clamp<std::uint32_t>(maxPixels, 64, 1u << 25);
+    const std::uint64_t most = std::max<std::uint32_t>(maxPixels, 64);
     std::uint32_t r = 1;
     while (std::uint64_t{(part.width + r - 1) / r} * ((part.height + r - 1) / r) > most) {
         ++r;

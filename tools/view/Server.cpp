@@ -166,9 +166,12 @@ protected:
     void Write()
     {
         writing_ = true;
-        stream_.expires_after(kStalledTime);
-        // In one call where the system takes it: by itself the library writes 64 KiB at a time.
-        const auto all = [](const error_code& error, std::size_t) { return error ? 0 : SIZE_MAX; };
+        // In one call where the system takes it: by itself the library writes 64 KiB at a time. Whoever takes
+        // some of it has time for the rest.
+        const auto all = [this](const error_code& error, std::size_t) {
+            stream_.expires_after(kStalledTime);
+            return error ? 0 : SIZE_MAX;
+        };
         asio::async_write(stream_, asio::buffer(out_), all,
                           [self = shared_from_this()](const error_code& error, std::size_t) {
                               self->writing_ = false;
@@ -260,8 +263,9 @@ private:
             statusDue_ = now + kStatusInterval;
         }
         if (logGrew_) {
-            logGrew_ = false;
-            if (const std::string log = api_.LogJson(&lastLine_, &lastFindings_); !log.empty()) {
+            const std::string log = api_.LogJson(&lastLine_, &lastFindings_);
+            logGrew_ = !log.empty(); // there may be more
+            if (logGrew_) {
                 AppendRecord(RecordKind::Log, log, &out_);
             }
         }
@@ -386,6 +390,7 @@ private:
     void Answer(const error_code& error);
     bool BecomeViewer(const Request& request);
     void Send(Reply reply, bool keepAlive);
+    void Write();
 
     Server::Core& core_;
     beast::tcp_stream stream_;
@@ -393,6 +398,7 @@ private:
     beast::flat_buffer buffer_{kMostHead + kMostBody};
     std::optional<Parser> parser_;
     std::optional<http::response<http::string_body>> response_;
+    std::optional<http::response_serializer<http::string_body>> serializer_;
 };
 
 Connection::Connection(tcp::socket socket, Server::Core& core) : core_(core), stream_(std::move(socket))
@@ -479,18 +485,28 @@ bool Connection::BecomeViewer(const Request& request)
 void Connection::Send(Reply reply, bool keepAlive)
 {
     response_.emplace(MakeResponse(std::move(reply), keepAlive));
+    serializer_.emplace(*response_);
+    Write();
+}
+
+// Piece by piece, so that whoever takes one has time for the next.
+void Connection::Write()
+{
     stream_.expires_after(kStalledTime);
-    http::async_write(stream_, *response_,
-                      [self = shared_from_this(), keepAlive](const error_code& error, std::size_t) {
-                          if (error) {
-                              return;
-                          }
-                          if (keepAlive) {
-                              return self->Read();
-                          }
-                          error_code ignored;
-                          self->stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
-                      });
+    http::async_write_some(stream_, *serializer_,
+                           [self = shared_from_this()](const error_code& error, std::size_t) {
+                               if (error) {
+                                   return;
+                               }
+                               if (!self->serializer_->is_done()) {
+                                   return self->Write();
+                               }
+                               if (self->response_->keep_alive()) {
+                                   return self->Read();
+                               }
+                               error_code ignored;
+                               self->stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
+                           });
 }
 
 } // namespace
@@ -554,6 +570,7 @@ Server::Server(const std::string& address, unsigned short port) : core_(std::mak
         const tcp::endpoint endpoint(asio::ip::make_address(address == "localhost" ? "127.0.0.1" : address),
                                      port);
         core_->acceptor.open(endpoint.protocol());
+        core_->acceptor.set_option(tcp::acceptor::reuse_address(MayReuseAddress()));
         core_->acceptor.bind(endpoint);
         core_->acceptor.listen();
     }

@@ -38,8 +38,9 @@ function useStream() {
                 setStatus(next);
             },
             log: next => setLog(before => ({
-                // The server counts from 1 anew when it is another one.
-                lines: (next.lines[0]?.number === 1 ? [] : before.lines).concat(next.lines).slice(-MostLines),
+                // A new connection begins with lines that are known; another server counts from 1 anew.
+                lines: before.lines.filter(line => !(line.number >= next.lines[0]?.number))
+                    .concat(next.lines).slice(-MostLines),
                 findings: next.findings,
             })),
             lost: setLost,

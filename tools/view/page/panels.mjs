@@ -110,8 +110,14 @@ export function Histogram({ camera, picture }) {
 
 export function Window({ camera, picture }) {
     const most = greatest(camera);
-    const [points, setPoints] = useState([0, most]);
-    useEffect(() => setPoints([0, most]), [camera.index, most]);
+    const [points, setPoints] = useState(picture.windowOf === most && picture.window[1] ? picture.window : [0, most]);
+    useEffect(() => {
+        if (picture.windowOf === most) return;
+        setPoints([0, most]); // the points of another depth mean nothing here
+        picture.window = [0, 0];
+        picture.windowOf = most;
+        picture.tell();
+    }, [camera.index, most]);
     if (most === 255) return null;
     const set = (i, value) => {
         const next = i === 0 ? [Math.min(value, points[1] - 1), points[1]] : [points[0], Math.max(value, points[0] + 1)];
@@ -193,7 +199,7 @@ export function Acquire({ camera, readOnly, tell, trigger }) {
             <option value="freerun">free running</option><option value="manual">software trigger</option>
             <option value="hardware-auto">hardware trigger, continuous</option>
             <option value="hardware-semi-auto">hardware trigger, one image</option></select>
-        ${camera.trigger?.startsWith('hardware') && html`<select aria-label="Edge" disabled=${readOnly}
+        ${camera.trigger?.startsWith('hardware') && html`<select aria-label="Edge" disabled=${readOnly} value=${camera.edge}
             onChange=${e => set({ edge: e.target.value })}><option value="rising">rising edge</option>
             <option value="falling">falling edge</option></select>`}
         <button title="S" onClick=${() => saveImage(camera.index, camera.pixelType).then(
@@ -218,7 +224,8 @@ export function Banner({ findings, cameras }) {
 export function Log({ lines, findings, on }) {
     const [search, setSearch] = useState('');
     const [only, setOnly] = useState('all');
-    if (!on) return html`<p class="hint">The adapter's log is switched off in the registry (EnableLog).</p>`;
+    if (!on) return html`<p class="hint">There is no log of this run: it is switched off in the registry
+        (EnableLog), or the adapter cannot write it. 'camhost doctor' tells more.</p>`;
     const word = search.toLowerCase();
     const shown = lines.filter(line => (only === 'all' || line.level === 'error' || line.level === 'warning') &&
         (!word || (line.text + line.means).toLowerCase().includes(word))).slice(-400).reverse();

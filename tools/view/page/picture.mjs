@@ -15,6 +15,7 @@ export class Picture {
         this.scale = 1; // the screen's pixels for one of the camera
         this.centre = [0, 0];
         this.window = [0, 0]; // black and white point; 0: the depth's ends
+        this.windowOf = 0; // the depth's greatest value
         this.stream = 0;
         this.values = null;
         this.onView = () => {};

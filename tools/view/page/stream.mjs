@@ -51,8 +51,9 @@ export async function saveImage(channel, pixelType) {
 
 const HeadBytes = 64;
 
-// Cuts the stream into records, however the network cut it.
-async function readRecords(reader, onRecord) {
+// Cuts the stream into records, however the network cut it. A record may take its time on a slow network, so each
+// piece of one counts as a sign of life.
+async function readRecords(reader, onRecord, alive) {
     let chunk = new Uint8Array(0);
     let at = 0;
     async function take(count) {
@@ -61,6 +62,7 @@ async function readRecords(reader, onRecord) {
             if (at === chunk.length) {
                 const next = await reader.read();
                 if (next.done) throw new Error('The server ended the connection');
+                alive();
                 chunk = next.value;
                 at = 0;
             }
@@ -99,11 +101,10 @@ export async function follow(handlers) {
             const answer = await fetch('/api/v1/stream', { headers: authorization(), signal: abort.signal });
             if (!answer.ok) throw new Error((await answer.json()).error);
             await readRecords(answer.body.getReader(), record => {
-                alive();
                 if (record.kind === 1) handlers.image(record);
                 else if (record.kind === 2) handlers.status(text(record.payload));
                 else if (record.kind === 3) handlers.log(text(record.payload));
-            });
+            }, alive);
         } catch (error) {
             handlers.lost(error.name === 'AbortError' ? 'camhost does not answer' : error.message);
         }

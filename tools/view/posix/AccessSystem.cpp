@@ -12,6 +12,11 @@ bool FillRandomly(unsigned char* bytes, std::size_t count)
     return getrandom(bytes, count, 0) == static_cast<ssize_t>(count);
 }
 
+bool MayReuseAddress()
+{
+    return true;
+}
+
 // What opens it may be missing, or be a program that stays: nobody waits for it.
 void OpenBrowser(const std::string& address)
 {

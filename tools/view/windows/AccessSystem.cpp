@@ -12,6 +12,11 @@ bool FillRandomly(unsigned char* bytes, std::size_t count)
     return BCryptGenRandom(nullptr, bytes, static_cast<ULONG>(count), BCRYPT_USE_SYSTEM_PREFERRED_RNG) == 0;
 }
 
+bool MayReuseAddress()
+{
+    return false;
+}
+
 void OpenBrowser(const std::string& address)
 {
     const std::wstring wide(address.begin(), address.end()); // an address is ASCII
