@@ -291,7 +291,7 @@ const FaultRow kAdapterFaults[] = {
      [](auto& settings) {
          g_kept.clear();
          ALTER_CALLBACK(GetImage, [](auto text, auto index, auto destination, auto status) {
-             g_kept.emplace_back(3U << 19, 'x');
+             g_kept.emplace_back(8U << 20, 'x'); // a busy machine fetches few
              return theirs.GetImage(text, index, destination, status);
          });
      },
