@@ -53,8 +53,13 @@ bool ToMilliseconds(std::string_view text, std::uint32_t* milliseconds)
         return false;
     }
     text.remove_suffix(fine ? 2 : 1);
-    return ToNumber(text, milliseconds) && *milliseconds <= 86'400'000 &&
-           (fine || ((*milliseconds *= 1000) <= 86'400'000));
+    constexpr std::uint32_t kSecondsOfADay = 86'400;
+    const std::uint32_t unit = fine ? 1 : 1000;
+    if (!ToNumber(text, milliseconds) || *milliseconds > kSecondsOfADay * (1000 / unit)) {
+        return false;
+    }
+    *milliseconds *= unit;
+    return true;
 }
 
 struct Form

@@ -83,7 +83,12 @@ struct Feature
     bool IsAvailable() const { return !available || available(); }
     const EnumEntry* FindEntry(const char* entry) const;
     const EnumEntry* FindEntry(std::int64_t value) const;
-    Range<std::int64_t> IntRange() const { return intRangeNow ? intRangeNow() : intRange; }
+    Range<std::int64_t> IntRange() const
+    {
+        // What has one value and cannot be set moves with it.
+        const bool fixed = !writable && intRange.minimum == intRange.maximum;
+        return intRangeNow ? intRangeNow() : fixed ? Range<std::int64_t>{Int(), Int()} : intRange;
+    }
     Range<double> FloatRange() const { return floatRangeNow ? floatRangeNow() : floatRange; }
     std::int64_t Int() const { return intNow ? intNow() : Current().integer; }
     double Float() const { return floatNow ? floatNow() : Current().real; }

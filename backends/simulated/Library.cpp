@@ -120,6 +120,17 @@ void Library::Open(Camera& camera)
     }
 }
 
+template <class Fits>
+bool Library::EndListening(const Fits& fits) MARAVEL_NO_THREAD_SAFETY_ANALYSIS
+{
+    const bool found = std::erase_if(listeners_, fits) > 0;
+    std::erase_if(changes_, fits);
+    while (telling_ && eventThreadId_ != backend::WorkerThread::CurrentThread()) {
+        eventIdle_.Wait(mutex_);
+    }
+    return found;
+}
+
 void Library::Close(Camera& camera, Lock& lock)
 {
     camera.EndCapture(lock);
@@ -134,7 +145,7 @@ void Library::Close(Camera& camera, Lock& lock)
     }
     handles_.Remove(camera.localDeviceHandle);
     handles_.Remove(camera.cameraHandle);
-    std::erase_if(listeners_, [&camera](const InvalidationListener& listener) {
+    EndListening([&camera](const InvalidationListener& listener) {
         return listener.handle == camera.cameraHandle || listener.handle == camera.localDeviceHandle ||
                std::find(camera.streamHandles.begin(), camera.streamHandles.end(), listener.handle) !=
                    camera.streamHandles.end();
@@ -201,13 +212,7 @@ bool Library::StopListening(ZvkHandle_t handle, const char* name, ZvkInvalidatio
     const auto same = [=](const InvalidationListener& known) {
         return known.handle == handle && known.name == name && known.callback == callback;
     };
-    const bool found = std::erase_if(listeners_, same) > 0;
-    std::erase_if(changes_, same);
-    // On return the callback does not run any more, unless it is the caller.
-    while (telling_ && eventThreadId_ != backend::WorkerThread::CurrentThread()) {
-        eventIdle_.Wait(mutex_);
-    }
-    return found;
+    return EndListening(same);
 }
 
 void Library::RunEvents(void* library)

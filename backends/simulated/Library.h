@@ -63,6 +63,10 @@ private:
 
     void Connect(FeatureSet& features, ZvkHandle_t handle, Camera& camera);
     void NoteChange(ZvkHandle_t handle, const char* name);
+    // Forgets the listeners that fit; on return no callback of theirs runs any more, unless it is the caller.
+    // Whether there were any.
+    template <class Fits>
+    bool EndListening(const Fits& fits);
     static void RunEvents(void* library);
     void EventLoop();
 
