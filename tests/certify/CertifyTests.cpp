@@ -215,6 +215,31 @@ TEST_F(CertifyTest, SettingsArePutBack)
     }
 }
 
+// A program left the camera waiting for triggers; the adapter's set-up writes to the other entry, too.
+TEST_F(CertifyTest, TriggersRunFreelyAndArePutBackBehindEveryEntry)
+{
+    const OwnFolder folder("certify");
+    std::string triggered = kCameras;
+    triggered.insert(triggered.find("[[camera.feature]]"), "[camera.values]\nTriggerMode = \"On\"\n");
+    MakeNew();
+    sdk->SimSetDescription(triggered.c_str());
+    certify::Session session(
+        {.sdk = SdkFolder(), .adapter = {}, .camera = {}, .program = {}, .folder = folder.Path()});
+    session.Reach(certify::Stage::Opened);
+    EXPECT_EQ(session.Value("TriggerMode"), "Off");
+    const auto selected = session.Value("TriggerSelector");
+    const std::string other = selected == "FrameStart" ? "AcquisitionStart" : "FrameStart";
+    EXPECT_EQ(session.SetValue("TriggerSelector", other), "");
+    EXPECT_EQ(session.SetValue("TriggerMode", "On"), "");
+    EXPECT_TRUE(session.PutBack().empty());
+    EXPECT_EQ(session.Value("TriggerSelector"), selected);
+    EXPECT_EQ(session.Value("TriggerMode"), "On");
+    session.SetFreeRun();
+    EXPECT_EQ(session.Value("TriggerMode"), "Off");
+    session.SetValue("TriggerSelector", other);
+    EXPECT_EQ(session.Value("TriggerMode"), "Off");
+}
+
 class FaultTest : public CertifyTest, public testing::WithParamInterface<FaultRow>
 {
 };

@@ -176,7 +176,7 @@ std::string OtherValue(const Session& session, const Feature& feature, const std
         std::int64_t maximum = 0;
         CERTIFY_OK(session.Sdk().ZvkFeatureIntRangeQuery(session.Camera(), feature.name.c_str(), &minimum,
                                                          &maximum));
-        return std::to_string(minimum);
+        return std::to_string(static_cast<std::uint64_t>(minimum));
     }
     for (const std::string& entry : session.EntriesOf(feature.name)) {
         if (entry != value && entry != "Once") {

@@ -19,7 +19,7 @@ struct GroupText
 {
     char letter = '?';
     std::string title;
-    std::string level; // "sdk" or "camera"
+    std::string level; // "sdk", "camera" or "adapter"
     std::vector<CheckText> checks;
 };
 

@@ -250,7 +250,7 @@ private:
             else if (message.kind == worker::Message::Kind::Left) {
                 report_.left.push_back(message.text);
             }
-            else if (message.kind == worker::Message::Kind::End) {
+            else if (message.kind == worker::Message::Kind::End && message.result.id == running) {
                 Take(message.result);
                 running.clear();
                 ++done;

@@ -126,7 +126,7 @@ const Check kChecks[] = {
              session.Cameras();
          }
          ZvkHandle_t camera = nullptr;
-         CERTIFY_OK(session.Sdk().ZvkCameraOpen(cameras[0].cameraIdString, ZvkAccessModeFull, &camera));
+         CERTIFY_OK(session.Sdk().ZvkCameraOpen(session.CameraId().c_str(), ZvkAccessModeFull, &camera));
          const auto later = TextsOf(cameras);
          CERTIFY_OK(session.Sdk().ZvkCameraClose(camera));
          CERTIFY(before == later && before == TextsOf(cameras), "a text of the list changed before the stop");

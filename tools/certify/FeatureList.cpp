@@ -132,7 +132,7 @@ const Check kChecks[] = {
     {"E7", Stage::Opened, Effect::Reads,
      [](Session& session) {
          for (const ZvkFeatureInfo_t& info : ListOf(session, session.Camera())) {
-             if (info.featureDataType > ZvkFeatureDataNone) {
+             if (info.featureDataType == ZvkFeatureDataUnknown || info.featureDataType > ZvkFeatureDataNone) {
                  session.Warn(TextOf(info.name) + " has the unknown type " +
                               std::to_string(info.featureDataType));
              }

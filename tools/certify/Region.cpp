@@ -165,7 +165,8 @@ const Check kChecks[] = {
      [](Session& session) {
          const Region region(session);
          const Axis& x = region.x;
-         for (const std::int64_t width : {x.Least(), x.SizeAt(x.Least() + x.Step()), x.SizeAt(x.Most())}) {
+         for (const std::int64_t width :
+              {x.Least(), x.SizeAt(std::min(x.Least() + x.Step(), x.Most())), x.SizeAt(x.Most())}) {
              x.Place(0, width);
              ExpectPayload(session);
          }

@@ -151,7 +151,6 @@ const Check kChecks[] = {
          fs::copy(sdk, folder, fs::copy_options::recursive);
          Settings moved = session.Asked();
          moved.sdk = folder;
-         moved.folder = folder.parent_path();
          Session other(moved);
          try {
              other.Reach(Stage::Adapter);

@@ -217,6 +217,7 @@ int RunAsWorker(const Settings& settings, const std::vector<std::string>& words)
         }
         watchdog.Runs(worker::kSettings);
         PutBackAll(session);
+        session.SetFreeRun();
     }
     watchdog.Runs(worker::kSettings);
     PutBackAll(session);

@@ -18,6 +18,9 @@ constexpr int kRoundsOfPuttingBack = 3;
 constexpr std::pair<const char*, const char*> kFreeRun[] = {{"TriggerMode", "Off"},
                                                             {"AcquisitionMode", "Continuous"}};
 
+constexpr const char* kTriggerSelector = "TriggerSelector";
+constexpr const char* kTriggerFeatures[] = {"TriggerMode", "TriggerSource", "TriggerActivation"};
+
 constexpr const char* kSettingsFile = "settings-before";
 
 std::string TextOfNumber(double value)
@@ -118,11 +121,18 @@ void Session::Open()
     stage_ = Stage::Opened;
     SetCamera(camera);
     RememberSettings();
-    if (!settings_.readOnly) {
-        for (const auto& [name, value] : kFreeRun) {
-            SetValue(name, value);
-        }
+    SetFreeRun();
+}
+
+void Session::SetFreeRun()
+{
+    if (stage_ != Stage::Opened || settings_.readOnly) {
+        return;
     }
+    for (const auto& [name, value] : kFreeRun) {
+        SetValue(name, value);
+    }
+    ReadFeatures(); // what can be read and written follows
 }
 
 void Session::SetCamera(ZvkHandle_t camera)
@@ -392,16 +402,49 @@ void Session::RememberSettings()
     }
     for (const Feature& feature : features_) {
         if (feature.readable && feature.writable) {
-            if (const auto value = Value(feature.name);
-                value && value->find_first_of("\r\n") == std::string::npos) {
-                before_.emplace_back(feature.name, *value);
+            Remember(feature.name, feature.name);
+        }
+    }
+    // The adapter's set-up writes to the entries that are not selected, too.
+    if (const auto selected = Value(kTriggerSelector)) {
+        for (const std::string& entry : EntriesOf(kTriggerSelector)) {
+            SetValue(kTriggerSelector, entry);
+            for (const char* name : kTriggerFeatures) {
+                Remember(name, name + ("[" + entry + "]"));
             }
         }
+        SetValue(kTriggerSelector, *selected);
     }
     std::ofstream file(path); // only now: half of the settings must not pass for all
     for (const auto& [name, value] : before_) {
         file << name << '=' << value << '\n';
     }
+}
+
+void Session::Remember(const std::string& name, const std::string& key)
+{
+    if (const auto value = Value(name); value && value->find_first_of("\r\n") == std::string::npos) {
+        before_.emplace_back(key, *value);
+    }
+}
+
+// Whether the camera had another value.
+bool Session::PutBackOne(const std::string& key, const std::string& value,
+                         std::vector<std::string>& left) const
+{
+    const std::size_t bracket = key.find('[');
+    const std::string name = key.substr(0, bracket);
+    if (bracket != std::string::npos) {
+        SetValue(kTriggerSelector, key.substr(bracket + 1, key.size() - bracket - 2));
+    }
+    if (Value(name) == value) {
+        return false;
+    }
+    const std::string why = SetValue(name, value);
+    if (Value(name) != value) {
+        left.push_back(key + " = " + value + (why.empty() ? "" : ": " + why));
+    }
+    return true;
 }
 
 std::vector<std::string> Session::PutBack()
@@ -413,20 +456,20 @@ std::vector<std::string> Session::PutBack()
         Reach(Stage::Opened);
     }
     std::vector<std::string> left;
-    for (int round = 0; round < kRoundsOfPuttingBack; ++round) {
+    // What is behind the entries of a selector, then the selectors, then what they select.
+    const auto rank = [](const auto& setting) {
+        const std::string& key = setting.first;
+        return key.ends_with(']') ? 0 : key.ends_with("Selector") ? 1 : 2;
+    };
+    std::vector<std::pair<std::string, std::string>> settings(before_.rbegin(), before_.rend());
+    std::ranges::stable_sort(settings, {}, rank);
+    bool changed = true;
+    for (int round = 0; changed && round < kRoundsOfPuttingBack; ++round) {
         left.clear();
-        for (auto setting = before_.rbegin(); setting != before_.rend(); ++setting) {
-            const auto& [name, value] = *setting;
-            if (Value(name) == value) {
-                continue;
-            }
-            const std::string why = SetValue(name, value);
-            if (Value(name) != value) {
-                left.push_back(name + " = " + value + (why.empty() ? "" : ": " + why));
-            }
-        }
-        if (left.empty()) {
-            break;
+        changed = false;
+        for (const auto& setting : settings) {
+            const bool differed = PutBackOne(setting.first, setting.second, left);
+            changed |= differed && rank(setting) != 1; // the first kind moves its selector each time
         }
     }
     return left;

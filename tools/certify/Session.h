@@ -74,6 +74,8 @@ public:
     // Writes back what the camera was set to before the first check of the run, in whatever process that was.
     // Returns what could not be put back, a line each. Needs no stage; throws as Reach does.
     std::vector<std::string> PutBack();
+    // Has an opened camera run freely, as at its opening; for checks that follow a PutBack.
+    void SetFreeRun();
 
     // From Stage::Loaded to Stage::Opened.
     const certify::Sdk& Sdk() const { return *sdk_; }
@@ -124,6 +126,8 @@ private:
     void ReadView();
     void ReadFeatures();
     void RememberSettings();
+    void Remember(const std::string& name, const std::string& key);
+    bool PutBackOne(const std::string& key, const std::string& value, std::vector<std::string>& left) const;
 
     const Settings settings_;
     Stage stage_ = Stage::Folder;
@@ -137,7 +141,9 @@ private:
     std::optional<SdkView> seen_;
     std::unique_ptr<host::AdapterLibrary> adapter_;
     std::vector<host::Channel> channels_;
-    std::vector<std::pair<std::string, std::string>> before_; // name and value, in the camera's order
+    // Keys and values, in the camera's order. A key is a feature's name, or "name[entry]" for what stands
+    // behind an entry of TriggerSelector.
+    std::vector<std::pair<std::string, std::string>> before_;
     std::vector<std::string> warnings_, told_;
 };
 
