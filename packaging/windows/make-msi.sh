@@ -11,10 +11,12 @@ rm -f "$file"
 find "$folder" -exec touch -h -d "@$SOURCE_DATE_EPOCH" {} + # the cabinet keeps the files' times
 fill() { python3 "$here/make-installer.py" "$here/$1" "$folder" "$version"; }
 fill installer.wxs.in >"$file.wxs"
-problems=$(cd "$folder" && at_that_time wixl -a x64 -o "$file" "$file.wxs" 2>&1) # which takes relative paths only
+problems=$(cd "$folder" && at_that_time wixl -a x64 -o "$file" "$file.wxs" 2>&1) || # which takes relative paths only
+    problems+=" (wixl failed)"
 [[ -z $problems ]] || { printf '%s\n' "$problems" >&2; exit 1; } # it warns of words that it does not know, and leaves them out
+fill installer.sql >"$file.sql"
 while IFS= read -r query; do
     at_that_time msibuild "$file" -q "$query" || { printf 'this query failed: %s\n' "$query" >&2; exit 1; }
-done < <(fill installer.sql)
+done <"$file.sql"
 at_that_time msibuild "$file" -s "MaravelAdapterZorvik $version" maravel 'x64;1033' "$(package_code "$version")"
-rm -f "$file.wxs"
+rm -f "$file.wxs" "$file.sql"
