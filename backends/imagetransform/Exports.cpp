@@ -58,16 +58,6 @@ uint64_t SimTransformCallCount(const char* entry)
     return EntryPointCalls().CallCount(entry);
 }
 
-uint32_t SimTransformCalls(char* buffer, uint32_t size)
-{
-    return EntryPointCalls().WriteCalls(buffer, size);
-}
-
-void SimTransformClearCalls()
-{
-    EntryPointCalls().ClearCalls();
-}
-
 void SimTransformUseThreads(uint32_t threads)
 {
     maravel::imagetransform::UseThreads(threads);

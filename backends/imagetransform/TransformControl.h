@@ -22,11 +22,8 @@
     FUNCTION(int32_t, SimTransformReplaceEntry, (const char* entry, void* function)) \
     /* The library's own implementation, for a replacement to forward to; null for an unknown name. */ \
     FUNCTION(void*, SimTransformOriginalEntry, (const char* entry)) \
-    /* Calls since SimTransformClearCalls or SimTransformReset, of one entry point or (null) of all. */ \
+    /* Calls since SimTransformReset, of one entry point or (null) of all. */ \
     FUNCTION(uint64_t, SimTransformCallCount, (const char* entry)) \
-    /* The last 10,000 calls, oldest first, a line each. Returns how many are kept. */ \
-    FUNCTION(uint32_t, SimTransformCalls, (char* buffer, uint32_t size)) \
-    FUNCTION(void, SimTransformClearCalls, (void)) \
     /* Converts with this instruction set from now on, "plain", "ssse3", "avx2" or "avx512vbmi". Not supported: it is \
      * not built, or this processor lacks it. */ \
     FUNCTION(int32_t, SimTransformUseInstructionSet, (const char* name)) \

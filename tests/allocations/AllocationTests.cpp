@@ -86,15 +86,6 @@ protected:
     bool areFramesNamed_ = false;
 };
 
-TEST_F(AllocationTest, NothingIsKept)
-{
-    UseEverything();
-    const std::int64_t alive = allocationsAlive_();
-    UseEverything();
-    EXPECT_EQ(failures_, 0);
-    EXPECT_EQ(allocationsAlive_(), alive);
-}
-
 TEST_F(AllocationTest, BuffersThatAreNoLongerNeededAreFreed)
 {
     UseEverything();

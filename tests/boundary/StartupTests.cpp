@@ -54,18 +54,6 @@ TEST_F(StartupTest, TheProgramsVersionDecidesTheTriggerModel)
     EXPECT_EQ(CountInLog("CheckTriggerModel: Using new trigger model."), 1);
 }
 
-TEST_F(StartupTest, EveryLineCarriesTimeAndSourceLine)
-{
-    Open();
-    const char* const line = R"(\[([01]\d|2[0-3]):[0-5]\d:[0-5]\d:\d\d\d L\d{5}\] [^\n]+)";
-    std::istringstream text(LogText());
-    int count = 0;
-    for (std::string next; std::getline(text, next); ++count) {
-        EXPECT_FALSE(MatchWhole(next, line).empty()) << next;
-    }
-    EXPECT_GT(count, 30);
-}
-
 TEST_F(StartupTest, RegistrySwitchesTheLog)
 {
     struct Row
@@ -137,8 +125,6 @@ TEST_F(StartupTest, InstalledAdaptersAreListed)
     EXPECT_EQ(CountInLog("listAdapters:  Path=C:\\Other 50%s"), 1);
     EXPECT_EQ(CountInLog("listAdapters:  Unterminated=abc"), 1);
     EXPECT_EQ(CountInLog("listAdapters:  Version=4294967295"), 1);
-    EXPECT_LE(CountInLog("listAdapters:  Text=" + std::string(995, 'x')),
-              1); // a message ends there, if it is listed
     EXPECT_EQ(LogText().find("Blob"), std::string::npos);
 }
 

@@ -24,68 +24,35 @@ VideoChannelDescriptor theirs; // as the adapter filled it
 std::deque<std::vector<char>> g_kept;
 std::atomic<int> g_inside;
 
-// Threads that nobody ends.
-class Lingerers
-{
-public:
-    ~Lingerers() { End(); }
-    void Add()
-    {
-        ended_ = false;
-        threads_.emplace_back([this] {
-            while (!ended_) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-        });
-    }
-    void End()
-    {
-        ended_ = true;
-        for (std::thread& thread : threads_) {
-            thread.join();
-        }
-        threads_.clear();
-    }
-
-private:
-    std::atomic<bool> ended_ = false;
-    std::vector<std::thread> threads_;
-} g_lingerers;
+Lingerers g_lingerers;
 
 const FaultRow kAdapterFaults[] = {
     {"P1",
-     [](auto& settings) { settings.adapter = host::TextOf(settings.sdk / "bin" / certify::kRuntimeFile); },
-     {}},
+     [](auto& settings) { settings.adapter = host::TextOf(settings.sdk / "bin" / certify::kRuntimeFile); }},
     {"P2",
-     [](auto& settings) { ALTER(if (channel.channelID == 1) std::strcpy(channel.serialNumber, "7");); },
-     {}},
-    {"P3",
-     [](auto& settings) { ALTER(if (channel.structSize == 608) channel.GetFeatureName = nullptr;); },
-     {}},
-    {"P4", [](auto& settings) { ALTER(channel.hostData608[3] = 0;); }, {}},
-    {"P5", [](auto& settings) { ALTER(channel.exposureTime *= 1000;); }, {}},
-    {"P6", [](auto& settings) { ALTER(std::strcpy(channel.label, "Zorvik/Other: Slow");); }, {}},
+     [](auto& settings) { ALTER(if (channel.channelID == 1) std::strcpy(channel.serialNumber, "7");); }},
+    {"P3", [](auto& settings) { ALTER(if (channel.structSize == 608) channel.GetFeatureName = nullptr;); }},
+    {"P4", [](auto& settings) { ALTER(channel.hostData608[3] = 0;); }},
+    {"P5", [](auto& settings) { ALTER(channel.exposureTime *= 1000;); }},
+    {"P6", [](auto& settings) { ALTER(std::strcpy(channel.label, "Zorvik/Other: Slow");); }},
     {"P7",
      [](auto& settings) {
          ALTER_CALLBACK(ReadValue, [](auto text, auto index, auto name, auto value) {
              return name == nullptr ? MARAVEL_SUCCESS : theirs.ReadValue(text, index, name, value);
          });
-     },
-     {}},
+     }},
     {"P8",
      [](auto& settings) {
          ALTER_CALLBACK(ReadValue, [](auto text, auto index, auto name, auto value) {
              return theirs.ReadValue(text, index < 0 ? 0 : index, name, value);
          });
-     },
-     {}},
+     }},
     {"P9",
      [](auto& settings) {
          ALTER_CALLBACK(GetFeatureName, [](auto text, auto index, auto place, auto name) {
              return theirs.GetFeatureName(text, index, place + 1, name);
          });
-     },
-     {}},
+     }},
     {"P10",
      [](auto& settings) {
          ALTER_CALLBACK(GetFeatureType, [](auto text, auto index, auto name, auto type) {
@@ -95,45 +62,39 @@ const FaultRow kAdapterFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
     {"P11",
      [](auto& settings) {
          ALTER_CALLBACK(GetFeatureAttr, [](auto text, auto index, auto name, auto kind, auto value) {
              const bool wrong = Is(name, "Counter") && kind == FeatureAttrReadable;
              return theirs.GetFeatureAttr(text, index, wrong ? "AcquisitionStart" : name, kind, value);
          });
-     },
-     {}},
+     }},
     {"P12",
      [](auto& settings) {
          ALTER_CALLBACK(GetValidEnum, [](auto text, auto index, auto name, auto place, auto entry) {
              return theirs.GetValidEnum(text, index, name, Is(name, "Filter") ? place + 1 : place, entry);
          });
-     },
-     {}},
+     }},
     {"P13",
      [](auto& settings) {
          ALTER_CALLBACK(ReadValue, [](auto text, auto index, auto name, auto value) {
              return theirs.ReadValue(text, index, Is(name, "Lens") ? "Filter" : name, value);
          });
-     },
-     {}},
+     }},
     {"P14",
      [](auto& settings) {
          ALTER_CALLBACK(WriteValue, [](auto text, auto index, auto name, auto value) {
              return Is(name, "Counter") && value != nullptr ? MARAVEL_SUCCESS
                                                             : theirs.WriteValue(text, index, name, value);
          });
-     },
-     {}},
+     }},
     {"P15",
      [](auto& settings) {
          ALTER_CALLBACK(ExecuteCommand, [](auto text, auto index, auto name) {
              return Is(name, "Width") ? MARAVEL_SUCCESS : theirs.ExecuteCommand(text, index, name);
          });
-     },
-     {}},
+     }},
 
     {"Q1",
      [](auto& settings) {
@@ -142,8 +103,7 @@ const FaultRow kAdapterFaults[] = {
              ++attributes->pitch;
              return result;
          });
-     },
-     {}},
+     }},
     {"Q2",
      [](auto& settings) {
          ALTER_CALLBACK(StartAcquisition, [](auto text, auto index) {
@@ -151,8 +111,7 @@ const FaultRow kAdapterFaults[] = {
              std::this_thread::sleep_for(std::chrono::milliseconds(5));
              return theirs.StartAcquisition(text, index);
          });
-     },
-     {}},
+     }},
     {"Q3",
      [](auto& settings) {
          ALTER_CALLBACK(SetupCommonParams, [](auto text, auto index, auto params) {
@@ -160,8 +119,7 @@ const FaultRow kAdapterFaults[] = {
              others.acqTriggered = 0;
              return theirs.SetupCommonParams(text, index, &others);
          });
-     },
-     {}},
+     }},
     {"Q4",
      [](auto& settings) {
          ALTER_CALLBACK(SetupCommonParams, [](auto text, auto index, auto params) {
@@ -169,8 +127,7 @@ const FaultRow kAdapterFaults[] = {
              others.roiwidth = others.roiwidth > 64 ? 32 : others.roiwidth;
              return theirs.SetupCommonParams(text, index, &others);
          });
-     },
-     {}},
+     }},
     {"Q5",
      [](auto& settings) {
          ALTER(
@@ -186,8 +143,7 @@ const FaultRow kAdapterFaults[] = {
                      }
                      return theirs.GetImage(text, index, destination, status);
                  };);
-     },
-     {}},
+     }},
     {"Q6",
      [](auto& settings) {
          ALTER_CALLBACK(GetImageAttributes, [](auto text, auto index, auto attributes, auto status) {
@@ -195,8 +151,7 @@ const FaultRow kAdapterFaults[] = {
              attributes->timestamp = 7;
              return result;
          });
-     },
-     {}},
+     }},
     {"Q7",
      [](auto& settings) {
          ALTER(
@@ -213,8 +168,7 @@ const FaultRow kAdapterFaults[] = {
                      }
                      return result;
                  };);
-     },
-     {}},
+     }},
     {"Q8",
      [](auto& settings) {
          ALTER_CALLBACK(GetImageAttributes, [](auto text, auto index, auto attributes, auto status) {
@@ -222,25 +176,21 @@ const FaultRow kAdapterFaults[] = {
              attributes->timestamp += static_cast<std::uint64_t>(++memory.calls);
              return result;
          });
-     },
-     {}},
+     }},
     {"Q9",
      [](auto&) {
          REPLACE(ZvkCaptureStart, [](auto handle) {
              return ++memory.calls > 15 ? ZvkErrorResources : own.ZvkCaptureStart(handle);
          });
-     },
-     {}},
+     }},
     {"Q10",
      [](auto& settings) {
          ALTER(char text[MARAVEL_TEXT_SIZE]; if (++memory.calls > 2) // there are two cameras
                                              channel.StopAcquisition(text, 0););
-     },
-     {}},
+     }},
 
     {"R1",
-     [](auto& settings) { ALTER_CALLBACK(ReleaseVideoChannel, [](auto, auto) { return MARAVEL_SUCCESS; }); },
-     {}},
+     [](auto& settings) { ALTER_CALLBACK(ReleaseVideoChannel, [](auto, auto) { return MARAVEL_SUCCESS; }); }},
     {"R2",
      [](auto& settings) {
          ALTER(
@@ -253,9 +203,8 @@ const FaultRow kAdapterFaults[] = {
                  [](auto text, auto index) {
                      return memory.flag ? MARAVEL_FAILURE : theirs.StartAcquisition(text, index);
                  };);
-     },
-     {}},
-    {"R3", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(name, "TriggerActivation"), ZvkErrorIO); }, {}},
+     }},
+    {"R3", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(name, "TriggerActivation"), ZvkErrorIO); }},
     {"R4",
      [](auto&) {
          REPLACE(ZvkCaptureStart, [](auto handle) {
@@ -269,8 +218,7 @@ const FaultRow kAdapterFaults[] = {
                  own.ZvkShutdown();
              }
          });
-     },
-     {}},
+     }},
     {"R5",
      [](auto& settings) {
          ALTER_CALLBACK(ReadValue, [](auto text, auto index, auto name, auto value) {
@@ -280,13 +228,11 @@ const FaultRow kAdapterFaults[] = {
              --g_inside;
              return alone ? result : MARAVEL_FAILURE;
          });
-     },
-     {}},
+     }},
     {"R6",
      [](auto& settings) {
          ALTER(channel.openResult = camhost::Variable("ZORVIK_HOME").size() > 190 ? 1 : 0;);
-     },
-     {}},
+     }},
     {"R7",
      [](auto& settings) {
          g_kept.clear();
@@ -294,20 +240,17 @@ const FaultRow kAdapterFaults[] = {
              g_kept.emplace_back(8U << 20, 'x'); // a busy machine fetches few
              return theirs.GetImage(text, index, destination, status);
          });
-     },
-     {}},
+     }},
     {"R8",
      [](auto& settings) {
          g_kept.clear();
          ALTER(g_kept.emplace_back(16U << 20, 'x'););
-     },
-     {}},
+     }},
     {"R9",
      [](auto& settings) {
          g_lingerers.End();
          ALTER(g_lingerers.Add(););
-     },
-     {}},
+     }},
     {"R10",
      [](auto& settings) {
          g_lingerers.End();

@@ -72,9 +72,8 @@ const FaultRow kCameraFaults[] = {
          REPLACE(ZvkFeatureStringGet, [](auto handle, auto name, auto buffer, auto size, auto length) {
              return own.ZvkFeatureStringGet(handle, name, buffer, size - (size < 64 ? 1 : 0), length);
          });
-     },
-     {}},
-    {"I2", [](auto&) { FORGIVE(ZvkFeatureStringGet, ZvkErrorMoreData); }, {}},
+     }},
+    {"I2", [](auto&) { FORGIVE(ZvkFeatureStringGet, ZvkErrorMoreData); }},
     {"I3",
      [](auto&) {
          REPLACE(ZvkFeatureStringGet, [](auto handle, auto name, auto buffer, auto size, auto length) {
@@ -82,24 +81,21 @@ const FaultRow kCameraFaults[] = {
              *length = 0;
              return result;
          });
-     },
-     {}},
-    {"I4",
-     [](auto&) { GIVE(ZvkFeatureStringSet, Is(name, "Note") && Is(value, "A1"), ZvkErrorSuccess); },
-     {}},
-    {"I5", [](auto&) { CHANGE_TEXT(text = text.substr(0, 32)); }, {}},
+     }},
+    {"I4", [](auto&) { GIVE(ZvkFeatureStringSet, Is(name, "Note") && Is(value, "A1"), ZvkErrorSuccess); }},
+    {"I5", [](auto&) { CHANGE_TEXT(text = text.substr(0, 32)); }},
     {"I6",
      [](auto&) {
          CHANGE_TEXT(std::ranges::replace_if(
              text, [](char letter) { return letter < 0; }, '?'));
-     },
-     {}},
+     }},
     {"I7",
-     [](auto&) { GIVE(ZvkFeatureStringSet, Is(name, "DeviceVersion") && value != nullptr, ZvkErrorSuccess); },
-     {}},
-    {"I8", [](auto&) { GIVE(ZvkFeatureBoolSet, Is(name, "ReverseX") && value != 0, ZvkErrorSuccess); }, {}},
-    {"I9", [](auto&) { GIVE(ZvkFeatureBoolSet, Is(name, "LineStatus") && value < 2, ZvkErrorSuccess); }, {}},
-    {"I10", [](auto&) { COMMAND_GIVES("TimestampLatch", ZvkErrorIO); }, {}},
+     [](auto&) {
+         GIVE(ZvkFeatureStringSet, Is(name, "DeviceVersion") && value != nullptr, ZvkErrorSuccess);
+     }},
+    {"I8", [](auto&) { GIVE(ZvkFeatureBoolSet, Is(name, "ReverseX") && value != 0, ZvkErrorSuccess); }},
+    {"I9", [](auto&) { GIVE(ZvkFeatureBoolSet, Is(name, "LineStatus") && value < 2, ZvkErrorSuccess); }},
+    {"I10", [](auto&) { COMMAND_GIVES("TimestampLatch", ZvkErrorIO); }},
     {"I11",
      [](auto&) {
          REPLACE(ZvkFeatureCommandIsDone, [](auto handle, auto name, auto done) {
@@ -109,47 +105,43 @@ const FaultRow kCameraFaults[] = {
              }
              return result;
          });
-     },
-     {}},
-    {"I12", [](auto&) { COMMAND_GIVES("TriggerSoftware", ZvkErrorSuccess); }, {}},
-    {"I13", [](auto&) { COMMAND_GIVES("Width", ZvkErrorSuccess); }, {}},
+     }},
+    {"I12", [](auto&) { COMMAND_GIVES("TriggerSoftware", ZvkErrorSuccess); }},
+    {"I13", [](auto&) { COMMAND_GIVES("Width", ZvkErrorSuccess); }},
     {"I14",
      [](auto&) {
          REPLACE(ZvkFeatureIntGet, [](auto handle, auto name, auto value) {
              return own.ZvkFeatureIntGet(handle, Is(name, "AcquisitionStart") ? "Width" : name, value);
          });
-     },
-     {}},
+     }},
 
-    {"J1", [](auto&) { UNREADABLE("Width"); }, {}},
-    {"J2", [](auto&) { UNREADABLE("Height"); }, {}},
-    {"J3", [](auto&) { UNREADABLE("PixelFormat"); }, {}},
-    {"J4", [](auto&) { UNREADABLE("PayloadSize"); }, {}},
-    {"J5", [](auto&) { UNREADABLE("AcquisitionMode"); }, {}},
-    {"J6", [](auto&) { CHANGE_INFO("AcquisitionStart", info.name = "Start"); }, {}},
-    {"J7", [](auto&) { CHANGE_INFO("AcquisitionStop", info.name = "Stop"); }, {}},
+    {"J1", [](auto&) { UNREADABLE("Width"); }},
+    {"J2", [](auto&) { UNREADABLE("Height"); }},
+    {"J3", [](auto&) { UNREADABLE("PixelFormat"); }},
+    {"J4", [](auto&) { UNREADABLE("PayloadSize"); }},
+    {"J5", [](auto&) { UNREADABLE("AcquisitionMode"); }},
+    {"J6", [](auto&) { CHANGE_INFO("AcquisitionStart", info.name = "Start"); }},
+    {"J7", [](auto&) { CHANGE_INFO("AcquisitionStop", info.name = "Stop"); }},
     {"J8",
      [](auto&) {
          REPLACE(ZvkFeatureStringGet, [](auto handle, auto name, auto buffer, auto size, auto length) {
              return own.ZvkFeatureStringGet(handle, Is(name, "DeviceModelName") ? "DeviceUserID" : name,
                                             buffer, size, length);
          });
-     },
-     {}},
-    {"J9", [](auto&) { GIVE(ZvkFeatureFloatGet, Is(name, "ExposureTime"), ZvkErrorIO); }, {}},
+     }},
+    {"J9", [](auto&) { GIVE(ZvkFeatureFloatGet, Is(name, "ExposureTime"), ZvkErrorIO); }},
     {"J10",
      [](auto&) {
          REPLACE(ZvkFeatureFloatRangeQuery, [](auto handle, auto name, auto minimum, auto maximum) {
              return own.ZvkFeatureFloatRangeQuery(handle, Is(name, "ExposureTime") ? "Sharpness" : name,
                                                   minimum, maximum);
          });
-     },
-     {}},
-    {"J11", [](auto&) { RENAME_ENTRIES("TriggerMode"); }, {}},
-    {"J12", [](auto&) { RENAME_ENTRIES("TriggerSource"); }, {}},
-    {"J13", [](auto&) { RENAME_ENTRIES("TriggerSelector"); }, {}},
-    {"J14", [](auto&) { RENAME_ENTRIES("TriggerActivation"); }, {}},
-    {"J15", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "OffsetX") && value == 0, ZvkErrorSuccess); }, {}},
+     }},
+    {"J11", [](auto&) { RENAME_ENTRIES("TriggerMode"); }},
+    {"J12", [](auto&) { RENAME_ENTRIES("TriggerSource"); }},
+    {"J13", [](auto&) { RENAME_ENTRIES("TriggerSelector"); }},
+    {"J14", [](auto&) { RENAME_ENTRIES("TriggerActivation"); }},
+    {"J15", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "OffsetX") && value == 0, ZvkErrorSuccess); }},
     {"J16",
      [](auto&) {
          REPLACE(ZvkFeatureIntGet, [](auto handle, auto name, auto value) {
@@ -157,8 +149,7 @@ const FaultRow kCameraFaults[] = {
              *value += Is(name, "Width") ? 8 : 0;
              return result;
          });
-     },
-     {}},
+     }},
     {"J17",
      [](auto&) {
          REPLACE(ZvkFeatureIntRangeQuery, [](auto handle, auto name, auto minimum, auto maximum) {
@@ -166,9 +157,8 @@ const FaultRow kCameraFaults[] = {
              *maximum += Is(name, "Width") ? 8 : 0;
              return result;
          });
-     },
-     {}},
-    {"J18", [](auto&) { CHANGE_INFO("Gamma", info.featureDataType = ZvkFeatureDataInt); }, {}},
+     }},
+    {"J18", [](auto&) { CHANGE_INFO("Gamma", info.featureDataType = ZvkFeatureDataInt); }},
     {"J19",
      [](auto&) {
          REPLACE(ZvkFeatureEnumAsInt, [](auto handle, auto name, auto entry, auto number) {
@@ -178,8 +168,7 @@ const FaultRow kCameraFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
     {"J20",
      [](auto&) {
          REPLACE(ZvkFeatureEnumSet, [](auto handle, auto name, auto entry) {
@@ -188,10 +177,9 @@ const FaultRow kCameraFaults[] = {
              }
              return own.ZvkFeatureEnumSet(handle, name, entry);
          });
-     },
-     {}},
+     }},
 
-    {"K1", [](auto&) { SHORT_PAYLOAD("Mono12", 64); }, {}},
+    {"K1", [](auto&) { SHORT_PAYLOAD("Mono12", 64); }},
     {"K2",
      [](auto&) {
          REPLACE(ZvkPayloadSizeGet, [](auto handle, auto bytes) {
@@ -200,22 +188,19 @@ const FaultRow kCameraFaults[] = {
              *bytes = static_cast<std::uint32_t>(memory.calls);
              return result;
          });
-     },
-     {}},
-    {"K3", [](auto&) { SHORT_PAYLOAD("Mono8", 24); }, {}},
-    {"K4", [](auto&) { CHANGE_FRAME(arrived->height -= arrived->width == 64 ? 1 : 0); }, {}},
+     }},
+    {"K3", [](auto&) { SHORT_PAYLOAD("Mono8", 24); }},
+    {"K4", [](auto&) { CHANGE_FRAME(arrived->height -= arrived->width == 64 ? 1 : 0); }},
     {"K5",
      [](auto&) {
          CHANGE_FRAME(arrived->receiveStatus -= arrived->offsetX == 0 && arrived->width == 16 ? 1 : 0);
-     },
-     {}},
+     }},
     {"K6",
      [](auto&) {
          REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
              return own.ZvkFeatureIntSet(handle, name, Is(name, "Width") ? value / 8 * 8 : value);
          });
-     },
-     {}},
+     }},
     {"K7",
      [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "OffsetY") && value == 12, ZvkErrorSuccess); },
      {"K9"}},
@@ -228,11 +213,10 @@ const FaultRow kCameraFaults[] = {
              }
              return result;
          });
-     },
-     {}},
-    {"K9", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "OffsetX") && value == 12, ZvkErrorSuccess); }, {}},
-    {"K10", [](auto&) { FORGIVE(ZvkFeatureIntSet, ZvkErrorInvalidAccess); }, {}},
-    {"K11", [](auto&) { CHANGE_FRAME(arrived->offsetX = 0); }, {}},
+     }},
+    {"K9", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "OffsetX") && value == 12, ZvkErrorSuccess); }},
+    {"K10", [](auto&) { FORGIVE(ZvkFeatureIntSet, ZvkErrorInvalidAccess); }},
+    {"K11", [](auto&) { CHANGE_FRAME(arrived->offsetX = 0); }},
     {"K12",
      [](auto&) {
          REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
@@ -242,8 +226,7 @@ const FaultRow kCameraFaults[] = {
                         ? ZvkErrorIO
                         : own.ZvkFeatureIntSet(handle, name, value);
          });
-     },
-     {}},
+     }},
 };
 
 } // namespace

@@ -24,7 +24,7 @@ struct FaultRow
     // Called before each check of the group, when the SDK is as new. What it changes in the settings is where
     // the check looks for the SDK.
     void (*install)(certify::Settings& settings);
-    std::set<std::string> others; // checks that may fail too
+    std::set<std::string> others = {}; // checks that may fail too
 };
 
 inline std::ostream& operator<<(std::ostream& out, const FaultRow& row)
@@ -52,6 +52,34 @@ struct Memory
     char text[16] = "one";
 };
 inline Memory memory;
+
+// Threads that nobody ends.
+class Lingerers
+{
+public:
+    ~Lingerers() { End(); }
+    void Add()
+    {
+        ended_ = false;
+        threads_.emplace_back([this] {
+            while (!ended_) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        });
+    }
+    void End()
+    {
+        ended_ = true;
+        for (std::thread& thread : threads_) {
+            thread.join();
+        }
+        threads_.clear();
+    }
+
+private:
+    std::atomic<bool> ended_ = false;
+    std::vector<std::thread> threads_;
+};
 
 SimStateInfo State();
 

@@ -38,17 +38,17 @@ const FaultRow kFeatureFaults[] = {
      },
      {"E2", "E3"}},
     {"E2",
-     [](auto&) { REPLACE_LIST([](auto*, auto length, auto* found) { *found -= *found == length ? 1 : 0; }); },
-     {}},
-    {"E3", [](auto&) { FORGIVE(ZvkFeaturesList, ZvkErrorMoreData); }, {}},
+     [](auto&) {
+         REPLACE_LIST([](auto*, auto length, auto* found) { *found -= *found == length ? 1 : 0; });
+     }},
+    {"E3", [](auto&) { FORGIVE(ZvkFeaturesList, ZvkErrorMoreData); }},
     {"E4",
      [](auto&) {
          REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto) {
              return own.ZvkFeaturesList(handle, list, length, found, sizeof(ZvkFeatureInfo_t));
          });
-     },
-     {}},
-    {"E5", [](auto&) { REPLACE_LIST([](auto* list, auto, auto*) { list[1].name = list[0].name; }); }, {}},
+     }},
+    {"E5", [](auto&) { REPLACE_LIST([](auto* list, auto, auto*) { list[1].name = list[0].name; }); }},
     {"E6",
      [](auto&) {
          REPLACE_LIST([](auto* list, auto, auto*) {
@@ -56,9 +56,8 @@ const FaultRow kFeatureFaults[] = {
                  std::swap(list[0], list[1]);
              }
          });
-     },
-     {}},
-    {"E7", [](auto&) { REPLACE_LIST([](auto* list, auto, auto*) { list[0].featureDataType = 42; }); }, {}},
+     }},
+    {"E7", [](auto&) { REPLACE_LIST([](auto* list, auto, auto*) { list[0].featureDataType = 42; }); }},
     {"E8",
      [](auto&) {
          REPLACE_LIST([](auto* list, auto, auto*) {
@@ -67,24 +66,21 @@ const FaultRow kFeatureFaults[] = {
                  std::strcpy(memory.text, "two");
              }
          });
-     },
-     {}},
+     }},
     {"E9",
      [](auto&) {
          REPLACE(ZvkFeatureAccessQuery, [](auto handle, auto name, auto readable, auto writable) {
              return Is(name, "Counter") ? ZvkErrorIO
                                         : own.ZvkFeatureAccessQuery(handle, name, readable, writable);
          });
-     },
-     {}},
+     }},
     {"E10",
      [](auto&) {
          REPLACE(ZvkFeatureAccessQuery, [](auto handle, auto name, auto readable, auto writable) {
              return Is(name, "NoSuchFeature") ? ZvkErrorSuccess
                                               : own.ZvkFeatureAccessQuery(handle, name, readable, writable);
          });
-     },
-     {}},
+     }},
     {"E11",
      [](auto&) {
          REPLACE(ZvkFeatureAccessQuery, [](auto handle, auto name, auto readable, auto writable) {
@@ -94,8 +90,7 @@ const FaultRow kFeatureFaults[] = {
              }
              return own.ZvkFeatureAccessQuery(handle, text.c_str(), readable, writable);
          });
-     },
-     {}},
+     }},
     {"E12",
      [](auto&) {
          REPLACE(ZvkFeaturesList, [](auto handle, auto list, auto length, auto found, auto size) {
@@ -105,8 +100,7 @@ const FaultRow kFeatureFaults[] = {
              return handle == stream ? ZvkErrorNotSupported
                                      : own.ZvkFeaturesList(handle, list, length, found, size);
          });
-     },
-     {}},
+     }},
 
     {"F1",
      [](auto&) {
@@ -117,8 +111,7 @@ const FaultRow kFeatureFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
     {"F2",
      [](auto&) {
          REPLACE(ZvkFeatureIntRangeQuery, [](auto handle, auto name, auto minimum, auto maximum) {
@@ -127,18 +120,17 @@ const FaultRow kFeatureFaults[] = {
          });
      },
      {"F1"}},
-    {"F3", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value == 1, ZvkErrorSuccess); }, {}},
-    {"F4", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value == 10, ZvkErrorIO); }, {}},
-    {"F5", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value == 5, ZvkErrorIO); }, {}},
-    {"F6", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value < 1, ZvkErrorSuccess); }, {}},
+    {"F3", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value == 1, ZvkErrorSuccess); }},
+    {"F4", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value == 10, ZvkErrorIO); }},
+    {"F5", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value == 5, ZvkErrorIO); }},
+    {"F6", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "Counter") && value < 1, ZvkErrorSuccess); }},
     {"F7",
      [](auto&) {
          REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {
              return own.ZvkFeatureIntSet(handle, name, Is(name, "Counter") && value > 10 ? 10 : value);
          });
-     },
-     {}},
-    {"F8", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "WidthMax"), ZvkErrorSuccess); }, {}},
+     }},
+    {"F8", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "WidthMax"), ZvkErrorSuccess); }},
     {"F9",
      [](auto&) {
          REPLACE(ZvkFeatureFloatGet, [](auto handle, auto name, auto value) {
@@ -148,9 +140,8 @@ const FaultRow kFeatureFaults[] = {
              *value = 5;
              return ZvkErrorSuccess;
          });
-     },
-     {}},
-    {"F10", [](auto&) { GIVE(ZvkFeatureIntGet, value == nullptr, ZvkErrorSuccess); }, {}},
+     }},
+    {"F10", [](auto&) { GIVE(ZvkFeatureIntGet, value == nullptr, ZvkErrorSuccess); }},
 
     {"G1",
      [](auto&) {
@@ -161,30 +152,25 @@ const FaultRow kFeatureFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
     {"G2",
      [](auto&) {
          REPLACE(ZvkFeatureFloatRangeQuery, [](auto handle, auto name, auto minimum, auto maximum) {
              return Is(name, "Temperature") ? own.ZvkFeatureFloatRangeQuery(handle, name, maximum, minimum)
                                             : own.ZvkFeatureFloatRangeQuery(handle, name, minimum, maximum);
          });
-     },
-     {}},
-    {"G3", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && value == 1, ZvkErrorSuccess); }, {}},
-    {"G4", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && value == 10, ZvkErrorIO); }, {}},
-    {"G5", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && value == 5.5, ZvkErrorSuccess); }, {}},
+     }},
+    {"G3", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && value == 1, ZvkErrorSuccess); }},
+    {"G4", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && value == 10, ZvkErrorIO); }},
+    {"G5", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && value == 5.5, ZvkErrorSuccess); }},
     {"G6",
      [](auto&) {
          GIVE(ZvkFeatureFloatSet, Is(name, "Level") && (value > 10 || value < 1) && std::isfinite(value),
               ZvkErrorSuccess);
-     },
-     {}},
-    {"G7",
-     [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && std::isnan(value), ZvkErrorSuccess); },
-     {}},
-    {"G8", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Temperature"), ZvkErrorSuccess); }, {}},
-    {"G9", [](auto&) { GIVE(ZvkFeatureFloatGet, value == nullptr, ZvkErrorSuccess); }, {}},
+     }},
+    {"G7", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Level") && std::isnan(value), ZvkErrorSuccess); }},
+    {"G8", [](auto&) { GIVE(ZvkFeatureFloatSet, Is(name, "Temperature"), ZvkErrorSuccess); }},
+    {"G9", [](auto&) { GIVE(ZvkFeatureFloatGet, value == nullptr, ZvkErrorSuccess); }},
 
     {"H1",
      [](auto&) {
@@ -203,8 +189,7 @@ const FaultRow kFeatureFaults[] = {
              const ZvkError_t result = own.ZvkFeatureEnumRangeQuery(handle, name, entries, length, found);
              return result == ZvkErrorMoreData && Is(name, "Filter") ? ZvkErrorSuccess : result;
          });
-     },
-     {}},
+     }},
     {"H3",
      [](auto&) {
          REPLACE(ZvkFeatureEnumRangeQuery, [](auto handle, auto name, auto entries, auto length, auto found) {
@@ -233,24 +218,19 @@ const FaultRow kFeatureFaults[] = {
              }
              return result;
          });
-     },
-     {}},
-    {"H6", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(value, "Blue"), ZvkErrorSuccess); }, {}},
-    {"H7", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(value, "Infrared"), ZvkErrorSuccess); }, {}},
+     }},
+    {"H6", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(value, "Blue"), ZvkErrorSuccess); }},
+    {"H7", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(value, "Infrared"), ZvkErrorSuccess); }},
     {"H8",
-     [](auto&) { GIVE(ZvkFeatureEnumSet, Is(name, "Filter") && Is(value, "NoSuchEntry"), ZvkErrorSuccess); },
-     {}},
+     [](auto&) { GIVE(ZvkFeatureEnumSet, Is(name, "Filter") && Is(value, "NoSuchEntry"), ZvkErrorSuccess); }},
     {"H9",
      [](auto&) {
          REPLACE(ZvkFeatureEnumAsInt, [](auto handle, auto name, auto entry, auto number) {
              return own.ZvkFeatureEnumAsInt(handle, name, Is(entry, "Green") ? "Red" : entry, number);
          });
-     },
-     {}},
-    {"H10",
-     [](auto&) { GIVE(ZvkFeatureEnumSet, Is(name, "Lens") && value != nullptr, ZvkErrorSuccess); },
-     {}},
-    {"H11", [](auto&) { GIVE(ZvkFeatureEnumSet, value == nullptr, ZvkErrorSuccess); }, {}},
+     }},
+    {"H10", [](auto&) { GIVE(ZvkFeatureEnumSet, Is(name, "Lens") && value != nullptr, ZvkErrorSuccess); }},
+    {"H11", [](auto&) { GIVE(ZvkFeatureEnumSet, value == nullptr, ZvkErrorSuccess); }},
 };
 
 } // namespace

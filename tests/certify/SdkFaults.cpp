@@ -36,34 +36,7 @@ ZvkError_t ListChanged(ZvkCameraInfo_t* list, std::uint32_t length, std::uint32_
     return result;
 }
 
-// Threads that a start left behind.
-class Stray
-{
-public:
-    ~Stray() { Join(); }
-    void Start()
-    {
-        threads_.emplace_back([this] {
-            while (!ended_) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-        });
-    }
-    void Join()
-    {
-        ended_ = true;
-        for (std::thread& thread : threads_) {
-            thread.join();
-        }
-        threads_.clear();
-        ended_ = false;
-    }
-
-private:
-    std::atomic<bool> ended_{false};
-    std::vector<std::thread> threads_;
-};
-Stray g_stray;
+Lingerers g_stray; // that a start left behind
 
 std::vector<std::vector<char>> g_hoard;
 fs::path g_home;
@@ -109,8 +82,7 @@ const FaultRow kSdkFaults[] = {
          REPLACE(ZvkVersionQuery, [](auto version, auto size) {
              return fs::current_path() == g_home ? own.ZvkVersionQuery(version, size) : ZvkErrorIO;
          });
-     },
-     {}},
+     }},
     {"A5",
      [](auto& settings) {
          UseCopy(settings, [](auto& sdkFolder) {
@@ -122,8 +94,7 @@ const FaultRow kSdkFaults[] = {
                     "pixel_formats = [\"Mono8\"]\nframe_rate = 10.0\nexposure_us = 1000.0\n"
                     "pictures = \"../pictures\"\n";
          });
-     },
-     {}},
+     }},
     {"A6",
      [](auto& settings) {
          UseCopy(settings, [](auto& sdkFolder) {
@@ -149,15 +120,13 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkVersionQuery,
                  [](auto version, auto) { return own.ZvkVersionQuery(version, sizeof(*version)); });
-     },
-     {}},
+     }},
     {"A10",
      [](auto&) {
          REPLACE(ZvkVersionQuery, [](auto version, auto size) {
              return version == nullptr ? ZvkErrorSuccess : own.ZvkVersionQuery(version, size);
          });
-     },
-     {}},
+     }},
     {"A11",
      [](auto&) {
          REPLACE(ZvkVersionQuery, [](auto version, auto size) {
@@ -167,16 +136,14 @@ const FaultRow kSdkFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
     {"A12",
      [](auto&) {
          REPLACE_TRANSFORM(ZvkGetImageTransformVersion, [](auto version) {
              *version = 4;
              return ZvkErrorSuccess;
          });
-     },
-     {}},
+     }},
     {"A13", [](auto&) { sdk->SimFailCall("ZvkVersionQuery", 2, ZvkErrorInternalFault, 1); }, {"A11"}},
     {"A14",
      [](auto&) {
@@ -185,8 +152,7 @@ const FaultRow kSdkFaults[] = {
              g_hoard.emplace_back(2 << 20, 'x');
              return own.ZvkVersionQuery(version, size);
          });
-     },
-     {}},
+     }},
 
     {"B1",
      [](auto&) {
@@ -196,8 +162,7 @@ const FaultRow kSdkFaults[] = {
          });
          REPLACE(ZvkCaptureEnd,
                  [](auto handle) { return memory.flag ? own.ZvkCaptureEnd(handle) : ZvkErrorSuccess; });
-     },
-     {}},
+     }},
     {"B2",
      [](auto&) {
          REPLACE(ZvkStartup,
@@ -210,16 +175,14 @@ const FaultRow kSdkFaults[] = {
              const ZvkError_t result = own.ZvkStartup(path);
              return result == ZvkErrorAlready ? ZvkErrorInternalFault : result;
          });
-     },
-     {}},
+     }},
     {"B4",
      [](auto&) {
          REPLACE(ZvkStartup, [](auto path) {
              const ZvkError_t result = own.ZvkStartup(nullptr);
              return path != nullptr ? ZvkErrorNotFound : result;
          });
-     },
-     {}},
+     }},
     {"B5",
      [](auto&) {
          REPLACE(ZvkShutdown, [] {
@@ -246,8 +209,7 @@ const FaultRow kSdkFaults[] = {
              memory.calls = 0;
              return spoilt ? ZvkErrorInternalFault : own.ZvkStartup(path);
          });
-     },
-     {}},
+     }},
     {"B7",
      [](auto&) {
          REPLACE(ZvkShutdown, [] {
@@ -260,8 +222,7 @@ const FaultRow kSdkFaults[] = {
              }
              return own.ZvkPayloadSizeGet(handle, payload);
          });
-     },
-     {}},
+     }},
     {"B8",
      [](auto&) {
          REPLACE(ZvkStartup, [](auto path) {
@@ -270,16 +231,14 @@ const FaultRow kSdkFaults[] = {
              }
              return own.ZvkStartup(path);
          });
-     },
-     {}},
+     }},
     {"B9",
      [](auto&) {
          g_thread = std::this_thread::get_id();
          REPLACE(ZvkStartup, [](auto path) {
              return std::this_thread::get_id() == g_thread ? own.ZvkStartup(path) : ZvkErrorInvalidCall;
          });
-     },
-     {}},
+     }},
     {"B10",
      [](auto& settings) {
          settings.startSeconds = 0.02;
@@ -289,20 +248,18 @@ const FaultRow kSdkFaults[] = {
              }
              return own.ZvkStartup(path);
          });
-     },
-     {}},
+     }},
     {"B11",
      [](auto&) {
-         g_stray.Join();
+         g_stray.End();
          REPLACE(ZvkStartup, [](auto path) {
              if (++memory.calls < 4) {
-                 g_stray.Start();
+                 g_stray.Add();
              }
              return own.ZvkStartup(path);
          });
-     },
-     {}},
-    {"B12", [](auto&) { FORGIVE(ZvkFeatureIntGet, ZvkErrorBadHandle); }, {}},
+     }},
+    {"B12", [](auto&) { FORGIVE(ZvkFeatureIntGet, ZvkErrorBadHandle); }},
 
     {"C1",
      [](auto&) {
@@ -324,9 +281,8 @@ const FaultRow kSdkFaults[] = {
              }
              return result;
          });
-     },
-     {}},
-    {"C3", [](auto&) { FORGIVE(ZvkCamerasList, ZvkErrorMoreData); }, {}},
+     }},
+    {"C3", [](auto&) { FORGIVE(ZvkCamerasList, ZvkErrorMoreData); }},
     {"C4",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
@@ -336,22 +292,19 @@ const FaultRow kSdkFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
     {"C5",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto) {
              return own.ZvkCamerasList(list, length, found, sizeof(ZvkCameraInfo_t));
          });
-     },
-     {}},
+     }},
     {"C6",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
              return found == nullptr ? ZvkErrorSuccess : own.ZvkCamerasList(list, length, found, size);
          });
-     },
-     {}},
+     }},
     {"C7",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
@@ -359,24 +312,21 @@ const FaultRow kSdkFaults[] = {
                  camera.cameraIdString = first.cameraIdString;
              });
          });
-     },
-     {}},
+     }},
     {"C8",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
              return ListChanged(list, length, found, size,
                                 [](auto& camera, auto&) { camera.modelName = nullptr; });
          });
-     },
-     {}},
+     }},
     {"C9",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
              return ListChanged(list, length, found, size,
                                 [](auto& camera, auto&) { camera.serialString = nullptr; });
          });
-     },
-     {}},
+     }},
     {"C10",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
@@ -387,8 +337,7 @@ const FaultRow kSdkFaults[] = {
              std::strcpy(memory.text, "two");
              return own.ZvkCameraOpen(id, mode, camera);
          });
-     },
-     {}},
+     }},
     {"C11",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
@@ -398,13 +347,11 @@ const FaultRow kSdkFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
     {"C12",
      [](auto&) {
          REPLACE(ZvkFeatureStringGet, [](auto, auto, auto, auto, auto) { return ZvkErrorNotFound; });
-     },
-     {}},
+     }},
     {"C13",
      [](auto&) {
          REPLACE(ZvkCameraInfoQueryByHandle, [](auto handle, auto info, auto size) {
@@ -414,16 +361,14 @@ const FaultRow kSdkFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
     {"C14",
      [](auto&) {
          REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
              return State().capturingCameras > 0 ? ZvkErrorBusy
                                                  : own.ZvkCamerasList(list, length, found, size);
          });
-     },
-     {}},
+     }},
 
     {"D1", [](auto&) { sdk->SimFailCall("ZvkCameraOpen", 1, ZvkErrorIO, 0); }, {"D8", "D9", "D11", "D12"}},
     {"D2",
@@ -432,15 +377,13 @@ const FaultRow kSdkFaults[] = {
              const ZvkError_t result = own.ZvkCameraOpen(id, mode, camera);
              return result == ZvkErrorNotFound ? own.ZvkCameraOpen("FAST-1", mode, camera) : result;
          });
-     },
-     {}},
+     }},
     {"D3",
      [](auto&) {
          REPLACE(ZvkCameraOpen, [](auto id, auto mode, auto camera) {
              return own.ZvkCameraOpen(id == nullptr ? "FAST-1" : id, mode, camera);
          });
-     },
-     {}},
+     }},
     {"D4",
      [](auto&) {
          REPLACE(ZvkCameraOpen, [](auto id, auto mode, auto camera) {
@@ -451,8 +394,7 @@ const FaultRow kSdkFaults[] = {
              own.ZvkCameraOpen(id, mode, &nobodys);
              return ZvkErrorBadParameter;
          });
-     },
-     {}},
+     }},
     {"D5",
      [](auto&) {
          REPLACE(ZvkCameraOpen, [](auto id, auto mode, auto camera) {
@@ -465,8 +407,7 @@ const FaultRow kSdkFaults[] = {
              }
              return result == ZvkErrorInUse ? ZvkErrorSuccess : result;
          });
-     },
-     {}},
+     }},
     {"D6",
      [](auto&) { sdk->SimFailCall("ZvkPayloadSizeGet", 1, ZvkErrorIO, 1); },
      {"D1", "D5", "D10", "D11", "D12", "D13"}},
@@ -475,8 +416,7 @@ const FaultRow kSdkFaults[] = {
          REPLACE(ZvkCameraOpen, [](auto id, auto mode, auto camera) {
              return mode != ZvkAccessModeFull ? ZvkErrorSuccess : own.ZvkCameraOpen(id, mode, camera);
          });
-     },
-     {}},
+     }},
     {"D8",
      [](auto&) {
          RememberClosed();
@@ -484,8 +424,7 @@ const FaultRow kSdkFaults[] = {
              return handle != nullptr && handle == memory.handle ? ZvkErrorSuccess
                                                                  : own.ZvkCaptureEnd(handle);
          });
-     },
-     {}},
+     }},
     {"D9",
      [](auto&) {
          REPLACE(ZvkCameraClose, [](auto camera) {
@@ -501,23 +440,20 @@ const FaultRow kSdkFaults[] = {
      [](auto&) {
          REPLACE(ZvkCaptureEnd,
                  [](auto handle) { return handle == nullptr ? ZvkErrorSuccess : own.ZvkCaptureEnd(handle); });
-     },
-     {}},
-    {"D11", [](auto&) { sdk->SimFailCall("ZvkCameraOpen", 5, ZvkErrorBusy, 0); }, {}},
+     }},
+    {"D11", [](auto&) { sdk->SimFailCall("ZvkCameraOpen", 5, ZvkErrorBusy, 0); }},
     {"D12",
      [](auto&) {
          REPLACE(ZvkPayloadSizeGet, [](auto handle, auto payload) {
              return State().openCameras > 1 ? ZvkErrorResources : own.ZvkPayloadSizeGet(handle, payload);
          });
-     },
-     {}},
+     }},
     {"D13",
      [](auto&) {
          REPLACE(ZvkCameraClose, [](auto camera) {
              return State().capturingCameras > 0 ? ZvkErrorSuccess : own.ZvkCameraClose(camera);
          });
-     },
-     {}},
+     }},
     {"D14",
      [](auto&) {
          REPLACE(ZvkCameraInfoQueryByHandle, [](auto handle, auto info, auto size) {
@@ -527,8 +463,7 @@ const FaultRow kSdkFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
 };
 
 } // namespace

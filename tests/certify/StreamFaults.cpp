@@ -46,11 +46,10 @@ const FaultRow kStreamFaults[] = {
              }
              return own.ZvkFrameAnnounce(handle, frame, size);
          });
-     },
-     {}},
-    {"L2", [](auto&) { REPLACE_ANNOUNCE(result == ZvkErrorAlready); }, {}},
-    {"L3", [](auto&) { REPLACE_ANNOUNCE(frame->buffer == nullptr); }, {}},
-    {"L4", [](auto&) { REPLACE_ANNOUNCE(frame->bufferSize == 0); }, {}},
+     }},
+    {"L2", [](auto&) { REPLACE_ANNOUNCE(result == ZvkErrorAlready); }},
+    {"L3", [](auto&) { REPLACE_ANNOUNCE(frame->buffer == nullptr); }},
+    {"L4", [](auto&) { REPLACE_ANNOUNCE(frame->bufferSize == 0); }},
     {"L5",
      [](auto&) {
          REPLACE(ZvkFrameAnnounce, [](auto handle, auto frame, auto size) {
@@ -61,25 +60,22 @@ const FaultRow kStreamFaults[] = {
              }
              return own.ZvkFrameAnnounce(handle, frame, size);
          });
-     },
-     {}},
+     }},
     {"L6",
      [](auto&) {
          REPLACE(ZvkFrameAnnounce, [](auto handle, auto frame, auto) {
              return own.ZvkFrameAnnounce(handle, frame, sizeof(ZvkFrame_t));
          });
-     },
-     {}},
+     }},
     {"L7",
      [](auto&) {
          REPLACE(ZvkFrameAnnounce, [](auto handle, auto frame, auto size) {
              return ++memory.calls > 32 ? ZvkErrorResources : own.ZvkFrameAnnounce(handle, frame, size);
          });
-     },
-     {}},
-    {"L8", [](auto&) { FORGIVE(ZvkCaptureFrameQueue, ZvkErrorNotFound); }, {}},
-    {"L9", [](auto&) { FORGIVE(ZvkCaptureFrameQueue, ZvkErrorInUse); }, {}},
-    {"L10", [](auto&) { FORGIVE(ZvkFrameRevokeAll, ZvkErrorInUse); }, {}},
+     }},
+    {"L8", [](auto&) { FORGIVE(ZvkCaptureFrameQueue, ZvkErrorNotFound); }},
+    {"L9", [](auto&) { FORGIVE(ZvkCaptureFrameQueue, ZvkErrorInUse); }},
+    {"L10", [](auto&) { FORGIVE(ZvkFrameRevokeAll, ZvkErrorInUse); }},
     {"L11",
      [](auto&) {
          REPLACE(ZvkCaptureStart, [](auto handle) {
@@ -90,8 +86,7 @@ const FaultRow kStreamFaults[] = {
              const ZvkError_t result = own.ZvkFrameRevokeAll(handle);
              return memory.flag ? result : ZvkErrorInvalidCall;
          });
-     },
-     {}},
+     }},
     {"L12", [](auto&) { REPLACE(ZvkCaptureQueueFlush, [](auto) { return ZvkErrorSuccess; }); }, {"L14"}},
     {"L13",
      [](auto&) {
@@ -101,16 +96,14 @@ const FaultRow kStreamFaults[] = {
          });
          REPLACE(ZvkCaptureEnd,
                  [](auto handle) { return memory.flag ? own.ZvkCaptureEnd(handle) : ZvkErrorSuccess; });
-     },
-     {}},
+     }},
     {"L14",
      [](auto&) {
          REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto frame, auto callback) {
              static_cast<std::uint8_t*>(frame->buffer)[frame->bufferSize] = 0;
              return own.ZvkCaptureFrameQueue(handle, frame, callback);
          });
-     },
-     {}},
+     }},
 
     {"M1",
      [](auto&) {
@@ -118,14 +111,13 @@ const FaultRow kStreamFaults[] = {
              return IndexOf(*frame) == 60 ? ZvkErrorSuccess
                                           : own.ZvkCaptureFrameQueue(handle, frame, callback);
          });
-     },
-     {}},
-    {"M2", [](auto&) { REPLACE_ARRIVAL(frame->frameId = 7;); }, {}},
-    {"M3", [](auto&) { REPLACE_ARRIVAL(frame->timestamp = 7;); }, {}},
-    {"M4", [](auto&) { REPLACE_ARRIVAL(frame->receiveStatus = -1;); }, {}},
-    {"M5", [](auto&) { REPLACE_ARRIVAL(++frame->height;); }, {}},
-    {"M6", [](auto&) { REPLACE_ARRIVAL(stream = camera;); }, {}},
-    {"M7", [](auto&) { REPLACE_ARRIVAL(frame->context[3] = nullptr;); }, {}},
+     }},
+    {"M2", [](auto&) { REPLACE_ARRIVAL(frame->frameId = 7;); }},
+    {"M3", [](auto&) { REPLACE_ARRIVAL(frame->timestamp = 7;); }},
+    {"M4", [](auto&) { REPLACE_ARRIVAL(frame->receiveStatus = -1;); }},
+    {"M5", [](auto&) { REPLACE_ARRIVAL(++frame->height;); }},
+    {"M6", [](auto&) { REPLACE_ARRIVAL(stream = camera;); }},
+    {"M7", [](auto&) { REPLACE_ARRIVAL(frame->context[3] = nullptr;); }},
     {"M8",
      [](auto&) {
          REPLACE_ARRIVAL(if (IndexOf(*frame) == 3) certify::Frames::Received(camera, stream, frame););
@@ -146,8 +138,7 @@ const FaultRow kStreamFaults[] = {
              }
              return result;
          });
-     },
-     {}},
+     }},
     {"M10",
      [](auto&) {
          REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto queued, auto) {
@@ -161,15 +152,13 @@ const FaultRow kStreamFaults[] = {
                                                  t_inCallback = false;
                                              });
          });
-     },
-     {}},
+     }},
     {"M11",
      [](auto&) {
          REPLACE(ZvkCaptureStart, [](auto handle) {
              return ++memory.calls > 15 ? ZvkErrorResources : own.ZvkCaptureStart(handle);
          });
-     },
-     {}},
+     }},
     {"M12",
      [](auto&) {
          g_arrived = false;
@@ -181,8 +170,7 @@ const FaultRow kStreamFaults[] = {
              return Is(name, "AcquisitionStop") && !g_arrived ? ZvkErrorIO
                                                               : own.ZvkFeatureCommandRun(handle, name);
          });
-     },
-     {}},
+     }},
     {"M13",
      [](auto&) {
          g_queued = 0;
@@ -207,8 +195,7 @@ const FaultRow kStreamFaults[] = {
              const ZvkError_t result = own.ZvkCaptureQueueFlush(handle);
              return g_queued.exchange(0) > 4 ? ZvkErrorIO : result;
          });
-     },
-     {}},
+     }},
     {"M14",
      [](auto&) {
          g_starter = std::this_thread::get_id();
@@ -224,8 +211,7 @@ const FaultRow kStreamFaults[] = {
              }
              return own.ZvkCaptureQueueFlush(handle);
          });
-     },
-     {}},
+     }},
 };
 
 } // namespace

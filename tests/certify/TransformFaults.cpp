@@ -46,8 +46,7 @@ const FaultRow kTransformFaults[] = {
                  return width == 640 ? own.ZvkSetImageInfoFromPixelFormat(format, height, width, image)
                                      : own.ZvkSetImageInfoFromPixelFormat(format, width, height, image);
              });
-     },
-     {}},
+     }},
     {"O2",
      [](auto&) {
          REPLACE_TRANSFORM(ZvkImageTransform, [](auto source, auto target, auto parameters, auto count) {
@@ -55,16 +54,14 @@ const FaultRow kTransformFaults[] = {
                         ? ZvkErrorBadParameter
                         : own.ZvkImageTransform(source, target, parameters, count);
          });
-     },
-     {}},
+     }},
     {"O3",
      [](auto&) {
          REPLACE_TRANSFORM(ZvkImageTransform, [](auto source, auto target, auto parameters, auto count) {
              return target == nullptr ? ZvkErrorSuccess
                                       : own.ZvkImageTransform(source, target, parameters, count);
          });
-     },
-     {}},
+     }},
     {"O4",
      [](auto&) {
          REPLACE_TRANSFORM(ZvkSetImageInfoFromPixelFormat,
@@ -72,8 +69,7 @@ const FaultRow kTransformFaults[] = {
                                return own.ZvkSetImageInfoFromPixelFormat(
                                    format == 0x02180016 ? kBgr8 : format, width, height, image);
                            });
-     },
-     {}},
+     }},
     {"O5",
      [](auto&) {
          REPLACE_TRANSFORM(ZvkSetImageInfoFromPixelFormat,
@@ -82,13 +78,12 @@ const FaultRow kTransformFaults[] = {
                                           ? ZvkErrorNotSupported
                                           : own.ZvkSetImageInfoFromPixelFormat(format, width, height, image);
                            });
-     },
-     {}},
-    {"O6", Mistake<0x010C0047, 0x010C0006>, {}},  // Mono12p, Mono12Packed
-    {"O7", Mistake<0x010C002B, 0x010C0059>, {}},  // BayerRG12Packed, BayerRG12p
-    {"O8", Mistake<0x0108000B, 0x01080009>, {}},  // BayerBG8, BayerRG8
-    {"O9", Mistake<0x02100032, 0x0210001F>, {}},  // Yuv422_8, Yuv422
-    {"O10", Mistake<0x02300019, 0x02300018>, {}}, // Bgr10, Rgb10
+     }},
+    {"O6", Mistake<0x010C0047, 0x010C0006>},  // Mono12p, Mono12Packed
+    {"O7", Mistake<0x010C002B, 0x010C0059>},  // BayerRG12Packed, BayerRG12p
+    {"O8", Mistake<0x0108000B, 0x01080009>},  // BayerBG8, BayerRG8
+    {"O9", Mistake<0x02100032, 0x0210001F>},  // Yuv422_8, Yuv422
+    {"O10", Mistake<0x02300019, 0x02300018>}, // Bgr10, Rgb10
     {"O11",
      [](auto&) {
          AFTER_TRANSFORM({
@@ -96,9 +91,8 @@ const FaultRow kTransformFaults[] = {
                  PixelsOf(to)[3 * 60 * to->imageInfo.height] = 1;
              }
          });
-     },
-     {}},
-    {"O12", [](auto&) { AFTER_TRANSFORM({ ++PixelsOf(from)[0]; }); }, {}},
+     }},
+    {"O12", [](auto&) { AFTER_TRANSFORM({ ++PixelsOf(from)[0]; }); }},
     {"O13",
      [](auto&) {
          REPLACE_TRANSFORM(ZvkImageTransform, [](auto source, auto target, auto parameters, auto count) {
@@ -107,8 +101,7 @@ const FaultRow kTransformFaults[] = {
              }
              return own.ZvkImageTransform(source, target, parameters, count);
          });
-     },
-     {}},
+     }},
     {"O15",
      [](auto&) {
          static std::thread::id only;
@@ -118,8 +111,7 @@ const FaultRow kTransformFaults[] = {
                  std::memset(to->data, 0, 180);
              }
          });
-     },
-     {}},
+     }},
     {"O16",
      [](auto&) {
          AFTER_TRANSFORM({
@@ -128,8 +120,7 @@ const FaultRow kTransformFaults[] = {
                  std::memset(PixelsOf(to) + half, 0, 300);
              }
          });
-     },
-     {}},
+     }},
 };
 
 } // namespace

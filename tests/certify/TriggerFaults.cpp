@@ -28,25 +28,21 @@ const FaultRow kTriggerFaults[] = {
     {"N1",
      [](auto&) {
          INSTEAD_OF_COMMAND(Is(name, "TriggerSoftware"), { own.ZvkFeatureCommandRun(camera, name); });
-     },
-     {}},
+     }},
     {"N2",
      [](auto&) {
          INSTEAD_OF_COMMAND(Is(name, "TriggerSoftware") && ++memory.calls == 10, { return ZvkErrorSuccess; });
-     },
-     {}},
+     }},
     {"N3",
      [](auto&) {
          INSTEAD_OF_COMMAND(Is(name, "TriggerSoftware") && IsSet(camera, "TriggerMode", "Off"),
                             { return own.ZvkFeatureCommandRun(camera, "AcquisitionStop"); });
-     },
-     {}},
+     }},
     {"N5",
      [](auto&) {
          INSTEAD_OF_COMMAND(Is(name, "AcquisitionStart") && IsSet(camera, "TriggerSource", "Line"),
                             { sdk->SimEmitFrame(0, nullptr); });
-     },
-     {}},
+     }},
     {"N6",
      [](auto&) {
          REPLACE(ZvkFeatureEnumGet, [](auto camera, auto name, auto value) {
@@ -56,20 +52,17 @@ const FaultRow kTriggerFaults[] = {
              *value = "Off";
              return ZvkErrorSuccess;
          });
-     },
-     {}},
+     }},
     {"N7",
-     [](auto&) { IGNORE_ENTRY(Is(name, "TriggerMode") && Is(entry, "On") && State().acquiringCameras > 0); },
-     {}},
-    {"N8", [](auto&) { IGNORE_ENTRY(Is(entry, "Line1")); }, {}},
-    {"N9", [](auto&) { IGNORE_ENTRY(Is(entry, "AnyEdge")); }, {}},
-    {"N10", [](auto&) { REPLACE(ZvkFeatureFloatSet, [](auto, auto, auto) { return ZvkErrorSuccess; }); }, {}},
+     [](auto&) { IGNORE_ENTRY(Is(name, "TriggerMode") && Is(entry, "On") && State().acquiringCameras > 0); }},
+    {"N8", [](auto&) { IGNORE_ENTRY(Is(entry, "Line1")); }},
+    {"N9", [](auto&) { IGNORE_ENTRY(Is(entry, "AnyEdge")); }},
+    {"N10", [](auto&) { REPLACE(ZvkFeatureFloatSet, [](auto, auto, auto) { return ZvkErrorSuccess; }); }},
     {"N12",
      [](auto&) {
          INSTEAD_OF_COMMAND(Is(name, "TriggerSoftware"), { memory.flag = true; });
          IGNORE_ENTRY(Is(name, "TriggerMode") && Is(entry, "Off") && memory.flag);
-     },
-     {}},
+     }},
 };
 
 } // namespace

@@ -374,42 +374,6 @@ TEST_F(ImageTransform, EdgeAwareInterpolationIsTwoDecibelsNearerToThePicture)
     }
 }
 
-TEST_F(ImageTransform, CallsAreRecordedReplacedAndFailOnDemand)
-{
-    std::uint8_t target[3] = {};
-    library_.SimTransformReset();
-    ASSERT_EQ(library_.SimTransformFailCall("ZvkImageTransform", 2, ZvkErrorResources, 0), ZvkErrorSuccess);
-    EXPECT_EQ(TransformPixel(kMono8, {7}, target), ZvkErrorSuccess);
-    EXPECT_EQ(TransformPixel(kMono8, {77}, target), ZvkErrorResources);
-    EXPECT_EQ(target[0], 7) << "a call that is told to fail has no effect";
-    EXPECT_EQ(library_.SimTransformFaultsFired(), 1u);
-    EXPECT_EQ(library_.SimTransformCallCount("ZvkImageTransform"), 2u);
-    char calls[1024];
-    EXPECT_GE(library_.SimTransformCalls(calls, sizeof(calls)), 2u);
-    EXPECT_NE(std::string(calls).find(" = -14\n"), std::string::npos) << calls;
-    EXPECT_EQ(library_.SimTransformFailCall("ZvkNoSuchEntry", 1, -1, 0), ZvkErrorBadParameter);
-
-    constexpr const char* entry = "ZvkGetImageTransformVersion";
-    using Version = ZvkError_t (*)(std::uint32_t*);
-    static Version original;
-    original = reinterpret_cast<Version>(library_.SimTransformOriginalEntry(entry));
-    ASSERT_NE(original, nullptr);
-    const Version replacement = [](std::uint32_t* version) {
-        const ZvkError_t result = original(version);
-        *version += 1;
-        return result;
-    };
-    std::uint32_t plain = 0, replaced = 0, again = 0;
-    EXPECT_EQ(library_.ZvkGetImageTransformVersion(&plain), ZvkErrorSuccess);
-    ASSERT_EQ(library_.SimTransformReplaceEntry(entry, reinterpret_cast<void*>(replacement)),
-              ZvkErrorSuccess);
-    EXPECT_EQ(library_.ZvkGetImageTransformVersion(&replaced), ZvkErrorSuccess);
-    library_.SimTransformReset();
-    EXPECT_EQ(library_.ZvkGetImageTransformVersion(&again), ZvkErrorSuccess);
-    EXPECT_EQ(replaced, plain + 1);
-    EXPECT_EQ(again, plain);
-}
-
 TEST_F(ImageTransform, TextsFitTheirBuffers)
 {
     char text[8];

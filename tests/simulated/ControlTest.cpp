@@ -27,28 +27,11 @@ TEST_F(ControlTest, TheNthCallFailsWithoutEffect)
     EXPECT_STREQ(text, "640");
     EXPECT_EQ(sim.SimFaultsFired(), 4U);
     EXPECT_EQ(sim.SimFailCall("ZvkNoSuchEntry", 1, -1, 0), ZvkErrorBadParameter);
+    EXPECT_EQ(sim.SimReplaceEntry("ZvkNoSuchEntry", nullptr), ZvkErrorNotFound);
+    EXPECT_EQ(sim.SimOriginalEntry("ZvkNoSuchEntry"), nullptr);
     EXPECT_EQ(sim.SimFailCall("ZvkStartup", 0, -1, 0), ZvkErrorBadParameter);
     sim.SimReset();
     EXPECT_EQ(GetInt("Width"), 640);
-}
-
-TEST_F(ControlTest, ReplacementsCanForward)
-{
-    using IntGet = ZvkError_t (*)(ZvkHandle_t, const char*, std::int64_t*);
-    static IntGet original;
-    original = reinterpret_cast<IntGet>(sim.SimOriginalEntry("ZvkFeatureIntGet"));
-    const IntGet halved = [](ZvkHandle_t handle, const char* name, std::int64_t* value) {
-        const ZvkError_t result = original(handle, name, value);
-        *value /= 2;
-        return result;
-    };
-    Open(Mono);
-    EXPECT_OK(sim.SimReplaceEntry("ZvkFeatureIntGet", reinterpret_cast<void*>(halved)));
-    EXPECT_EQ(GetInt("Width"), 1296);
-    EXPECT_OK(sim.SimReplaceEntry("ZvkFeatureIntGet", nullptr));
-    EXPECT_EQ(GetInt("Width"), 2592);
-    EXPECT_EQ(sim.SimReplaceEntry("ZvkNoSuchEntry", nullptr), ZvkErrorNotFound);
-    EXPECT_EQ(sim.SimOriginalEntry("ZvkNoSuchEntry"), nullptr);
 }
 
 TEST_F(ControlTest, CallsAreRecorded)

@@ -238,7 +238,9 @@ TEST_F(Faults, OfTheProgramAreNamed)
              Start(channels[3]);
              for (int i = 0; i < 12; ++i) {
                  Wait(200);
-                 EXPECT_TRUE(Fetch(channels[3]));
+                 while (!Fetch(channels[3])) {
+                     Wait(1);
+                 }
              }
              EXPECT_TRUE(channels[3].StopAcquisition());
          }},
@@ -252,7 +254,9 @@ TEST_F(Faults, OfTheProgramAreNamed)
         {"format-changed",
          [](const Adapter&, Channels& channels, SdkControl& sdk) {
              Start(channels[3]); // Mono8
-             Wait(200);
+             while (!Fetch(channels[3])) {
+                 Wait(1);
+             }
              SimFrameRequest colour = {};
              colour.fields = SimFrameHasPixelFormat;
              colour.pixelFormat = 0x02180014;

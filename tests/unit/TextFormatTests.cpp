@@ -45,21 +45,6 @@ TEST(TextFormat, PrintsLikeTheCLibrary)
     }
 }
 
-TEST(TextFormat, TheHostsLocaleDoesNotMatter)
-{
-    if (!test::UseDecimalComma()) {
-        GTEST_SKIP() << "no locale with a decimal comma on this machine";
-    }
-    const std::pair<double, const char*> rows[] = {
-        {0.5, "0.500000"}, {-12.75, "-12.750000"}, {0.999999, "0.999999"}, {1e15, "1000000000000000.000000"}};
-    for (const auto& [value, expected] : rows) {
-        char text[64];
-        FormatErrorText(text, sizeof text, "%f", value);
-        EXPECT_STREQ(text, expected);
-    }
-    std::setlocale(LC_ALL, "C");
-}
-
 TEST(TextFormat, CutsAtTheEndOfTheBuffer)
 {
     for (std::size_t size = 0; size <= 12; ++size) {
