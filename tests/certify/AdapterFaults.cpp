@@ -20,6 +20,12 @@ VideoChannelDescriptor theirs; // as the adapter filled it
     }
 // A callback becomes a lambda that captures nothing; records of older hosts have room for some only.
 #define ALTER_CALLBACK(name, ...) ALTER(if (channel.structSize > 608) channel.name = __VA_ARGS__;)
+#define CHANGE_ATTRIBUTES(change)                                                                            \
+    ALTER_CALLBACK(GetImageAttributes, [](auto text, auto index, auto attributes, auto status) {             \
+        const std::int32_t result = theirs.GetImageAttributes(text, index, attributes, status);              \
+        change;                                                                                              \
+        return result;                                                                                       \
+    })
 
 std::deque<std::vector<char>> g_kept;
 std::atomic<int> g_inside;
@@ -96,14 +102,7 @@ const FaultRow kAdapterFaults[] = {
          });
      }},
 
-    {"Q1",
-     [](auto& settings) {
-         ALTER_CALLBACK(GetImageAttributes, [](auto text, auto index, auto attributes, auto status) {
-             const std::int32_t result = theirs.GetImageAttributes(text, index, attributes, status);
-             ++attributes->pitch;
-             return result;
-         });
-     }},
+    {"Q1", [](auto& settings) { CHANGE_ATTRIBUTES(++attributes->pitch); }},
     {"Q2",
      [](auto& settings) {
          ALTER_CALLBACK(StartAcquisition, [](auto text, auto index) {
@@ -144,14 +143,7 @@ const FaultRow kAdapterFaults[] = {
                      return theirs.GetImage(text, index, destination, status);
                  };);
      }},
-    {"Q6",
-     [](auto& settings) {
-         ALTER_CALLBACK(GetImageAttributes, [](auto text, auto index, auto attributes, auto status) {
-             const std::int32_t result = theirs.GetImageAttributes(text, index, attributes, status);
-             attributes->timestamp = 7;
-             return result;
-         });
-     }},
+    {"Q6", [](auto& settings) { CHANGE_ATTRIBUTES(attributes->timestamp = 7); }},
     {"Q7",
      [](auto& settings) {
          ALTER(
@@ -171,11 +163,7 @@ const FaultRow kAdapterFaults[] = {
      }},
     {"Q8",
      [](auto& settings) {
-         ALTER_CALLBACK(GetImageAttributes, [](auto text, auto index, auto attributes, auto status) {
-             const std::int32_t result = theirs.GetImageAttributes(text, index, attributes, status);
-             attributes->timestamp += static_cast<std::uint64_t>(++memory.calls);
-             return result;
-         });
+         CHANGE_ATTRIBUTES(attributes->timestamp += static_cast<std::uint64_t>(++memory.calls));
      }},
     {"Q9",
      [](auto&) {

@@ -46,14 +46,6 @@ namespace {
         return result;                                                                                       \
     })
 
-// Frames arrive with `change` done to them.
-#define CHANGE_FRAME(change)                                                                                 \
-    REPLACE(ZvkCaptureFrameQueue, [](auto camera, auto frame, auto) {                                        \
-        return own.ZvkCaptureFrameQueue(camera, frame, [](auto handle, auto stream, auto* arrived) {         \
-            change;                                                                                          \
-            certify::Frames::Received(handle, stream, arrived);                                              \
-        });                                                                                                  \
-    })
 // The payload is one byte short for the format at the width.
 #define SHORT_PAYLOAD(format, size)                                                                          \
     REPLACE(ZvkPayloadSizeGet, [](auto handle, auto bytes) {                                                 \
@@ -190,10 +182,10 @@ const FaultRow kCameraFaults[] = {
          });
      }},
     {"K3", [](auto&) { SHORT_PAYLOAD("Mono8", 24); }},
-    {"K4", [](auto&) { CHANGE_FRAME(arrived->height -= arrived->width == 64 ? 1 : 0); }},
+    {"K4", [](auto&) { REPLACE_ARRIVAL(frame->height -= frame->width == 64 ? 1 : 0;); }},
     {"K5",
      [](auto&) {
-         CHANGE_FRAME(arrived->receiveStatus -= arrived->offsetX == 0 && arrived->width == 16 ? 1 : 0);
+         REPLACE_ARRIVAL(frame->receiveStatus -= frame->offsetX == 0 && frame->width == 16 ? 1 : 0;);
      }},
     {"K6",
      [](auto&) {
@@ -216,7 +208,7 @@ const FaultRow kCameraFaults[] = {
      }},
     {"K9", [](auto&) { GIVE(ZvkFeatureIntSet, Is(name, "OffsetX") && value == 12, ZvkErrorSuccess); }},
     {"K10", [](auto&) { FORGIVE(ZvkFeatureIntSet, ZvkErrorInvalidAccess); }},
-    {"K11", [](auto&) { CHANGE_FRAME(arrived->offsetX = 0); }},
+    {"K11", [](auto&) { REPLACE_ARRIVAL(frame->offsetX = 0;); }},
     {"K12",
      [](auto&) {
          REPLACE(ZvkFeatureIntSet, [](auto handle, auto name, auto value) {

@@ -117,4 +117,14 @@ std::span<const FaultRow> AdapterFaults();   // P to R
         return result == (error) ? ZvkErrorSuccess : result;                                                 \
     })
 
+// Each arrival, before the check sees it: the body changes camera, stream or frame, or returns.
+#define REPLACE_ARRIVAL(...)                                                                                 \
+    REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto queued, auto) {                                       \
+        return own.ZvkCaptureFrameQueue(handle, queued,                                                      \
+                                        [](ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame) {      \
+                                            __VA_ARGS__                                                      \
+                                            certify::Frames::Received(camera, stream, frame);                \
+                                        });                                                                  \
+    })
+
 } // namespace maravel::test

@@ -22,19 +22,16 @@ bool Fills(const ZvkCameraInfo_t* list, std::uint32_t length, const std::uint32_
     return list != nullptr && length > 0 && found != nullptr && result == 0;
 }
 
-// Calls the library's list and changes each record.
-template <class Change>
-ZvkError_t ListChanged(ZvkCameraInfo_t* list, std::uint32_t length, std::uint32_t* found, std::uint32_t size,
-                       Change change)
-{
-    const ZvkError_t result = own.ZvkCamerasList(list, length, found, size);
-    if (Fills(list, length, found, result)) {
-        for (std::uint32_t i = 0; i < *found; ++i) {
-            change(list[i], list[0]);
-        }
-    }
-    return result;
-}
+// `change` is done to each camera of the list.
+#define CHANGE_CAMERAS(change)                                                                               \
+    REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {                              \
+        const ZvkError_t result = own.ZvkCamerasList(list, length, found, size);                             \
+        for (std::uint32_t i = 0; Fills(list, length, found, result) && i < *found; ++i) {                   \
+            ZvkCameraInfo_t& camera = list[i];                                                               \
+            change;                                                                                          \
+        }                                                                                                    \
+        return result;                                                                                       \
+    })
 
 Lingerers g_stray; // that a start left behind
 
@@ -305,34 +302,12 @@ const FaultRow kSdkFaults[] = {
              return found == nullptr ? ZvkErrorSuccess : own.ZvkCamerasList(list, length, found, size);
          });
      }},
-    {"C7",
-     [](auto&) {
-         REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
-             return ListChanged(list, length, found, size, [](auto& camera, auto& first) {
-                 camera.cameraIdString = first.cameraIdString;
-             });
-         });
-     }},
-    {"C8",
-     [](auto&) {
-         REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
-             return ListChanged(list, length, found, size,
-                                [](auto& camera, auto&) { camera.modelName = nullptr; });
-         });
-     }},
-    {"C9",
-     [](auto&) {
-         REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
-             return ListChanged(list, length, found, size,
-                                [](auto& camera, auto&) { camera.serialString = nullptr; });
-         });
-     }},
+    {"C7", [](auto&) { CHANGE_CAMERAS(camera.cameraIdString = list[0].cameraIdString); }},
+    {"C8", [](auto&) { CHANGE_CAMERAS(camera.modelName = nullptr); }},
+    {"C9", [](auto&) { CHANGE_CAMERAS(camera.serialString = nullptr); }},
     {"C10",
      [](auto&) {
-         REPLACE(ZvkCamerasList, [](auto list, auto length, auto found, auto size) {
-             return ListChanged(list, length, found, size,
-                                [](auto& camera, auto&) { camera.modelName = memory.text; });
-         });
+         CHANGE_CAMERAS(camera.modelName = memory.text);
          REPLACE(ZvkCameraOpen, [](auto id, auto mode, auto camera) {
              std::strcpy(memory.text, "two");
              return own.ZvkCameraOpen(id, mode, camera);

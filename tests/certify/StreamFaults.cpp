@@ -16,16 +16,6 @@ using namespace std::chrono_literals;
         return (__VA_ARGS__) ? ZvkErrorSuccess : result;                                                     \
     })
 
-// Each arrival, before the check sees it: the body changes camera, stream or frame, or returns.
-#define REPLACE_ARRIVAL(...)                                                                                 \
-    REPLACE(ZvkCaptureFrameQueue, [](auto handle, auto queued, auto) {                                       \
-        return own.ZvkCaptureFrameQueue(handle, queued,                                                      \
-                                        [](ZvkHandle_t camera, ZvkHandle_t stream, ZvkFrame_t* frame) {      \
-                                            __VA_ARGS__                                                      \
-                                            certify::Frames::Received(camera, stream, frame);                \
-                                        });                                                                  \
-    })
-
 // Of a record of a check's frames.
 std::size_t IndexOf(const ZvkFrame_t& frame)
 {
