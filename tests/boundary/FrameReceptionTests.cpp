@@ -55,6 +55,10 @@ TEST_F(FrameReceptionTest, FramesThatComeBeforeTheStartReturnsAreKeptUnlessItFai
     ASSERT_EQ(Start(0), 1);
     EXPECT_EQ(Status(0), static_cast<std::uint32_t>(ImageStatusPending));
     EXPECT_EQ(sdk.State().queuedFrames, 16u);
+    EXPECT_EQ(
+        CountInLog("StartAcquisition: WARNING. A frame came although AcquisitionStart failed. We queue it "
+                   "again: ZvkErrorSuccess (0). ChannelID=0."),
+        2);
     ASSERT_EQ(Stop(0), 0);
     EXPECT_EQ(CountInLog("StopAcquisition. channelID=0 FramesReceived=0 (Complete=0, Incomplete=0)"), 1);
 }

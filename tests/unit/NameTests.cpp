@@ -42,23 +42,9 @@ TEST(ResultNames, EveryCodeOfTheRangeAndNoneBesides)
 
 TEST(ResultNames, ConstantsHaveTheCodesOfTheirNames)
 {
-#define ROW(name)                                                                                            \
-    {                                                                                                        \
-        name, #name                                                                                          \
-    }
-    const std::pair<ZvkError_t, const char*> rows[] = {
-        ROW(ZvkErrorSuccess),       ROW(ZvkErrorInternalFault), ROW(ZvkErrorApiNotStarted),
-        ROW(ZvkErrorNotFound),      ROW(ZvkErrorBadHandle),     ROW(ZvkErrorDeviceNotOpen),
-        ROW(ZvkErrorInvalidAccess), ROW(ZvkErrorBadParameter),  ROW(ZvkErrorStructSize),
-        ROW(ZvkErrorMoreData),      ROW(ZvkErrorWrongType),     ROW(ZvkErrorInvalidValue),
-        ROW(ZvkErrorTimeout),       ROW(ZvkErrorResources),     ROW(ZvkErrorInvalidCall),
-        ROW(ZvkErrorNotSupported),  ROW(ZvkErrorIncomplete),    ROW(ZvkErrorIO),
-        ROW(ZvkErrorBusy),          ROW(ZvkErrorInUse),         ROW(ZvkErrorNotAvailable),
-        ROW(ZvkErrorAlready)};
-#undef ROW
-    for (const auto& [code, name] : rows) {
-        EXPECT_STREQ(ErrorCodeName(code), name);
-    }
+#define EXPECT_NAME(name, code) EXPECT_STREQ(ErrorCodeName(name), #name);
+    ZVK_RESULTS(EXPECT_NAME)
+#undef EXPECT_NAME
 }
 
 TEST(PixelFormatNames, EveryFormatAndNoneBesides)
