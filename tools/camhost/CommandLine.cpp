@@ -240,7 +240,8 @@ void AddCertify(CLI::App& app, Options& options)
     certify->footer(
         "Exit codes: 0 no check failed; 1 some did, or a setting could not be put back; 2 wrong arguments.\n"
         "It changes the camera's settings, acquires images, and puts the settings back; with --read-only it\n"
-        "sets nothing but the packet size, which every start of the adapter does. docs/certify.md tells why the adapter needs each check and what to do when one fails.");
+        "sets nothing but the packet size, which every start of the adapter does. docs/certify.md tells why\n"
+        "the adapter needs each check and what to do when one fails.");
     certify
         ->add_option("--channel", options.channel,
                      "The camera: its index, serial number or identifier; the first one without it")

@@ -217,7 +217,12 @@ int RunAsWorker(const Settings& settings, const std::vector<std::string>& words)
         }
         watchdog.Runs(worker::kSettings);
         PutBackAll(session);
-        session.SetFreeRun();
+        try {
+            session.SetFreeRun();
+        }
+        catch (const Failed&) {
+            break; // the next group tells, in a process of its own
+        }
     }
     watchdog.Runs(worker::kSettings);
     PutBackAll(session);
