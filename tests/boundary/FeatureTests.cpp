@@ -132,6 +132,8 @@ TEST_F(FeatureTest, ValuesThereAndBack)
         }
     }
     EXPECT_EQ(sdk.SimCallCount("ZvkCameraOpen"), 4u);
+    ASSERT_EQ(Write(0, "TestBool", "True"), 0);
+    EXPECT_EQ(sdk.Calls().back(), "ZvkFeatureBoolSet(camera 0, TestBool, 1) = 0");
 }
 
 TEST_F(FeatureTest, NumbersDoNotFollowTheHostsLocale)
@@ -418,6 +420,19 @@ TEST_F(FeatureTest, Attributes)
     EXPECT_EQ(Result(), 1);
     EXPECT_EQ(TextNow(), "GetFeatureAttr: ERROR. channelID=0. Feature 'Missing' not found.");
     ExpectViolations(); // the closed camera's null handle
+}
+
+TEST_F(FeatureTest, TextsStayWhenTheSdkEndsItsOwn)
+{
+    UnloadAdapter();
+    BeUnkind(true);
+    sdk.SimSetDescription(description_.c_str());
+    LoadAdapter();
+    Open();
+    EXPECT_EQ(Name(0, 0), "AcquisitionAbort");
+    EXPECT_EQ(Attribute(0, "TestInt", 1), "An integer 100% ours");
+    UnloadAdapter();
+    BeUnkind(false);
 }
 
 TEST_F(FeatureTest, TextsOfTheSdkAreCut)

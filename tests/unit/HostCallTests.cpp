@@ -1,8 +1,10 @@
 #include "core/HostCall.h"
 #include "support/TestPlatform.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <thread>
 
 namespace maravel {
 
@@ -26,6 +28,24 @@ TEST(HostCall, EveryExceptionBecomesAText)
         EXPECT_STREQ(text, expected);
     }
     CloseLog();
+}
+
+TEST(Mutex, KnowsItsHolderAfterAWait)
+{
+    Mutex mutex;
+    bool isHeld = false;
+    mutex.lock();
+    std::thread other([&] {
+        mutex.lock();
+        isHeld = mutex.IsHeldHere();
+        mutex.unlock();
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20)); // longer than a lock turns before it sleeps
+    EXPECT_TRUE(mutex.IsHeldHere());
+    mutex.unlock();
+    other.join();
+    EXPECT_TRUE(isHeld);
+    EXPECT_FALSE(mutex.IsHeldHere());
 }
 
 } // namespace maravel
