@@ -224,8 +224,9 @@ const FaultRow kAdapterFaults[] = {
     {"R7",
      [](auto& settings) {
          g_kept.clear();
+         settings.loadMemory = 4U << 20; // a busy machine fetches few images
          ALTER_CALLBACK(GetImage, [](auto text, auto index, auto destination, auto status) {
-             g_kept.emplace_back(8U << 20, 'x'); // a busy machine fetches few
+             g_kept.emplace_back(8U << 20, 'x');
              return theirs.GetImage(text, index, destination, status);
          });
      }},

@@ -194,7 +194,7 @@ const Check kChecks[] = {
          }
          CERTIFY_EQUAL(Frames::LateArrivals(), late);
          session.SetCamera(OpenOf(session));
-         Frames frames(session, 2);
+         Frames frames(session, 4, Frames::Requeue::InCallback);
          frames.Start();
          CERTIFY(frames.WaitFor(2), "no frames came after the camera was opened again");
          frames.Stop();
