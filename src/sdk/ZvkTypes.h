@@ -36,7 +36,7 @@ struct ZvkCameraInfo_t
     std::uint32_t permittedAccess;    // 76: not read by the adapter
 };
 
-// One feature of a module. The texts belong to the SDK; not every one keeps them after the camera is closed.
+// One feature of a module. The texts belong to the SDK, which need not keep them after the camera is closed.
 struct ZvkFeatureInfo_t
 {
     const char* name;              // 0: the feature's GenICam name
